@@ -1,0 +1,48 @@
+// Categories of an aggregation dimension.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/data/obs.h"
+#include "host/host_api.h"
+
+// A category restricted to one value, asked for before the pass.
+class HOST_API ParsedCategory {
+ public:
+  // The value's cells must stay valid until the category is handed to a
+  // dimension (which copies the value with the variable's width).
+  ParsedCategory(const OBS& value, int flags) : value_(&value), flags_(flags) {}
+  const OBS* value() const { return value_; }
+  int flags() const { return flags_; }
+
+ private:
+  const OBS* value_;
+  int flags_;
+};
+
+// One category of a dimension after the pass.
+class HOST_API AggregationCategory {
+ public:
+  virtual ~AggregationCategory();
+  // The member variable of a set's category; the variable itself otherwise.
+  virtual int GetVarIndex() const = 0;
+  // The category's value (null for the total category and for the categories
+  // of a multiple-dichotomy set, which are its member variables).
+  virtual const OBS* GetCatValue() const = 0;
+  virtual const std::string& GetCatLabel() const = 0;
+};
+
+// The categories of one variable or set, known after the pass.
+class HOST_API TableDimension {
+ public:
+  virtual ~TableDimension();
+  // Number of categories met so far (the total category not included).
+  virtual std::size_t GetCategoryCount() const = 0;
+  // All categories in order; the last one is the total category.
+  virtual const std::vector<const AggregationCategory*>& GetCategories() const = 0;
+};
+
+class HOST_API TableMCSet : public TableDimension {};
+class HOST_API TableMDSet : public TableDimension {};

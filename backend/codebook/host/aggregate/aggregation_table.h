@@ -1,0 +1,79 @@
+// An aggregation table over the cases of an iterator: one cube with at most
+// one categorical dimension, category and total statistics, or scale
+// statistics over all cases.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "host/aggregate/aggregation_category.h"
+#include "host/aggregate/aggregation_statistic.h"
+#include "host/aggregate/aggregation_variable.h"
+#include "host/aggregate/cube_aggregator.h"
+#include "host/aggregate/statistic_codes.h"
+#include "host/data/case_iterator.h"
+#include "host/host_api.h"
+
+class AggregationTable;
+
+class HOST_API TableMetadata {
+ public:
+  explicit TableMetadata(AggregationTable& table) : table_(table) {}
+  // Dimension i of the table, or null.
+  TableDimension* GetDimension(int i) const;
+
+ private:
+  AggregationTable& table_;
+};
+
+class HOST_API AggregationCube {
+ public:
+  class Impl;
+
+  explicit AggregationCube(AggregationTable& table);
+  ~AggregationCube();
+  AggregationCube(const AggregationCube&) = delete;
+  AggregationCube& operator=(const AggregationCube&) = delete;
+
+  // Adds a dimension; the cube takes ownership of it.
+  void AddCategoricalVariable(AggregationVariable* variable,
+                              TableEncryptionCodes::DimensionPosition position);
+  void CreateCubeAggregator();
+  // Statistics over all cases.
+  void AddScaleStatistics(const std::vector<AggregationStatistic>& statistics);
+  // Statistics per category, and total statistics in the last category.
+  void AddCategoryAndTotalStatistics(const std::vector<AggregationStatistic>& category,
+                                     AggregationVariable* variable,
+                                     const std::vector<AggregationStatistic>& total);
+
+  Impl& impl() { return *impl_; }
+
+ private:
+  std::unique_ptr<Impl> impl_;
+};
+
+class HOST_API AggregationTable {
+ public:
+  class Impl;
+
+  // The two flags and the layer are the caller's options for the table's
+  // layout; procedures pass false, true, -1.
+  AggregationTable(VELA_InputCaseIterator& cases, bool layered, bool keepCategories, int layer);
+  ~AggregationTable();
+  AggregationTable(const AggregationTable&) = delete;
+  AggregationTable& operator=(const AggregationTable&) = delete;
+
+  // The table's cube, owned by the table.
+  AggregationCube* CreateCube();
+  // Adds the iterator's current case.
+  void AddNewCase();
+  TableMetadata* GetTableMetaData();
+  // The aggregators of the table's cubes. The caller owns them from then on.
+  std::vector<CubeAggregator*> GetCubeAggregators();
+
+  Impl& impl() { return *impl_; }
+
+ private:
+  std::unique_ptr<Impl> impl_;
+  TableMetadata metadata_;
+};

@@ -1,0 +1,6 @@
+#include <cstdio>
+
+int main() {
+  std::puts("usage: codebook [options] FILE [CODEBOOK arguments...]");
+  return 0;
+}
