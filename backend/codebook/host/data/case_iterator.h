@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "host/data/obs.h"
+#include "host/data/variable.h"
 #include "host/host_api.h"
 
 class HOST_API VELA_InputCaseIterator {
@@ -17,6 +18,9 @@ class HOST_API VELA_InputCaseIterator {
   // Offset of a variable's first cell within a case (the cells of a string
   // variable follow one another), or -1 for an unknown variable.
   virtual int CellOffset(int varIndex) const = 0;
+  // The variable at a dictionary position (its type, width and missing
+  // values decide how its cells are read), or null.
+  virtual const VELA_Variable* GetVariable(int varIndex) const = 0;
 
   // The cells of the current case, valid until the next NextCase().
   const OBS* CurrentCase() const { return current_; }
@@ -43,6 +47,7 @@ class HOST_API ProcDSIterator : public VELA_InputCaseIterator {
 
   int NextCase() override;
   int CellOffset(int varIndex) const override;
+  const VELA_Variable* GetVariable(int varIndex) const override;
   // True on a case that only marks the end of a split-file group; it holds no
   // data and must not be counted.
   bool SplitGroupEnd() const { return splitGroupEnd_; }
