@@ -1,0 +1,27 @@
+// Neumaier's compensated summation: the error stays near one rounding of
+// the result whatever the number of terms, instead of growing with it.
+#pragma once
+
+#include <cmath>
+
+namespace codebook::aggregate {
+
+class CompensatedSum {
+ public:
+  void Add(double x) {
+    const double t = sum_ + x;
+    if (std::fabs(sum_) >= std::fabs(x)) {
+      compensation_ += (sum_ - t) + x;
+    } else {
+      compensation_ += (x - t) + sum_;
+    }
+    sum_ = t;
+  }
+  double Value() const { return sum_ + compensation_; }
+
+ private:
+  double sum_ = 0.0;
+  double compensation_ = 0.0;
+};
+
+}  // namespace codebook::aggregate

@@ -1,0 +1,151 @@
+// Distinct numbers with their summed weights: the state of every numeric
+// table, so its size decides the memory of a pass over continuous data.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "platform/aggregate/hash.h"
+
+namespace codebook::aggregate {
+
+struct NoExtra {};
+
+// One distinct value. With NoExtra an entry is 16 bytes, so a million
+// distinct values take 20-30 MB at the map's load factor.
+template <typename Extra>
+struct NumericEntry {
+  double value;
+  double weight;
+  [[no_unique_address]] Extra extra;
+};
+
+// Open addressing with linear probing over a single array of entries. An
+// empty slot holds a NaN value: NaN is never a key, the tables count it as
+// system-missing before they get here. The array grows by half when the load
+// passes 0.8, which keeps the peak during a rehash near 2.5x the entries
+// instead of the 3x of doubling.
+template <typename Extra = NoExtra>
+class NumericWeightMap {
+ public:
+  using Entry = NumericEntry<Extra>;
+
+  NumericWeightMap() { Rebuild(kInitialCapacity); }
+
+  std::size_t size() const { return size_; }
+  std::size_t MemoryBytes() const { return slots_.capacity() * sizeof(Entry); }
+
+  // The entry of `value` (not NaN; +0 and -0 are one key: callers normalise),
+  // created with zero weight and a default Extra when new.
+  Entry& FindOrInsert(double value, bool& inserted) {
+    if (sorted_ || (size_ + 1) * 5 > slots_.size() * 4) Rebuild(GrownCapacity());
+    std::size_t i = ReduceRange(HashDouble(value), slots_.size());
+    while (true) {
+      Entry& slot = slots_[i];
+      if (slot.value == value) {
+        inserted = false;
+        return slot;
+      }
+      if (IsEmpty(slot)) {
+        slot.value = value;
+        slot.weight = 0.0;
+        slot.extra = Extra{};
+        ++size_;
+        inserted = true;
+        return slot;
+      }
+      if (++i == slots_.size()) i = 0;
+    }
+  }
+
+  const Entry* Find(double value) const {
+    if (sorted_) {
+      auto end = slots_.begin() + static_cast<std::ptrdiff_t>(size_);
+      auto it = std::lower_bound(slots_.begin(), end, value,
+                                 [](const Entry& e, double v) { return e.value < v; });
+      return (it != end && it->value == value) ? &*it : nullptr;
+    }
+    std::size_t i = ReduceRange(HashDouble(value), slots_.size());
+    while (true) {
+      const Entry& slot = slots_[i];
+      if (slot.value == value) return &slot;
+      if (IsEmpty(slot)) return nullptr;
+      if (++i == slots_.size()) i = 0;
+    }
+  }
+  Entry* Find(double value) {
+    return const_cast<Entry*>(static_cast<const NumericWeightMap*>(this)->Find(value));
+  }
+
+  // The entries in ascending order of value, sorted in place: the statistics
+  // need the order once at the end of a pass, and sorting the slot array
+  // itself costs no memory beyond the map. A later insertion rebuilds the
+  // hash index.
+  std::span<Entry> Sorted() {
+    if (!sorted_) {
+      std::size_t j = 0;
+      for (std::size_t i = 0; i < slots_.size(); ++i) {
+        if (!IsEmpty(slots_[i])) slots_[j++] = slots_[i];
+      }
+      std::sort(slots_.begin(), slots_.begin() + static_cast<std::ptrdiff_t>(j),
+                [](const Entry& a, const Entry& b) { return a.value < b.value; });
+      for (std::size_t i = j; i < slots_.size(); ++i) slots_[i].value = kEmpty;
+      sorted_ = true;
+    }
+    return {slots_.data(), size_};
+  }
+
+  // Every entry, in no particular order.
+  template <typename F>
+  void ForEach(F&& f) const {
+    const std::size_t n = sorted_ ? size_ : slots_.size();
+    for (std::size_t i = 0; i < n; ++i) {
+      if (!IsEmpty(slots_[i])) f(slots_[i]);
+    }
+  }
+
+ private:
+  static constexpr std::size_t kInitialCapacity = 16;
+  static constexpr double kEmpty = std::numeric_limits<double>::quiet_NaN();
+
+  static bool IsEmpty(const Entry& e) { return std::isnan(e.value); }
+
+  std::size_t GrownCapacity() const {
+    // A sorted map only needs its index back; a full one grows by half.
+    std::size_t capacity = slots_.size();
+    while ((size_ + 1) * 5 > capacity * 4) capacity += capacity / 2;
+    return capacity;
+  }
+
+  void Rebuild(std::size_t capacity) {
+    std::vector<Entry> old;
+    old.swap(slots_);
+    const std::size_t oldUsed = sorted_ ? size_ : old.size();
+    slots_.assign(capacity, Entry{kEmpty, 0.0, Extra{}});
+    for (std::size_t k = 0; k < oldUsed; ++k) {
+      const Entry& e = old[k];
+      if (IsEmpty(e)) continue;
+      std::size_t i = ReduceRange(HashDouble(e.value), capacity);
+      while (!IsEmpty(slots_[i])) {
+        if (++i == capacity) i = 0;
+      }
+      slots_[i] = e;
+    }
+    sorted_ = false;
+  }
+
+  std::vector<Entry> slots_;
+  std::size_t size_ = 0;
+  // True after Sorted(): the first size_ slots hold the entries in order and
+  // there is no hash index.
+  bool sorted_ = false;
+};
+
+static_assert(sizeof(NumericEntry<NoExtra>) == 16, "scale entries stay 16 bytes");
+
+}  // namespace codebook::aggregate

@@ -1,0 +1,135 @@
+// The weight maps behind every table: distinct keys, summed weights, order.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/aggregate/cell_values.h"
+#include "platform/aggregate/numeric_weight_map.h"
+#include "platform/aggregate/string_weight_map.h"
+
+namespace codebook::aggregate {
+namespace {
+
+TEST(NumericWeightMap, SumsWeightsPerDistinctValueAndSortsThem) {
+  NumericWeightMap<> map;
+  const std::vector<std::pair<double, double>> cases = {
+      {3.0, 1.0}, {1.0, 2.0}, {3.0, 0.5}, {-7.25, 1.0}, {1e300, 1.0}, {1.0, 1.0}};
+  for (auto [value, weight] : cases) {
+    bool inserted = false;
+    map.FindOrInsert(value, inserted).weight += weight;
+  }
+  ASSERT_EQ(map.size(), 4u);
+  auto sorted = map.Sorted();
+  ASSERT_EQ(sorted.size(), 4u);
+  EXPECT_EQ(sorted[0].value, -7.25);
+  EXPECT_EQ(sorted[1].value, 1.0);
+  EXPECT_EQ(sorted[1].weight, 3.0);
+  EXPECT_EQ(sorted[2].value, 3.0);
+  EXPECT_EQ(sorted[2].weight, 1.5);
+  EXPECT_EQ(sorted[3].value, 1e300);
+}
+
+TEST(NumericWeightMap, StaysUsableAfterSorting) {
+  NumericWeightMap<> map;
+  bool inserted = false;
+  for (int i = 0; i < 100; ++i) map.FindOrInsert(100 - i, inserted).weight += 1;
+  map.Sorted();
+  ASSERT_NE(map.Find(42.0), nullptr);
+  EXPECT_EQ(map.Find(42.0)->weight, 1.0);
+  EXPECT_EQ(map.Find(0.5), nullptr);
+  // Inserting again rebuilds the index and keeps what was there.
+  map.FindOrInsert(42.0, inserted).weight += 1;
+  EXPECT_FALSE(inserted);
+  map.FindOrInsert(0.5, inserted).weight += 1;
+  EXPECT_TRUE(inserted);
+  EXPECT_EQ(map.size(), 101u);
+  EXPECT_EQ(map.Find(42.0)->weight, 2.0);
+  auto sorted = map.Sorted();
+  EXPECT_EQ(sorted.front().value, 0.5);
+  EXPECT_EQ(sorted.back().value, 100.0);
+}
+
+TEST(NumericWeightMap, ManyRandomKeysMatchAReferenceSet) {
+  NumericWeightMap<> map;
+  std::mt19937_64 rng(7);
+  std::set<double> reference;
+  for (int i = 0; i < 50000; ++i) {
+    const double v = static_cast<double>(rng() % 20000) / 8.0 - 1000.0;
+    bool inserted = false;
+    map.FindOrInsert(v, inserted).weight += 1;
+    EXPECT_EQ(inserted, reference.insert(v).second);
+  }
+  ASSERT_EQ(map.size(), reference.size());
+  auto sorted = map.Sorted();
+  std::size_t i = 0;
+  double total = 0;
+  for (double v : reference) {
+    EXPECT_EQ(sorted[i++].value, v);
+  }
+  for (const auto& e : sorted) total += e.weight;
+  EXPECT_EQ(total, 50000.0);
+}
+
+TEST(NumericWeightMap, AMillionDistinctValuesStayCompact) {
+  NumericWeightMap<> map;
+  bool inserted = false;
+  for (int i = 0; i < 1000000; ++i) map.FindOrInsert(i * 0.001, inserted).weight += 1;
+  EXPECT_EQ(map.size(), 1000000u);
+  EXPECT_LE(map.MemoryBytes(), 32u * 1024 * 1024);
+  EXPECT_GE(map.MemoryBytes(), 16u * 1000000);
+}
+
+TEST(CellValues, KeysAndTrimming) {
+  EXPECT_TRUE(IsSystemMissing(kSysmis));
+  EXPECT_TRUE(IsSystemMissing(std::nan("")));
+  EXPECT_FALSE(IsSystemMissing(-1.7976931348623155e308));
+  EXPECT_TRUE(std::signbit(-0.0));
+  EXPECT_FALSE(std::signbit(NumericKey(-0.0)));
+  EXPECT_EQ(TrimmedString("ab  ", 4), "ab");
+  EXPECT_EQ(TrimmedString("    ", 4), "");
+  EXPECT_EQ(TrimmedString(" a b", 4), " a b");
+  EXPECT_EQ(CellCount(0), 1u);
+  EXPECT_EQ(CellCount(8), 1u);
+  EXPECT_EQ(CellCount(9), 2u);
+}
+
+TEST(StringWeightMap, KeysByContentAndSortsBytewise) {
+  StringWeightMap map;
+  const std::vector<std::string> keys = {"b", "a", "", "\xc3\xa9", "ab", "b", "A", "a"};
+  for (const std::string& k : keys) {
+    bool inserted = false;
+    map.FindOrInsert(k, inserted).weight += 1;
+  }
+  ASSERT_EQ(map.size(), 6u);
+  std::vector<std::string> order;
+  for (const auto* e : map.SortedEntries()) order.emplace_back(map.Key(*e));
+  // Bytes compare unsigned: the two-byte UTF-8 letter sorts after ASCII.
+  EXPECT_EQ(order, (std::vector<std::string>{"", "A", "a", "ab", "b", "\xc3\xa9"}));
+  EXPECT_EQ(map.Find("a")->weight, 2.0);
+  EXPECT_EQ(map.Find("b")->weight, 2.0);
+  EXPECT_EQ(map.Find("c"), nullptr);
+}
+
+TEST(StringWeightMap, GrowsPastManyKeysWithoutLosingAny) {
+  StringWeightMap map;
+  for (int round = 0; round < 2; ++round) {
+    for (int i = 0; i < 5000; ++i) {
+      bool inserted = false;
+      map.FindOrInsert("key-" + std::to_string(i * 7919 % 5000), inserted).weight += 1;
+      EXPECT_EQ(inserted, round == 0);
+    }
+  }
+  EXPECT_EQ(map.size(), 5000u);
+  for (int i = 0; i < 5000; i += 97) {
+    const auto* e = map.Find("key-" + std::to_string(i));
+    ASSERT_NE(e, nullptr);
+    EXPECT_EQ(e->weight, 2.0);
+  }
+}
+
+}  // namespace
+}  // namespace codebook::aggregate
