@@ -1,0 +1,106 @@
+#include "platform/data/dictionary.h"
+
+#include <climits>
+#include <stdexcept>
+
+#include "platform/data/text/fold_case.h"
+
+namespace codebook::data {
+
+const Variable* Dictionary::GetVariable(int index) const {
+  if (index < 0 || index >= VariableCount()) return nullptr;
+  return variables_[static_cast<std::size_t>(index)].get();
+}
+
+Variable& Dictionary::MutableVariable(int index) {
+  if (index < 0 || index >= VariableCount()) {
+    throw std::out_of_range("no variable at position " + std::to_string(index));
+  }
+  return *variables_[static_cast<std::size_t>(index)];
+}
+
+void Dictionary::CheckNewName(std::string_view name, int self) const {
+  if (name.empty()) throw std::invalid_argument("a variable name is empty");
+  const auto it = byFoldedName_.find(FoldCase(name));
+  if (it != byFoldedName_.end() && it->second != self) {
+    throw std::invalid_argument("variable name " + std::string(name) + " is used twice");
+  }
+}
+
+int Dictionary::AddVariable(std::unique_ptr<Variable> variable) {
+  if (!variable) throw std::invalid_argument("no variable to add");
+  CheckNewName(variable->Name(), -1);
+  if (variables_.size() >= static_cast<std::size_t>(INT_MAX)) {
+    throw std::length_error("too many variables");
+  }
+  const long long cells = static_cast<long long>(cellsPerCase_) + variable->cellCount();
+  if (cells > INT_MAX) throw std::length_error("a case would hold too many cells");
+
+  const int index = VariableCount();
+  byFoldedName_.emplace(FoldCase(variable->Name()), index);
+  offsets_.push_back(cellsPerCase_);
+  cellsPerCase_ = static_cast<int>(cells);
+  variables_.push_back(std::move(variable));
+  return index;
+}
+
+void Dictionary::RenameVariable(int index, std::string name) {
+  Variable& v = MutableVariable(index);
+  CheckNewName(name, index);
+  byFoldedName_.erase(FoldCase(v.Name()));
+  byFoldedName_.emplace(FoldCase(name), index);
+  v.SetName(std::move(name));
+}
+
+void Dictionary::SetVariableWidth(int index, int width, int cellWidth) {
+  Variable& v = MutableVariable(index);
+  const bool wasNumeric = v.IsNumeric();
+  if (wasNumeric != (width == 0)) {
+    throw std::invalid_argument("variable " + v.Name() + " cannot change between number and string");
+  }
+  const int oldCells = v.cellCount();
+  const int oldWidth = v.DeclaredWidth();
+  const int oldCellWidth = v.CellWidth();
+  v.SetWidths(width, cellWidth);
+  const long long total = static_cast<long long>(cellsPerCase_) - oldCells + v.cellCount();
+  if (total > INT_MAX) {
+    v.SetWidths(oldWidth, oldCellWidth);
+    throw std::length_error("a case would hold too many cells");
+  }
+  const int delta = v.cellCount() - oldCells;
+  if (delta == 0) return;
+  for (std::size_t i = static_cast<std::size_t>(index) + 1; i < offsets_.size(); ++i) {
+    offsets_[i] += delta;
+  }
+  cellsPerCase_ = static_cast<int>(total);
+}
+
+int Dictionary::FindVarIndex(std::string_view name, int start) const {
+  if (name.empty()) return -1;
+  const auto it = byFoldedName_.find(FoldCase(name));
+  if (it == byFoldedName_.end() || it->second < start) return -1;
+  return it->second;
+}
+
+int Dictionary::CellOffset(int index) const {
+  if (index < 0 || index >= VariableCount()) return -1;
+  return offsets_[static_cast<std::size_t>(index)];
+}
+
+void Dictionary::SetWeightIndex(int index) {
+  if (index < 0) {
+    weightIndex_ = -1;
+    return;
+  }
+  const Variable* v = GetVariable(index);
+  if (v == nullptr) {
+    throw std::invalid_argument("no variable at position " + std::to_string(index) +
+                                " to weight by");
+  }
+  if (!v->IsNumeric()) {
+    throw std::invalid_argument("the weight variable " + v->Name() + " is not numeric");
+  }
+  weightIndex_ = index;
+}
+
+}  // namespace codebook::data
