@@ -55,6 +55,8 @@ class HOST_API SubComDescriptor {
   bool repeatable() const { return repeatable_; }
   bool emptyAllowed() const { return emptyAllowed_; }
   bool exportsTokens() const { return exports_; }
+  // The exported parameter must get at least one token.
+  bool exportRequired() const { return exportRequired_; }
   const std::vector<ParamDescriptor>& params() const { return params_; }
 
  private:
@@ -64,6 +66,7 @@ class HOST_API SubComDescriptor {
   bool repeatable_;
   bool emptyAllowed_ = false;
   bool exports_ = false;
+  bool exportRequired_ = false;
   std::vector<ParamDescriptor> params_;
 };
 

@@ -14,7 +14,9 @@ class ParserMessage;
 // One token of a command, with its place for messages.
 class HOST_API TokenInfoObj {
  public:
-  enum Kind { kIdentifier, kNumber, kString, kPunct };
+  // kInvalid: text the scanner could not read (an unterminated string or
+  // comment, a byte that is not UTF-8); getValue() says what is wrong.
+  enum Kind { kIdentifier, kNumber, kString, kPunct, kInvalid };
 
   TokenInfoObj() = default;
   TokenInfoObj(Kind kind, std::string text, std::string value, int line, int column);
