@@ -1,0 +1,125 @@
+// ProcDSIterator over sources of our own, and data errors from a damaged
+// case stream reaching the procedure through the iterator.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "platform/data/case_source.h"
+#include "platform/data/data_error.h"
+#include "platform/data/dataset.h"
+#include "platform/data/selection.h"
+
+using codebook::data::CaseStream;
+using codebook::data::DataError;
+using codebook::data::Dataset;
+using codebook::data::Dictionary;
+using codebook::data::Variable;
+
+namespace {
+
+class ScriptedSource final : public ProcDSIterator::Source {
+ public:
+  bool Next(CaseRef& out) override {
+    if (step_ >= 3) return false;
+    cell_.d = 10.0 * step_;
+    out = CaseRef{&cell_, step_ == 1 ? 0.5 : 1.0, step_ == 2};
+    ++step_;
+    return true;
+  }
+  int CellOffset(int varIndex) const override { return varIndex == 0 ? 0 : -1; }
+  const VELA_Variable* GetVariable(int varIndex) const override {
+    return varIndex == 0 ? &variable_ : nullptr;
+  }
+
+ private:
+  int step_ = 0;
+  OBS cell_{};
+  Variable variable_{"x"};
+};
+
+TEST(ProcDSIterator, CopiesCellsWeightAndSplitFlag) {
+  ProcDSIterator it(std::make_unique<ScriptedSource>());
+  EXPECT_EQ(it.CurrentCase(), nullptr);
+  ASSERT_EQ(it.NextCase(), 1);
+  EXPECT_EQ(it.CurrentCase()->d, 0.0);
+  EXPECT_EQ(it.CaseWeight(), 1.0);
+  EXPECT_FALSE(it.SplitGroupEnd());
+  ASSERT_EQ(it.NextCase(), 1);
+  EXPECT_EQ(it.CurrentCase()->d, 10.0);
+  EXPECT_EQ(it.CaseWeight(), 0.5);
+  ASSERT_EQ(it.NextCase(), 1);
+  EXPECT_TRUE(it.SplitGroupEnd());
+  EXPECT_EQ(it.NextCase(), 0);
+  EXPECT_EQ(it.CurrentCase(), nullptr);
+  EXPECT_FALSE(it.SplitGroupEnd());
+  EXPECT_EQ(it.NextCase(), 0);
+  EXPECT_EQ(it.CellOffset(0), 0);
+  EXPECT_STREQ(it.GetVariable(0)->GetName(), "x");
+  EXPECT_EQ(it.GetVariable(1), nullptr);
+}
+
+TEST(ProcDSIterator, WithoutSourceItIsEmpty) {
+  ProcDSIterator it(nullptr);
+  EXPECT_EQ(it.NextCase(), 0);
+  EXPECT_EQ(it.CellOffset(0), -1);
+  EXPECT_EQ(it.GetVariable(0), nullptr);
+}
+
+TEST(DataError, NamesFileAndCase) {
+  const DataError full("survey.sav", 12, "file ends inside a case");
+  EXPECT_STREQ(full.what(), "survey.sav: case 12: file ends inside a case");
+  EXPECT_EQ(full.FileName(), "survey.sav");
+  EXPECT_EQ(full.CaseNumber(), 12);
+  EXPECT_EQ(full.Detail(), "file ends inside a case");
+  EXPECT_STREQ(DataError("", 0, "bad block").what(), "bad block");
+  EXPECT_STREQ(DataError("a.sav", 0, "bad block").what(), "a.sav: bad block");
+  EXPECT_STREQ(DataError("", 3, "bad block").what(), "case 3: bad block");
+  // Context is filled in where it is known, never overwritten.
+  EXPECT_STREQ(DataError("", 0, "bad").WithContext("b.sav", 7).what(), "b.sav: case 7: bad");
+  EXPECT_STREQ(DataError("a.sav", 2, "bad").WithContext("b.sav", 7).what(), "a.sav: case 2: bad");
+}
+
+// A stream that delivers two cases and then finds the file damaged.
+class DamagedStream final : public CaseStream {
+ public:
+  const OBS* Next() override {
+    if (++read_ > 2) throw DataError("broken.sav", read_, "file ends inside a case");
+    cell_.d = read_;
+    return &cell_;
+  }
+
+ private:
+  int read_ = 0;
+  OBS cell_{};
+};
+
+TEST(ProcDSIterator, DataErrorsReachTheProcedure) {
+  Dictionary dict;
+  dict.AddVariable(std::make_unique<Variable>("x"));
+  auto ds = std::make_shared<Dataset>(std::move(dict), 5,
+                                      [] { return std::make_unique<DamagedStream>(); },
+                                      "/tmp/broken.sav");
+  const ProcedureDataSource source(std::make_shared<ProcedureDataSource::Selection>(ds));
+  std::unique_ptr<VELA_InputCaseIterator> it(source.CreateCaseIterator(false));
+  ASSERT_EQ(it->NextCase(), 1);
+  ASSERT_EQ(it->NextCase(), 1);
+  try {
+    it->NextCase();
+    FAIL() << "no data error";
+  } catch (const DataError& e) {
+    EXPECT_EQ(e.CaseNumber(), 3);
+    EXPECT_STREQ(e.what(), "broken.sav: case 3: file ends inside a case");
+  }
+}
+
+TEST(ProcDSIterator, FactoryFailureIsADataErrorAtOpen) {
+  auto ds = std::make_shared<Dataset>(Dictionary(), -1, []() -> std::unique_ptr<CaseStream> {
+    throw DataError("gone.sav", 0, "cannot open the file");
+  });
+  const ProcedureDataSource source(std::make_shared<ProcedureDataSource::Selection>(ds));
+  EXPECT_THROW(std::unique_ptr<VELA_InputCaseIterator>(source.CreateCaseIterator(false)),
+               DataError);
+}
+
+}  // namespace
