@@ -1,0 +1,66 @@
+#include "platform/data/sav/read_dataset.h"
+
+#include "platform/data/data_error.h"
+#include "platform/data/sav/byte_source.h"
+#include "platform/data/sav/dictionary_decoder.h"
+#include "platform/data/sav/raw_dictionary.h"
+#include "platform/data/sav/sav_case_stream.h"
+
+namespace codebook::data {
+namespace {
+
+ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions& options,
+                std::optional<std::string> fileSpec) {
+  sav::Warnings warnings;
+  sav::RawDictionary raw = sav::ReadRawDictionary(*source, warnings);
+  sav::DecodedFile decoded = sav::DecodeDictionary(raw, *source, options, warnings);
+  std::shared_ptr<const sav::CasePlan> plan = decoded.plan;
+
+  std::int64_t count = plan->declaredCases;
+  const std::size_t caseBytes = plan->slotsPerCase * 8;
+  if (caseBytes == 0) {
+    if (source->Size() > plan->dataOffset && plan->compression != sav::Compression::kZlib) {
+      warnings.Add("cases", "a file without variables has data; they are ignored");
+    }
+    count = 0;
+  } else if (plan->compression == sav::Compression::kNone) {
+    const std::uint64_t bytes = source->Size() - plan->dataOffset;
+    const auto present = static_cast<std::int64_t>(bytes / caseBytes);
+    if (count >= 0 && count != present) {
+      warnings.Add("cases", "the file declares " + std::to_string(count) + " cases but holds " +
+                                std::to_string(present));
+    }
+    if (bytes % caseBytes != 0) warnings.Add("cases", "the file ends inside a case");
+  } else if (count < 0 && options.countUnknownCases) {
+    try {
+      count = sav::CountSavCases(source, plan);
+    } catch (const DataError& e) {
+      warnings.Add("cases", std::string("cannot count the cases: ") + e.what());
+      count = -1;
+    }
+  }
+  // A file without variables has no cases whatever its data section holds.
+  auto factory = [source, plan]() -> std::unique_ptr<CaseStream> {
+    return sav::OpenSavCases(source, plan);
+  };
+  ReadResult result;
+  result.info = decoded.info;
+  result.dataset = std::make_shared<Dataset>(std::move(decoded.dictionary), count,
+                                             caseBytes == 0 ? Dataset::CaseStreamFactory() : factory,
+                                             std::move(fileSpec));
+  result.warnings = warnings.Finish();
+  return result;
+}
+
+}  // namespace
+
+ReadResult OpenDatasetFile(const std::string& path, const ReadOptions& options) {
+  return Read(sav::OpenFileSource(path), options, path);
+}
+
+ReadResult ReadDatasetBytes(std::vector<std::uint8_t> bytes, const std::string& name,
+                            const ReadOptions& options) {
+  return Read(sav::MemorySource(std::move(bytes), name), options, std::nullopt);
+}
+
+}  // namespace codebook::data

@@ -1,0 +1,246 @@
+#include "platform/data/sav/sav_case_stream.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/data/data_error.h"
+#include "platform/data/sav/bytecode_decoder.h"
+#include "platform/data/sav/data_stream.h"
+#include "platform/data/sav/text_encoding.h"
+
+namespace codebook::data::sav {
+namespace {
+
+constexpr std::size_t kBlockBytes = 256 * 1024;
+constexpr std::size_t kWindowBytes = 1024 * 1024;
+constexpr std::uint64_t kSysmisBits = 0xFFEFFFFFFFFFFFFFull;
+
+bool HasHighByte(const std::uint8_t* p, std::size_t n) {
+  std::size_t i = 0;
+  for (; i + 8 <= n; i += 8) {
+    std::uint64_t w;
+    std::memcpy(&w, p + i, 8);
+    if (w & 0x8080808080808080ull) return true;
+  }
+  for (; i < n; ++i) {
+    if (p[i] & 0x80) return true;
+  }
+  return false;
+}
+
+// Length of the longest prefix of at most `limit` bytes that does not split
+// a UTF-8 character.
+std::size_t Utf8Prefix(std::string_view s, std::size_t limit) {
+  if (s.size() <= limit) return s.size();
+  std::size_t n = limit;
+  while (n > 0 && (static_cast<unsigned char>(s[n]) & 0xC0) == 0x80) --n;
+  return n;
+}
+
+class SavCaseStream final : public CaseStream {
+ public:
+  SavCaseStream(std::shared_ptr<const ByteSource> source, std::shared_ptr<const CasePlan> plan)
+      : source_(std::move(source)), plan_(std::move(plan)), decoder_(plan_->encoding) {
+    const CasePlan& p = *plan_;
+    const std::size_t caseBytes = p.slotsPerCase * 8;
+    casesPerBlock_ = caseBytes == 0 ? 0 : std::max<std::size_t>(1, kBlockBytes / caseBytes);
+    slots_.resize(casesPerBlock_ * p.slotsPerCase);
+    if (!p.identity) cells_.resize(std::max<std::size_t>(p.cellsPerCase, 1));
+    const std::uint64_t end = p.compression == Compression::kZlib ? p.zlib.trailerOffset : source_->Size();
+    switch (p.compression) {
+      case Compression::kNone:
+        raw_ = MakeRangeStream(source_, p.dataOffset, end);
+        break;
+      case Compression::kBytecode:
+        window_ = std::make_unique<InputWindow>(MakeRangeStream(source_, p.dataOffset, end), kWindowBytes);
+        break;
+      case Compression::kZlib:
+        window_ = std::make_unique<InputWindow>(MakeZlibStream(source_, p.zlib), kWindowBytes);
+        break;
+    }
+    if (window_) bytecode_.emplace(*window_, p.bias, p.bigEndian);
+  }
+
+  const OBS* Next() override {
+    if (next_ == inBlock_) {
+      if (!FillBlock()) return nullptr;
+    }
+    auto* slots = reinterpret_cast<std::uint8_t*>(slots_.data()) + next_ * plan_->slotsPerCase * 8;
+    ++next_;
+    ++delivered_;
+    return Convert(slots);
+  }
+
+  // Decodes blocks without converting them; for counting.
+  std::int64_t CountRemaining() {
+    while (FillBlock()) {
+      delivered_ += static_cast<std::int64_t>(inBlock_);
+      next_ = inBlock_;
+    }
+    return delivered_;
+  }
+
+ private:
+  [[noreturn]] void Fail(std::int64_t caseNumber, const std::string& why) const {
+    throw DataError(plan_->fileName, caseNumber, why);
+  }
+
+  // Decodes the next block of cases; false at the clean end of the data.
+  bool FillBlock() {
+    next_ = 0;
+    inBlock_ = 0;
+    if (ended_ || casesPerBlock_ == 0) return Finish();
+    const std::size_t S = plan_->slotsPerCase;
+    const std::size_t want = casesPerBlock_ * S;
+    auto* out = reinterpret_cast<std::uint8_t*>(slots_.data());
+    std::size_t got = 0;
+    bool partial = false;
+    if (raw_) {
+      std::size_t bytes = raw_->Read(std::span<std::uint8_t>(out, want * 8));
+      got = bytes / 8;
+      partial = bytes % (S * 8) != 0;
+    } else {
+      got = bytecode_->Decode(out, want);
+      partial = got < want && (got % S != 0 || bytecode_->MissingRawBlock());
+    }
+    inBlock_ = got / S;
+    if (got < want) {
+      ended_ = true;
+      if (window_ && !window_->Error().empty()) {
+        pendingError_ = window_->Error();
+      } else if (partial) {
+        pendingError_ = "the file ends inside a case";
+      }
+    }
+    if (inBlock_ == 0) return Finish();
+    return true;
+  }
+
+  bool Finish() {
+    const std::int64_t caseNumber = delivered_ + 1;
+    if (!pendingError_.empty()) {
+      std::string why = std::move(pendingError_);
+      pendingError_.clear();
+      Fail(caseNumber, why);
+    }
+    if (plan_->declaredCases >= 0 && delivered_ < plan_->declaredCases && !reportedShort_) {
+      reportedShort_ = true;
+      Fail(caseNumber, "the data end after " + std::to_string(delivered_) +
+                           " cases, but the file declares " + std::to_string(plan_->declaredCases));
+    }
+    return false;
+  }
+
+  bool IsSysmis(std::uint64_t bits) const {
+    if (bits == kSysmisBits || bits == plan_->declaredSysmisBits) return true;
+    return std::isnan(std::bit_cast<double>(bits));
+  }
+
+  std::uint64_t NumberBits(const std::uint8_t* slot) const {
+    std::uint64_t bits;
+    std::memcpy(&bits, slot, 8);
+    if (plan_->bigEndian) bits = __builtin_bswap64(bits);
+    return IsSysmis(bits) ? kSysmisBits : bits;
+  }
+
+  const OBS* Convert(std::uint8_t* slots) {
+    const CasePlan& p = *plan_;
+    if (p.identity) {
+      for (const auto& n : p.numerics) {
+        std::uint64_t bits = NumberBits(slots + n.slot * 8);
+        std::memcpy(slots + n.slot * 8, &bits, 8);
+      }
+      for (const auto& s : p.strings) FixInPlace(slots + s.cellByte, s);
+      return reinterpret_cast<const OBS*>(slots);
+    }
+    auto* cells = reinterpret_cast<std::uint8_t*>(cells_.data());
+    for (const auto& n : p.numerics) {
+      std::uint64_t bits = NumberBits(slots + n.slot * 8);
+      std::memcpy(cells + n.cell * 8, &bits, 8);
+    }
+    for (const auto& s : p.strings) Assemble(slots, cells + s.cellByte, s);
+    return cells_.data();
+  }
+
+  // UTF-8 file, same layout: NULs become blanks, padding becomes blanks,
+  // invalid UTF-8 is repaired.
+  void FixInPlace(std::uint8_t* cell, const CasePlan::String& s) {
+    for (std::uint32_t i = 0; i < s.width; ++i) {
+      if (cell[i] == 0) cell[i] = ' ';
+    }
+    std::memset(cell + s.width, ' ', s.cellBytes - s.width);
+    if (HasHighByte(cell, s.width)) {
+      std::string_view text(reinterpret_cast<const char*>(cell), s.width);
+      if (!IsValidUtf8(text)) {
+        std::string fixed = SanitizeUtf8(text);
+        std::size_t n = Utf8Prefix(fixed, s.cellBytes);
+        std::memcpy(cell, fixed.data(), n);
+        std::memset(cell + n, ' ', s.cellBytes - n);
+      }
+    }
+  }
+
+  void Assemble(const std::uint8_t* slots, std::uint8_t* cell, const CasePlan::String& s) {
+    scratch_.clear();
+    for (std::uint32_t k = 0; k < s.pieceCount; ++k) {
+      const auto& piece = plan_->pieces[s.firstPiece + k];
+      scratch_.append(reinterpret_cast<const char*>(slots) + piece.sourceByte, piece.length);
+    }
+    for (char& c : scratch_) {
+      if (c == '\0') c = ' ';
+    }
+    std::size_t len = scratch_.size();
+    while (len > 0 && scratch_[len - 1] == ' ') --len;
+    std::string_view value(scratch_.data(), len);
+    if (!plan_->utf8 && HasHighByte(reinterpret_cast<const std::uint8_t*>(value.data()), len)) {
+      decoded_.clear();
+      decoder_.DecodeAppend(value, decoded_);
+      value = decoded_;
+    } else if (plan_->utf8 && HasHighByte(reinterpret_cast<const std::uint8_t*>(value.data()), len) &&
+               !IsValidUtf8(value)) {
+      decoded_ = SanitizeUtf8(value);
+      value = decoded_;
+    }
+    std::size_t n = Utf8Prefix(value, s.cellBytes);
+    std::memcpy(cell, value.data(), n);
+    std::memset(cell + n, ' ', s.cellBytes - n);
+  }
+
+  std::shared_ptr<const ByteSource> source_;
+  std::shared_ptr<const CasePlan> plan_;
+  TextDecoder decoder_;
+  std::unique_ptr<DataByteStream> raw_;
+  std::unique_ptr<InputWindow> window_;
+  std::optional<BytecodeDecoder> bytecode_;
+  std::size_t casesPerBlock_ = 0;
+  std::vector<OBS> slots_;
+  std::vector<OBS> cells_;
+  std::size_t inBlock_ = 0;
+  std::size_t next_ = 0;
+  std::int64_t delivered_ = 0;
+  bool ended_ = false;
+  bool reportedShort_ = false;
+  std::string pendingError_;
+  std::string scratch_;
+  std::string decoded_;
+};
+
+}  // namespace
+
+std::unique_ptr<CaseStream> OpenSavCases(std::shared_ptr<const ByteSource> source,
+                                         std::shared_ptr<const CasePlan> plan) {
+  return std::make_unique<SavCaseStream>(std::move(source), std::move(plan));
+}
+
+std::int64_t CountSavCases(std::shared_ptr<const ByteSource> source,
+                           std::shared_ptr<const CasePlan> plan) {
+  SavCaseStream stream(std::move(source), std::move(plan));
+  return stream.CountRemaining();
+}
+
+}  // namespace codebook::data::sav

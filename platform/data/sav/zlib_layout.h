@@ -1,0 +1,42 @@
+// The zlib-compressed data section: header record, blocks and trailer
+// (all offsets and sizes checked against the file before any block is read).
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "platform/data/sav/byte_source.h"
+#include "platform/data/sav/data_stream.h"
+#include "platform/data/sav/warnings.h"
+
+namespace codebook::data::sav {
+
+inline constexpr std::int32_t kZlibBlockSize = 0x3FF000;
+
+struct ZlibBlock {
+  std::uint64_t uncompressedOffset = 0;
+  std::uint64_t compressedOffset = 0;
+  std::uint32_t uncompressedSize = 0;
+  std::uint32_t compressedSize = 0;
+};
+
+struct ZlibLayout {
+  std::uint64_t headerOffset = 0;
+  std::uint64_t trailerOffset = 0;
+  std::uint64_t trailerLength = 0;
+  std::int32_t blockSize = kZlibBlockSize;
+  std::vector<ZlibBlock> blocks;
+};
+
+// Reads and checks the zlib header at `headerOffset` and the trailer. Throws
+// FileError when the layout cannot be trusted.
+ZlibLayout ReadZlibLayout(const ByteSource& source, std::uint64_t headerOffset, bool bigEndian,
+                          double bias, Warnings& warnings);
+
+// The inflated blocks as one continuous stream. Each block must inflate to
+// exactly its declared size and end exactly at the end of its bytes.
+std::unique_ptr<DataByteStream> MakeZlibStream(std::shared_ptr<const ByteSource> source,
+                                               const ZlibLayout& layout);
+
+}  // namespace codebook::data::sav

@@ -1,0 +1,6 @@
+# Tests of the dataset file reader and writer.
+codebook_add_test(sav_test
+  SOURCES
+    sav_test_util.cpp
+    sav_fixtures_test.cpp
+  LIBS cb_data)
