@@ -37,6 +37,13 @@ class StringWeightMap {
     return {arena_.data() + e.offset, e.length};
   }
 
+  template <typename F>
+  void ForEach(F&& f) const {
+    for (const Entry& e : slots_) {
+      if (e.used) f(e);
+    }
+  }
+
   // The used entries in ascending byte-wise order of their keys.
   std::vector<const Entry*> SortedEntries() const;
 

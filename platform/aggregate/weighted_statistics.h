@@ -1,5 +1,7 @@
 // Statistics of distinct values with summed weights, sorted ascending: what
-// a scale table holds at the end of a pass. Undefined results are kSysmis.
+// a scale table holds at the end of a pass. Entries without a positive
+// weight are not values (a scale table keeps its user-missing values among
+// the others, with the weight negated). Undefined results are kSysmis.
 #pragma once
 
 #include <span>

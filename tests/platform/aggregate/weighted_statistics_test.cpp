@@ -119,3 +119,24 @@ TEST(Percentiles, EmptyIsSysmis) {
 
 }  // namespace
 }  // namespace codebook::aggregate
+
+namespace codebook::aggregate {
+namespace {
+
+TEST(Percentiles, EntriesWithoutPositiveWeightAreNotValues) {
+  // A scale table keeps user-missing values with negated weights.
+  std::vector<WeightedValue> v = {{-99, -4, {}}, {1, 1, {}}, {2, 1, {}}, {3, 1, {}}, {99, -2, {}}};
+  EXPECT_DOUBLE_EQ(WeightedPercentile(v, 25), 1.0);
+  EXPECT_DOUBLE_EQ(WeightedPercentile(v, 50), 2.0);
+  EXPECT_DOUBLE_EQ(WeightedPercentile(v, 75), 3.0);
+  Moments m = ComputeMoments(v);
+  EXPECT_DOUBLE_EQ(m.weight, 3);
+  EXPECT_DOUBLE_EQ(m.mean, 2);
+  EXPECT_DOUBLE_EQ(m.stdDev, 1);
+  std::vector<WeightedValue> onlyMissing = {{99, -2, {}}};
+  EXPECT_EQ(WeightedPercentile(onlyMissing, 50), kSysmis);
+  EXPECT_EQ(ComputeMoments(onlyMissing).mean, kSysmis);
+}
+
+}  // namespace
+}  // namespace codebook::aggregate

@@ -1,0 +1,70 @@
+// What a cube gathers and answers: shared by the cube (which feeds it) and
+// the aggregators handed to the caller, which may outlive the table.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "host/aggregate/aggregation_statistic.h"
+#include "host/aggregate/aggregation_variable.h"
+#include "host/aggregate/cube_aggregator.h"
+#include "host/data/case_iterator.h"
+#include "platform/aggregate/compensated_sum.h"
+#include "platform/aggregate/dimension.h"
+#include "platform/aggregate/scale_accumulator.h"
+
+namespace codebook::aggregate {
+
+class CubeState {
+ public:
+  explicit CubeState(const VELA_InputCaseIterator& cases) : cases_(cases) {}
+  ~CubeState();
+
+  void SetDimension(std::unique_ptr<AggregationVariable> variable);
+  AggregationVariable* dimension() const { return dimension_.get(); }
+  void AddScaleStatistics(const std::vector<AggregationStatistic>& statistics);
+  void AddCategoryStatistics(const std::vector<AggregationStatistic>& category,
+                             const std::vector<AggregationStatistic>& total);
+
+  // One case of positive weight.
+  void AddCase(const OBS* cells, double weight) {
+    if (!bound_) Bind();
+    total_.Add(weight);
+    if (dimensionImpl_ != nullptr) dimensionImpl_->Add(cells, weight);
+    for (ScaleAccumulator& s : scales_) s.Add(cells, weight);
+  }
+
+  // The values of the cell that `selection` addresses, or null.
+  const StatValues* Values(const std::vector<const AggregationCategory*>& selection, StatValues& out);
+
+  double TotalWeight() const { return total_.Value(); }
+
+ private:
+  void Bind();
+  ScaleAccumulator* ScaleFor(int varIndex);
+  double ScaleValue(const AggregationStatistic& statistic);
+
+  const VELA_InputCaseIterator& cases_;
+  bool bound_ = false;
+  std::unique_ptr<AggregationVariable> dimension_;
+  AggregationVariable::Impl* dimensionImpl_ = nullptr;
+  std::vector<AggregationStatistic> scaleStatistics_;
+  std::vector<AggregationStatistic> categoryStatistics_;
+  std::vector<AggregationStatistic> totalStatistics_;
+  std::vector<ScaleAccumulator> scales_;  // one per variable of the scale statistics
+  CompensatedSum total_;                  // W: weight of every case passed
+};
+
+// The caller's handle on a cube's results.
+class CubeAggregatorImpl final : public CubeAggregator {
+ public:
+  explicit CubeAggregatorImpl(std::shared_ptr<CubeState> state) : state_(std::move(state)) {}
+  const StatValues* GetStatValues(const std::vector<const AggregationCategory*>& selection, int layer) override;
+
+ private:
+  std::shared_ptr<CubeState> state_;
+  StatValues result_;
+};
+
+}  // namespace codebook::aggregate

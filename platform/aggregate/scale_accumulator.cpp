@@ -1,0 +1,70 @@
+#include "platform/aggregate/scale_accumulator.h"
+
+#include <cmath>
+
+#include "platform/aggregate/cell_values.h"
+
+namespace codebook::aggregate {
+
+void ScaleAccumulator::Bind(const VELA_InputCaseIterator& cases) {
+  variable_ = cases.GetVariable(varIndex_);
+  offset_ = cases.CellOffset(varIndex_);
+  if (variable_ == nullptr || offset_ < 0) {
+    mode_ = Mode::kUnknownVariable;
+  } else {
+    mode_ = variable_->GetType() <= 0 ? Mode::kNumeric : Mode::kString;
+  }
+}
+
+void ScaleAccumulator::MarkIfMissing(NumericEntry<NoExtra>& entry, const OBS* cell) {
+  if (variable_->IsMissing(cell)) entry.weight = -0.0;
+}
+
+void ScaleAccumulator::AddString(const OBS* cells, double weight) {
+  // Strings have valid and missing counts but no distinct values to keep.
+  if (variable_->IsMissing(cells)) {
+    sysmisWeight_ += weight;
+  } else {
+    validStringWeight_ += weight;
+  }
+  ++generation_;
+}
+
+void ScaleAccumulator::Finish() {
+  if (finished_ == generation_) return;
+  finished_ = generation_;
+  auto sorted = values_.Sorted();
+  moments_ = ComputeMoments(sorted);
+  userMissingWeight_ = 0.0;
+  for (const auto& e : sorted) {
+    if (std::signbit(e.weight)) userMissingWeight_ -= e.weight;
+  }
+  if (mode_ == Mode::kString) {
+    moments_.weight = validStringWeight_;
+    moments_.mean = kSysmis;
+    moments_.stdDev = kSysmis;
+  }
+}
+
+double ScaleAccumulator::ValidWeight() {
+  Finish();
+  return moments_.weight;
+}
+
+double ScaleAccumulator::MissingWeight() {
+  Finish();
+  return sysmisWeight_ + userMissingWeight_;
+}
+
+const Moments& ScaleAccumulator::GetMoments() {
+  Finish();
+  return moments_;
+}
+
+double ScaleAccumulator::Percentile(double percent) {
+  Finish();
+  if (mode_ != Mode::kNumeric) return kSysmis;
+  return WeightedPercentile(values_.Sorted(), percent);
+}
+
+}  // namespace codebook::aggregate

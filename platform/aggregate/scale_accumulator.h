@@ -1,0 +1,79 @@
+// Valid and missing weights, moments and percentiles of one variable over
+// all cases. Memory grows with the distinct values, never with the cases.
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+#include "host/data/case_iterator.h"
+#include "platform/aggregate/cell_values.h"
+#include "platform/aggregate/numeric_weight_map.h"
+#include "platform/aggregate/weighted_statistics.h"
+
+namespace codebook::aggregate {
+
+class ScaleAccumulator {
+ public:
+  explicit ScaleAccumulator(int varIndex) : varIndex_(varIndex) {}
+
+  int varIndex() const { return varIndex_; }
+  void Bind(const VELA_InputCaseIterator& cases);
+
+  void Add(const OBS* cells, double weight) {
+    switch (mode_) {
+      case Mode::kNumeric:
+        AddNumber(cells + offset_, weight);
+        break;
+      case Mode::kString:
+        AddString(cells + offset_, weight);
+        break;
+      case Mode::kUnknownVariable:
+        sysmisWeight_ += weight;
+        break;
+    }
+  }
+
+  // Results; the first call after new cases sorts the distinct values.
+  double ValidWeight();
+  double MissingWeight();
+  const Moments& GetMoments();
+  double Percentile(double percent);
+  std::size_t DistinctValues() const { return values_.size(); }
+  std::size_t MemoryBytes() const { return values_.MemoryBytes(); }
+
+ private:
+  enum class Mode { kUnknownVariable, kNumeric, kString };
+
+  void AddNumber(const OBS* cell, double weight) {
+    const double x = cell->d;
+    if (IsSystemMissing(x)) {
+      sysmisWeight_ += weight;
+      return;
+    }
+    bool inserted = false;
+    auto& entry = values_.FindOrInsert(NumericKey(x), inserted);
+    if (inserted) MarkIfMissing(entry, cell);
+    // A user-missing value carries its weight negated: one probe per case
+    // serves valid and missing values, and entries stay 16 bytes.
+    entry.weight += std::copysign(weight, entry.weight);
+    ++generation_;
+  }
+  void AddString(const OBS* cells, double weight);
+  void MarkIfMissing(NumericEntry<NoExtra>& entry, const OBS* cell);
+  void Finish();
+
+  int varIndex_;
+  Mode mode_ = Mode::kUnknownVariable;
+  const VELA_Variable* variable_ = nullptr;
+  int offset_ = -1;
+  NumericWeightMap<> values_;
+  double sysmisWeight_ = 0.0;  // system-missing, and every missing string
+  double validStringWeight_ = 0.0;
+  std::uint64_t generation_ = 0;
+  std::uint64_t finished_ = ~std::uint64_t{0};
+  Moments moments_;
+  double userMissingWeight_ = 0.0;
+};
+
+}  // namespace codebook::aggregate

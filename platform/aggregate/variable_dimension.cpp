@@ -1,0 +1,192 @@
+#include "platform/aggregate/variable_dimension.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/aggregate/cell_values.h"
+
+namespace codebook::aggregate {
+
+VariableDimension::VariableDimension(int varIndex, std::string name)
+    : AggregationVariable::Impl(std::move(name)), varIndex_(varIndex) {}
+
+VariableDimension::~VariableDimension() = default;
+
+void VariableDimension::SetCategories(std::vector<std::unique_ptr<ParsedCategory>> categories) {
+  restricted_ = true;
+  given_.clear();
+  for (const auto& category : categories) {
+    if (category == nullptr || category->value() == nullptr) continue;
+    given_.push_back({*category->value(), category->value()});
+  }
+  // The categories themselves are no longer needed: their values are kept.
+}
+
+void VariableDimension::Bind(const VELA_InputCaseIterator& cases) {
+  variable_ = cases.GetVariable(varIndex_);
+  offset_ = cases.CellOffset(varIndex_);
+  if (variable_ == nullptr || offset_ < 0) {
+    mode_ = Mode::kUnknownVariable;
+  } else if (variable_->GetType() <= 0) {
+    mode_ = Mode::kNumeric;
+  } else {
+    mode_ = Mode::kString;
+    width_ = static_cast<std::size_t>(variable_->GetType());
+  }
+
+  givenCells_.clear();
+  for (std::size_t i = 0; i < given_.size(); ++i) {
+    const GivenValue& g = given_[i];
+    std::vector<OBS> cells;
+    if (mode_ == Mode::kString) {
+      cells.resize(CellCount(width_));
+      cells[0] = g.first;
+      if (cells.size() > 1) {
+        std::memcpy(cells.data() + 1, g.source + 1, (cells.size() - 1) * sizeof(OBS));
+      }
+      bool inserted = false;
+      auto& entry = strings_.FindOrInsert(TrimmedString(cells.data(), width_), inserted);
+      if (inserted) {
+        entry.member = static_cast<std::int32_t>(i);
+        entry.missing = variable_->IsMissing(cells.data()) != 0;
+      }
+    } else {
+      cells.push_back(g.first);
+      if (mode_ == Mode::kNumeric && !IsSystemMissing(g.first.d)) {
+        bool inserted = false;
+        auto& entry = numbers_.FindOrInsert(NumericKey(g.first.d), inserted);
+        if (inserted) {
+          entry.extra.given = static_cast<std::int32_t>(i);
+          entry.extra.missing = variable_->IsMissing(&g.first) != 0;
+        }
+      }
+    }
+    givenCells_.push_back(std::move(cells));
+  }
+}
+
+void VariableDimension::AddCase(const OBS* cells, double weight) {
+  total_ += weight;
+  switch (mode_) {
+    case Mode::kNumeric:
+      AddNumeric(cells + offset_, weight);
+      break;
+    case Mode::kString:
+      AddString(cells + offset_, weight);
+      break;
+    case Mode::kUnknownVariable:
+      // A variable the dataset does not have holds no value in any case.
+      sysmisWeight_ += weight;
+      break;
+  }
+}
+
+void VariableDimension::AddNumeric(const OBS* cell, double weight) {
+  const double x = cell->d;
+  if (IsSystemMissing(x)) {
+    sysmisWeight_ += weight;
+    return;
+  }
+  if (restricted_) {
+    // Only the given values are counted; the map holds them already.
+    if (auto* entry = numbers_.Find(NumericKey(x))) {
+      entry->weight += weight;
+    } else if (variable_->IsMissing(cell)) {
+      otherMissingWeight_ += weight;
+    }
+    return;
+  }
+  bool inserted = false;
+  auto& entry = numbers_.FindOrInsert(NumericKey(x), inserted);
+  if (inserted) OnNewNumeric(entry, cell);
+  entry.weight += weight;
+}
+
+void VariableDimension::OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell) {
+  // Missing values are decided once per distinct value, not per case.
+  entry.extra.missing = variable_->IsMissing(cell) != 0;
+  if (!(entry.extra.missing && excludeUserMissing())) ++categoryCount_;
+}
+
+void VariableDimension::AddString(const OBS* cells, double weight) {
+  const std::string_view key = TrimmedString(cells, width_);
+  if (restricted_) {
+    if (auto* entry = strings_.Find(key)) {
+      entry->weight += weight;
+    } else if (variable_->IsMissing(cells)) {
+      otherMissingWeight_ += weight;
+    }
+    return;
+  }
+  bool inserted = false;
+  auto& entry = strings_.FindOrInsert(key, inserted);
+  if (inserted) OnNewString(entry, cells);
+  entry.weight += weight;
+}
+
+void VariableDimension::OnNewString(StringWeightMap::Entry& entry, const OBS* cells) {
+  entry.missing = variable_->IsMissing(cells) != 0;
+  if (!(entry.missing && excludeUserMissing())) ++categoryCount_;
+}
+
+std::size_t VariableDimension::GetCategoryCount() const {
+  return restricted_ ? given_.size() : categoryCount_;
+}
+
+double VariableDimension::MissingWeight() const {
+  double missing = sysmisWeight_ + otherMissingWeight_;
+  numbers_.ForEach([&](const auto& e) {
+    if (e.extra.missing) missing += e.weight;
+  });
+  strings_.ForEach([&](const auto& e) {
+    if (e.missing) missing += e.weight;
+  });
+  return missing;
+}
+
+std::vector<OBS> VariableDimension::StringCells(std::string_view key) const {
+  std::vector<OBS> cells(CellCount(width_));
+  char* bytes = reinterpret_cast<char*>(cells.data());
+  std::memset(bytes, ' ', cells.size() * sizeof(OBS));
+  std::memcpy(bytes, key.data(), std::min(key.size(), cells.size() * sizeof(OBS)));
+  return cells;
+}
+
+void VariableDimension::BuildCategories(CategoryList& list) const {
+  if (restricted_) {
+    for (const std::vector<OBS>& cells : givenCells_) {
+      double weight = 0.0;
+      if (mode_ == Mode::kNumeric && !IsSystemMissing(cells[0].d)) {
+        if (const auto* e = numbers_.Find(NumericKey(cells[0].d))) weight = e->weight;
+      } else if (mode_ == Mode::kString) {
+        if (const auto* e = strings_.Find(TrimmedString(cells.data(), width_))) weight = e->weight;
+      }
+      list.Add(std::make_unique<Category>(owner(), varIndex_, cells, ValueLabelOf(variable_, cells.data()),
+                                          weight, false));
+    }
+  } else if (mode_ == Mode::kNumeric) {
+    std::vector<NumericEntry<NumericInfo>> entries;
+    entries.reserve(numbers_.size());
+    numbers_.ForEach([&](const auto& e) {
+      if (!(e.extra.missing && excludeUserMissing())) entries.push_back(e);
+    });
+    std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.value < b.value; });
+    for (const auto& e : entries) {
+      OBS cell;
+      cell.d = e.value;
+      list.Add(std::make_unique<Category>(owner(), varIndex_, std::vector<OBS>{cell},
+                                          ValueLabelOf(variable_, &cell), e.weight, false));
+    }
+  } else if (mode_ == Mode::kString) {
+    for (const auto* e : strings_.SortedEntries()) {
+      if (e->missing && excludeUserMissing()) continue;
+      std::vector<OBS> cells = StringCells(strings_.Key(*e));
+      std::string label = ValueLabelOf(variable_, cells.data());
+      list.Add(std::make_unique<Category>(owner(), varIndex_, std::move(cells), std::move(label), e->weight,
+                                          false));
+    }
+  }
+  if (!noTotal()) AddTotal(list, total_);
+}
+
+}  // namespace codebook::aggregate

@@ -1,0 +1,71 @@
+// A dimension over one variable: a category per distinct value met, or
+// exactly the values given to SetCategories.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/aggregate/dimension.h"
+#include "platform/aggregate/numeric_weight_map.h"
+#include "platform/aggregate/string_weight_map.h"
+
+namespace codebook::aggregate {
+
+class VariableDimension final : public AggregationVariable::Impl, public TableDimension {
+ public:
+  VariableDimension(int varIndex, std::string name);
+  ~VariableDimension() override;
+
+  void SetCategories(std::vector<std::unique_ptr<ParsedCategory>> categories) override;
+
+  double MissingWeight() const override;
+  TableDimension& Dimension() override { return *this; }
+
+  std::size_t GetCategoryCount() const override;
+  const std::vector<const AggregationCategory*>& GetCategories() const override {
+    return CurrentCategories();
+  }
+
+ private:
+  struct NumericInfo {
+    std::int32_t given = -1;  // position among the given categories
+    bool missing = false;     // user-missing
+  };
+  // A given category: its first cell is copied at once; the rest of a long
+  // string is read when the variable's width is known (see the ParsedCategory
+  // note in the host header).
+  struct GivenValue {
+    OBS first;
+    const OBS* source;
+  };
+  enum class Mode { kUnknownVariable, kNumeric, kString };
+
+  void Bind(const VELA_InputCaseIterator& cases) override;
+  void AddCase(const OBS* cells, double weight) override;
+  void BuildCategories(CategoryList& list) const override;
+
+  void AddNumeric(const OBS* cell, double weight);
+  void AddString(const OBS* cells, double weight);
+  void OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell);
+  void OnNewString(StringWeightMap::Entry& entry, const OBS* cells);
+  std::vector<OBS> StringCells(std::string_view key) const;
+
+  int varIndex_;
+  Mode mode_ = Mode::kUnknownVariable;
+  const VELA_Variable* variable_ = nullptr;
+  int offset_ = -1;
+  std::size_t width_ = 0;  // bytes of a string value
+  bool restricted_ = false;
+  std::vector<GivenValue> given_;
+  std::vector<std::vector<OBS>> givenCells_;  // the given values at full width, after Bind
+
+  NumericWeightMap<NumericInfo> numbers_;
+  StringWeightMap strings_;
+  std::size_t categoryCount_ = 0;
+  double total_ = 0.0;
+  double sysmisWeight_ = 0.0;
+  double otherMissingWeight_ = 0.0;  // missing values outside the given categories
+};
+
+}  // namespace codebook::aggregate

@@ -1,0 +1,242 @@
+// Category counts of single variables: weights, missing values, strings,
+// labeled-values-only dimensions, and the running category count that the
+// procedure's early stop reads.
+#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "host/aggregate/aggregation_table.h"
+#include "platform/data/dataset_builder.h"
+#include "table_harness.h"
+
+namespace codebook::aggregate {
+namespace {
+
+using data::DatasetBuilder;
+using testing::TableHarness;
+using ::testing::ElementsAre;
+
+TEST(CategoricalTable, WeightsDecideCountsAndPercents) {
+  // x with weights; zero, negative and missing weights drop the case.
+  auto ds = DatasetBuilder()
+                .Numeric("x")
+                .Numeric("w")
+                .Weight("w")
+                .Cases({{2, 1}, {1, 2}, {2, 0.5}, {3, 0}, {3, -1}, {3, kSysmis}, {kSysmis, 1.5}, {1, 1}})
+                .Build();
+  TableHarness run(ds);
+  const int t = run.AddCategorical(new AggregationVariable(0, "x"));
+  run.Run();
+  auto r = run.Categorical(t);
+  // W = 1 + 2 + .5 + 1.5 + 1 = 6; value 3 never met with a positive weight.
+  EXPECT_THAT(r.NumericValues(), ElementsAre(1, 2));
+  EXPECT_THAT(r.Counts(), ElementsAre(3, 1.5));
+  EXPECT_DOUBLE_EQ(r.rows[0].percent, 50);
+  EXPECT_DOUBLE_EQ(r.rows[1].percent, 25);
+  EXPECT_DOUBLE_EQ(r.missing, 1.5);
+  EXPECT_DOUBLE_EQ(r.total, 6);
+  EXPECT_EQ(r.rows[0].category->GetVarIndex(), 0);
+}
+
+TEST(CategoricalTable, UnweightedIgnoresTheWeightVariable) {
+  auto ds = DatasetBuilder().Numeric("x").Numeric("w").Weight("w").Cases({{1, 0}, {1, 5}, {2, kSysmis}}).Build();
+  TableHarness run(ds, /*weighted=*/false);
+  const int t = run.AddCategorical(new AggregationVariable(0, "x"));
+  run.Run();
+  auto r = run.Categorical(t);
+  EXPECT_THAT(r.Counts(), ElementsAre(2, 1));
+  EXPECT_DOUBLE_EQ(r.total, 3);
+}
+
+TEST(CategoricalTable, UserMissingValuesAreCategoriesAndMissing) {
+  auto ds = DatasetBuilder()
+                .Numeric("x")
+                .MissingRange(-100, -1, 9)
+                .Cases({{9}, {1}, {-5}, {kSysmis}, {-0.0}, {0.0}, {9}, {1e300}})
+                .Build();
+  TableHarness run(ds);
+  const int t = run.AddCategorical(new AggregationVariable(0, "x"));
+  run.Run();
+  auto r = run.Categorical(t);
+  // Numbers ascending; -0 and 0 are one category; sysmis is none.
+  EXPECT_THAT(r.NumericValues(), ElementsAre(-5, 0, 1, 9, 1e300));
+  EXPECT_THAT(r.Counts(), ElementsAre(1, 2, 1, 2, 1));
+  // 198: the user-missing -5, 9, 9 and the system-missing case.
+  EXPECT_DOUBLE_EQ(r.missing, 4);
+  EXPECT_DOUBLE_EQ(r.total, 8);
+  EXPECT_DOUBLE_EQ(r.rows[3].percent, 25);
+}
+
+TEST(CategoricalTable, ExcludingUserMissingLeavesThemOutOfTheCategories) {
+  auto ds = DatasetBuilder().Numeric("x").MissingDiscrete({9}).Cases({{9}, {1}, {2}, {9}}).Build();
+  TableHarness run(ds);
+  auto* dimension = new AggregationVariable(0, "x");
+  const int t = run.AddCategorical(dimension);
+  dimension->SetExcludeUserMissing(true);
+  run.Run();
+  auto r = run.Categorical(t);
+  EXPECT_THAT(r.NumericValues(), ElementsAre(1, 2));
+  EXPECT_DOUBLE_EQ(r.missing, 2);
+  EXPECT_DOUBLE_EQ(r.total, 4);
+}
+
+TEST(CategoricalTable, StringsCompareWithoutTrailingBlanks) {
+  auto ds = DatasetBuilder()
+                .String("s", 10)
+                .MissingStrings({"NA"})
+                .ValueLabel("b", "Bee")
+                .Cases({{"b"}, {"a  "}, {" a"}, {"a"}, {""}, {"NA"}, {"\xc3\xa9t\xc3\xa9"}, {"B"}, {"b "}})
+                .Build();
+  TableHarness run(ds);
+  const int t = run.AddCategorical(new AggregationVariable(0, "s"));
+  run.Run();
+  auto r = run.Categorical(t);
+  // Byte-wise: blank string, leading blank, upper case, lower case, then
+  // the UTF-8 bytes above 0x7f.
+  EXPECT_THAT(r.StringValues(10), ElementsAre("", " a", "B", "NA", "a", "b", "\xc3\xa9t\xc3\xa9"));
+  EXPECT_THAT(r.Counts(), ElementsAre(1, 1, 1, 1, 2, 2, 1));
+  EXPECT_DOUBLE_EQ(r.missing, 1);
+  EXPECT_DOUBLE_EQ(r.total, 9);
+  // The value comes back blank-padded to the variable's width.
+  EXPECT_EQ(std::string(r.rows[4].category->GetCatValue()->c, 8), "a       ");
+  EXPECT_EQ(r.rows[5].category->GetCatLabel(), "Bee");
+  EXPECT_EQ(r.rows[4].category->GetCatLabel(), "");
+}
+
+TEST(CategoricalTable, LabeledValuesOnlyKeepsTheGivenValuesInOrder) {
+  auto ds = DatasetBuilder()
+                .Numeric("x")
+                .MissingDiscrete({99})
+                .Cases({{1}, {2}, {2}, {5}, {99}, {98}, {kSysmis}})
+                .Build();
+  TableHarness run(ds);
+  auto* dimension = new AggregationVariable(0, "x");
+  // Given in an order that is not ascending, one value never met.
+  OBS values[4];
+  values[0].d = 2;
+  values[1].d = 99;
+  values[2].d = 7;
+  values[3].d = 1;
+  dimension->SetCategories({new ParsedCategory(values[0], 0), new ParsedCategory(values[1], 0),
+                            new ParsedCategory(values[2], 0), new ParsedCategory(values[3], 0)});
+  const int t = run.AddCategorical(dimension);
+  // Overwrite the caller's cells: the dimension must have copied them.
+  values[0].d = values[1].d = values[2].d = values[3].d = -1;
+  EXPECT_EQ(dimension->GetDimension()->GetCategoryCount(), 4u);
+  run.Run();
+  auto r = run.Categorical(t);
+  EXPECT_THAT(r.NumericValues(), ElementsAre(2, 99, 7, 1));
+  EXPECT_THAT(r.Counts(), ElementsAre(2, 1, 0, 1));
+  EXPECT_DOUBLE_EQ(r.rows[2].percent, 0);
+  // 5 and 98 are not categories but count in W; 99 and sysmis are missing.
+  EXPECT_DOUBLE_EQ(r.total, 7);
+  EXPECT_DOUBLE_EQ(r.missing, 2);
+}
+
+TEST(CategoricalTable, LabeledValuesOnlyForLongStrings) {
+  auto ds = DatasetBuilder()
+                .String("s", 20)
+                .Cases({{"a long string value"}, {"x"}, {"a long string value "}})
+                .Build();
+  TableHarness run(ds);
+  auto* dimension = new AggregationVariable(0, "s");
+  OBS cells[6];
+  std::memset(cells, ' ', sizeof cells);
+  std::memcpy(cells, "a long string value", 19);
+  std::memcpy(cells + 3, "never", 5);
+  dimension->SetCategories({new ParsedCategory(cells[0], 0), new ParsedCategory(cells[3], 0)});
+  const int t = run.AddCategorical(dimension);
+  run.Run();
+  auto r = run.Categorical(t);
+  EXPECT_THAT(r.StringValues(20), ElementsAre("a long string value", "never"));
+  EXPECT_THAT(r.Counts(), ElementsAre(2, 0));
+  EXPECT_DOUBLE_EQ(r.total, 3);
+  EXPECT_DOUBLE_EQ(r.missing, 0);
+}
+
+TEST(CategoricalTable, CategoryCountGrowsWithDistinctValuesMet) {
+  auto ds = DatasetBuilder().Numeric("x").Cases({{1}, {1}, {2}, {kSysmis}, {3}, {2}}).Build();
+  TableHarness run(ds);
+  auto* dimension = new AggregationVariable(0, "x");
+  const int t = run.AddCategorical(dimension);
+  const TableDimension* tableDimension = run.table(t).GetTableMetaData()->GetDimension(0);
+  ASSERT_NE(tableDimension, nullptr);
+  EXPECT_EQ(tableDimension, dimension->GetDimension());
+  std::vector<std::size_t> seen;
+  while (run.iterator().NextCase()) {
+    run.table(t).AddNewCase();
+    seen.push_back(tableDimension->GetCategoryCount());
+  }
+  EXPECT_THAT(seen, ElementsAre(1, 1, 2, 2, 3, 3));
+  // Asking for categories in the middle of a pass is allowed too.
+  EXPECT_EQ(tableDimension->GetCategories().size(), 4u);
+}
+
+TEST(CategoricalTable, AVariableNotInTheDatasetCountsEveryCaseAsMissing) {
+  auto ds = DatasetBuilder().Numeric("x").Cases({{1}, {2}}).Build();
+  TableHarness run(ds);
+  const int t = run.AddCategorical(new AggregationVariable(17, "nothing"));
+  run.Run();
+  auto r = run.Categorical(t);
+  EXPECT_TRUE(r.rows.empty());
+  EXPECT_DOUBLE_EQ(r.missing, 2);
+  EXPECT_DOUBLE_EQ(r.total, 2);
+}
+
+TEST(CategoricalTable, SelectionsFromElsewhereGiveNoValues) {
+  auto ds = DatasetBuilder().Numeric("x").Numeric("y").Cases({{1, 5}, {2, 6}}).Build();
+  TableHarness run(ds);
+  const int a = run.AddCategorical(new AggregationVariable(0, "x"));
+  const int b = run.AddCategorical(new AggregationVariable(1, "y"));
+  run.Run();
+  auto ra = run.Categorical(a);
+  // A category of another table's dimension, and two categories at once.
+  EXPECT_EQ(run.aggregator(b).GetStatValues({ra.rows[0].category}, -1), nullptr);
+  EXPECT_EQ(run.aggregator(a).GetStatValues({ra.rows[0].category, ra.rows[1].category}, -1), nullptr);
+  // No scale statistics were asked: the cell over all cases has no values.
+  EXPECT_EQ(run.aggregator(a).GetStatValues({}, -1), nullptr);
+}
+
+TEST(CategoricalTable, WithoutTotalTheLastCategoryIsReal) {
+  auto ds = DatasetBuilder().Numeric("x").Cases({{1}, {2}}).Build();
+  TableHarness run(ds);
+  auto* dimension = new AggregationVariable(0, "x");
+  run.AddCategorical(dimension);
+  dimension->SetIsTotalNo(true);
+  run.Run();
+  const auto& categories = dimension->GetDimension()->GetCategories();
+  ASSERT_EQ(categories.size(), 2u);
+  EXPECT_EQ(categories[1]->GetCatValue()->d, 2);
+}
+
+TEST(AggregationTable, AggregatorsOutliveTheirTableAndMayBeTakenTwice) {
+  auto ds = DatasetBuilder().Numeric("x").Cases({{1}, {2}, {2}}).Build();
+  auto selection = std::make_shared<ProcedureDataSource::Selection>(ds);
+  auto iterator = selection->CreateIterator();
+  auto table = std::make_unique<AggregationTable>(*iterator, false, true, -1);
+  AggregationCube* cube = table->CreateCube();
+  EXPECT_EQ(cube, table->CreateCube());
+  EXPECT_EQ(table->GetTableMetaData()->GetDimension(0), nullptr);
+  cube->CreateCubeAggregator();
+  // Statistics given after the aggregator was created still count.
+  cube->AddScaleStatistics(testing::AllScaleStatistics(0));
+  while (iterator->NextCase()) table->AddNewCase();
+  auto first = table->GetCubeAggregators();
+  auto second = table->GetCubeAggregators();
+  ASSERT_EQ(first.size(), 1u);
+  ASSERT_EQ(second.size(), 1u);
+  std::unique_ptr<CubeAggregator> a(first[0]);
+  std::unique_ptr<CubeAggregator> b(second[0]);
+  table.reset();
+  const StatValues* values = a->GetStatValues({}, -1);
+  ASSERT_NE(values, nullptr);
+  EXPECT_EQ(values->GetStatValue(0).GetValue1(), 3);
+  EXPECT_DOUBLE_EQ(values->GetStatValue(2).GetValue1(), 5.0 / 3.0);
+  EXPECT_EQ(values->GetCellStatistic().GetStatistic(4), TableEncryptionCodes::kStatPercentile);
+  EXPECT_EQ(b->GetStatValues({}, -1)->GetStatValue(0).GetValue1(), 3);
+}
+
+}  // namespace
+}  // namespace codebook::aggregate

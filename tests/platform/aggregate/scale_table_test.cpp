@@ -1,0 +1,124 @@
+// Scale statistics over all cases: valid and missing weights, mean,
+// standard deviation and quartiles, hand-checked.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "host/aggregate/aggregation_table.h"
+#include "platform/data/dataset_builder.h"
+#include "table_harness.h"
+
+namespace codebook::aggregate {
+namespace {
+
+using data::DatasetBuilder;
+using testing::TableHarness;
+
+TEST(ScaleTable, UnweightedWithMissingValues) {
+  // Valid: 1, 2, 3, 4, 10; user-missing 99 twice; system-missing once.
+  auto ds = DatasetBuilder()
+                .Numeric("x")
+                .MissingDiscrete({99})
+                .Cases({{3}, {99}, {1}, {kSysmis}, {10}, {2}, {99}, {4}})
+                .Build();
+  TableHarness run(ds);
+  const int t = run.AddScale(0);
+  run.Run();
+  auto s = run.Scale(t);
+  EXPECT_EQ(s.valid, 5);
+  EXPECT_EQ(s.missing, 3);
+  EXPECT_DOUBLE_EQ(s.mean, 4);
+  // Deviations -3 -2 -1 0 6: squares 50, variance 50 / 4.
+  EXPECT_DOUBLE_EQ(s.sd, std::sqrt(12.5));
+  // t = 6 p: 1.5 -> 1.5; 3 -> 3; 4.5 -> 4 + .5 * 6 = 7.
+  EXPECT_DOUBLE_EQ(s.p25, 1.5);
+  EXPECT_DOUBLE_EQ(s.p50, 3);
+  EXPECT_DOUBLE_EQ(s.p75, 7);
+}
+
+TEST(ScaleTable, IntegerWeightsEqualRepeatedCases) {
+  auto weighted = DatasetBuilder()
+                      .Numeric("x")
+                      .Numeric("w")
+                      .Weight("w")
+                      .Cases({{5, 2}, {7, 1}, {1, 3}, {8, 0}, {9, -2}, {6, kSysmis}, {kSysmis, 2}})
+                      .Build();
+  auto repeated = DatasetBuilder()
+                      .Numeric("x")
+                      .Cases({{5}, {5}, {7}, {1}, {1}, {1}, {kSysmis}, {kSysmis}})
+                      .Build();
+  TableHarness a(weighted);
+  TableHarness b(repeated);
+  a.AddScale(0);
+  b.AddScale(0);
+  a.Run();
+  b.Run();
+  auto sa = a.Scale(0);
+  auto sb = b.Scale(0);
+  EXPECT_EQ(sa.valid, 6);
+  EXPECT_EQ(sa.missing, 2);
+  EXPECT_DOUBLE_EQ(sa.mean, sb.mean);
+  EXPECT_DOUBLE_EQ(sa.sd, sb.sd);
+  EXPECT_DOUBLE_EQ(sa.p25, sb.p25);
+  EXPECT_DOUBLE_EQ(sa.p50, sb.p50);
+  EXPECT_DOUBLE_EQ(sa.p75, sb.p75);
+  // 1 1 1 5 5 7: t = 7 p: 1.75 -> 1; 3.5 -> 3 + .5 * 4 = 3; 5.25 -> 5 + .25 * 2.
+  EXPECT_DOUBLE_EQ(sa.p25, 1);
+  EXPECT_DOUBLE_EQ(sa.p50, 3);
+  EXPECT_DOUBLE_EQ(sa.p75, 5.5);
+}
+
+TEST(ScaleTable, OneCaseAndNoValidCase) {
+  auto ds = DatasetBuilder().Numeric("x").Numeric("y").MissingDiscrete({0}).Cases({{42.5, 0}}).Build();
+  TableHarness run(ds);
+  const int x = run.AddScale(0);
+  const int y = run.AddScale(1);
+  run.Run();
+  auto sx = run.Scale(x);
+  EXPECT_EQ(sx.valid, 1);
+  EXPECT_EQ(sx.mean, 42.5);
+  EXPECT_EQ(sx.sd, kSysmis);
+  EXPECT_EQ(sx.p25, 42.5);
+  EXPECT_EQ(sx.p75, 42.5);
+  auto sy = run.Scale(y);
+  EXPECT_EQ(sy.valid, 0);
+  EXPECT_EQ(sy.missing, 1);
+  EXPECT_EQ(sy.mean, kSysmis);
+  EXPECT_EQ(sy.sd, kSysmis);
+  EXPECT_EQ(sy.p50, kSysmis);
+}
+
+TEST(ScaleTable, StringVariableHasCountsOnly) {
+  auto ds = DatasetBuilder().String("s", 4).MissingStrings({"x"}).Cases({{"a"}, {"x"}, {""}}).Build();
+  TableHarness run(ds);
+  const int t = run.AddScale(0);
+  run.Run();
+  auto s = run.Scale(t);
+  EXPECT_EQ(s.valid, 2);
+  EXPECT_EQ(s.missing, 1);
+  EXPECT_EQ(s.mean, kSysmis);
+  EXPECT_EQ(s.p50, kSysmis);
+}
+
+TEST(ScaleTable, NoCaseAtAll) {
+  auto ds = DatasetBuilder().Numeric("x").Build();
+  TableHarness run(ds);
+  const int t = run.AddScale(0);
+  run.Run();
+  auto s = run.Scale(t);
+  EXPECT_EQ(s.valid, 0);
+  EXPECT_EQ(s.missing, 0);
+  EXPECT_EQ(s.mean, kSysmis);
+}
+
+TEST(ScaleTable, SplitGroupEndsAreNotCases) {
+  auto ds = DatasetBuilder().Numeric("x").Cases({{1}, {2}}).SplitGroupEnd().Cases({{3}}).Build();
+  TableHarness run(ds);
+  const int t = run.AddScale(0);
+  run.Run();
+  EXPECT_EQ(run.Scale(t).valid, 3);
+  EXPECT_DOUBLE_EQ(run.Scale(t).mean, 2);
+}
+
+}  // namespace
+}  // namespace codebook::aggregate
