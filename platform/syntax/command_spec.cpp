@@ -82,11 +82,13 @@ const ParamObj* SubComObj::exportParamObj() const {
   return data_ && data_->exports ? &data_->exported : nullptr;
 }
 
-unsigned long SubComObj::getTokenListSize() const { return data_ ? data_->exportedTokens.size() : 0; }
+unsigned long SubComObj::getTokenListSize() const {
+  return data_ && data_->exportedData ? data_->exportedData->tokens.size() : 0;
+}
 
 const TokenInfoObj* SubComObj::getTokenObj(unsigned long i) const {
-  if (!data_ || i >= data_->exportedTokens.size()) return nullptr;
-  return &data_->exportedTokens[i];
+  if (!data_ || !data_->exportedData || i >= data_->exportedData->tokens.size()) return nullptr;
+  return &data_->exportedData->tokens[i];
 }
 
 CommandSpec::CommandSpec() : data_(std::make_unique<Data>()) {}

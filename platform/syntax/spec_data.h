@@ -28,8 +28,10 @@ struct SubComObj::Data {
   int column = 0;
   std::vector<ParamObj> params;  // in the order given
   bool exports = false;
-  ParamObj exported;  // the tokens that matched no declared parameter
-  std::vector<TokenInfoObj> exportedTokens;
+  // The tokens that matched no declared parameter; its data is shared with
+  // getTokenObj() rather than copied, as a variable list may be huge.
+  ParamObj exported;
+  std::shared_ptr<const ParamObj::Data> exportedData;
 };
 
 struct CommandSpec::Data {

@@ -313,8 +313,12 @@ class Scanner {
 std::vector<ScannedCommand> ScanCommands(std::string_view text) { return Scanner(text).Run(); }
 
 std::vector<TokenInfoObj> Tokenize(std::string_view text) {
+  std::vector<ScannedCommand> commands = ScanCommands(text);
+  std::size_t count = 0;
+  for (const ScannedCommand& command : commands) count += command.tokens.size();
   std::vector<TokenInfoObj> tokens;
-  for (ScannedCommand& command : ScanCommands(text)) {
+  tokens.reserve(count);
+  for (ScannedCommand& command : commands) {
     for (TokenInfoObj& token : command.tokens) tokens.push_back(std::move(token));
   }
   return tokens;

@@ -150,6 +150,12 @@ class Parser {
     data->exports = sub.exportsTokens();
     auto exported = std::make_shared<ParamObj::Data>();
     exported->spec = UPSpecTypes::kParamExportTokens;
+    if (sub.exportsTokens()) {
+      // At most the tokens up to the next "/": one reservation, no regrowth.
+      std::size_t end = i_;
+      while (end < t_.size() && !IsPunct(t_[end], '/')) ++end;
+      exported->tokens.reserve(end - i_);
+    }
 
     const std::vector<ParamDescriptor>& params = sub.params();
     const std::vector<std::string_view> names = NamesOf(params);
@@ -202,7 +208,7 @@ class Parser {
     if (sub.exportsTokens() && sub.exportRequired() && exported->tokens.empty()) {
       return Fail(At(i_), Unexpected(At(i_)) + Where(sub), "a name, a number or a quoted string");
     }
-    data->exportedTokens = exported->tokens;
+    if (sub.exportsTokens()) data->exportedData = exported;
     data->exported = ParamObj(std::move(exported));
     out_->subcommands.push_back({sub.name(), SubComObj(std::move(data))});
     return true;
