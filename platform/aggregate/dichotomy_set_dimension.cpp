@@ -25,17 +25,22 @@ DichotomySetDimension::DichotomySetDimension(std::vector<int> varIndexes, std::s
 
 DichotomySetDimension::~DichotomySetDimension() = default;
 
-void DichotomySetDimension::Bind(const VELA_InputCaseIterator& cases) {
-  members_ = LookUpMembers(cases, varIndexes_);
-  for (const SetMember& m : members_) {
-    if (m.variable != nullptr) {
-      stringCounted_ = m.width > 0;
+void DichotomySetDimension::OnAttach(const VELA_InputCaseIterator& cases) {
+  for (int index : varIndexes_) {
+    if (const VELA_Variable* v = cases.GetVariable(index); v != nullptr && cases.CellOffset(index) >= 0) {
+      stringCounted_ = v->GetType() > 0;
       break;
     }
   }
-  if (stringCounted_ && countedLength_ == kNumericCountedLength && counted_.size() == 1) {
+  if (stringCounted_ && countedLength_ == kNumericCountedLength && counted_.size() == 1 &&
+      countedSource_ != nullptr) {
     counted_.assign(countedSource_, countedSource_ + kNumericCountedLength);
   }
+  countedSource_ = nullptr;
+}
+
+void DichotomySetDimension::Bind(const VELA_InputCaseIterator& cases) {
+  members_ = LookUpMembers(cases, varIndexes_);
   if (stringCounted_ && !counted_.empty()) {
     countedString_ = std::string(TrimmedString(counted_.data(), counted_.size() * sizeof(OBS)));
   }

@@ -24,6 +24,7 @@ class DichotomySetDimension final : public AggregationVariable::Impl, public Tab
   }
 
  private:
+  void OnAttach(const VELA_InputCaseIterator& cases) override;
   void Bind(const VELA_InputCaseIterator& cases) override;
   void AddCase(const OBS* cells, double weight) override;
   void BuildCategories(CategoryList& list) const override;
@@ -34,7 +35,7 @@ class DichotomySetDimension final : public AggregationVariable::Impl, public Tab
   // The counted value: its first cell is copied at construction. A length
   // of 8 means a number (one cell) or a string of eight cells; which one is
   // known only from the members' type, so the other seven cells of such a
-  // string are read when the members are looked up.
+  // string are read when the set joins its cube.
   std::vector<OBS> counted_;
   const OBS* countedSource_;
   int countedLength_;

@@ -30,7 +30,10 @@ class AggregationVariable::Impl {
 
   // The dimension joins a cube over these cases. The variables are looked up
   // lazily, at the first case or the first question about categories.
-  void Attach(const VELA_InputCaseIterator& cases) { cases_ = &cases; }
+  void Attach(const VELA_InputCaseIterator& cases) {
+    cases_ = &cases;
+    OnAttach(cases);
+  }
   bool attached() const { return cases_ != nullptr; }
 
   // The hot path: one case of positive weight.
@@ -53,6 +56,8 @@ class AggregationVariable::Impl {
   }
 
  protected:
+  // Copies what the caller may free once the dimension is in its cube.
+  virtual void OnAttach(const VELA_InputCaseIterator& /*cases*/) {}
   virtual void Bind(const VELA_InputCaseIterator& cases) = 0;
   virtual void AddCase(const OBS* cells, double weight) = 0;
   // Fills `list` with the categories in order, then the total unless
@@ -71,6 +76,7 @@ class AggregationVariable::Impl {
   void AddTotal(codebook::aggregate::CategoryList& list, double weight) const;
 
   const std::string& name() const { return name_; }
+  const VELA_InputCaseIterator* cases() const { return cases_; }
   bool noTotal() const { return noTotal_; }
   bool excludeUserMissing() const { return excludeUserMissing_; }
 

@@ -17,9 +17,20 @@ void VariableDimension::SetCategories(std::vector<std::unique_ptr<ParsedCategory
   given_.clear();
   for (const auto& category : categories) {
     if (category == nullptr || category->value() == nullptr) continue;
-    given_.push_back({*category->value(), category->value()});
+    given_.push_back({std::vector<OBS>{*category->value()}, category->value()});
   }
   // The categories themselves are no longer needed: their values are kept.
+  if (cases() != nullptr) OnAttach(*cases());
+}
+
+void VariableDimension::OnAttach(const VELA_InputCaseIterator& cases) {
+  const VELA_Variable* variable = cases.GetVariable(varIndex_);
+  if (variable == nullptr || variable->GetType() <= 0) return;
+  const std::size_t cells = CellCount(static_cast<std::size_t>(variable->GetType()));
+  for (GivenValue& g : given_) {
+    if (g.cells.size() < cells && g.source != nullptr) g.cells.assign(g.source, g.source + cells);
+    g.source = nullptr;
+  }
 }
 
 void VariableDimension::Bind(const VELA_InputCaseIterator& cases) {
@@ -39,11 +50,10 @@ void VariableDimension::Bind(const VELA_InputCaseIterator& cases) {
     const GivenValue& g = given_[i];
     std::vector<OBS> cells;
     if (mode_ == Mode::kString) {
-      cells.resize(CellCount(width_));
-      cells[0] = g.first;
-      if (cells.size() > 1) {
-        std::memcpy(cells.data() + 1, g.source + 1, (cells.size() - 1) * sizeof(OBS));
-      }
+      // Blank-padded to the variable's width whatever was copied.
+      cells.assign(CellCount(width_), OBS{});
+      std::memset(cells.data(), ' ', cells.size() * sizeof(OBS));
+      std::memcpy(cells.data(), g.cells.data(), std::min(cells.size(), g.cells.size()) * sizeof(OBS));
       bool inserted = false;
       auto& entry = strings_.FindOrInsert(TrimmedString(cells.data(), width_), inserted);
       if (inserted) {
@@ -51,13 +61,13 @@ void VariableDimension::Bind(const VELA_InputCaseIterator& cases) {
         entry.missing = variable_->IsMissing(cells.data()) != 0;
       }
     } else {
-      cells.push_back(g.first);
-      if (mode_ == Mode::kNumeric && !IsSystemMissing(g.first.d)) {
+      cells.push_back(g.cells[0]);
+      if (mode_ == Mode::kNumeric && !IsSystemMissing(cells[0].d)) {
         bool inserted = false;
-        auto& entry = numbers_.FindOrInsert(NumericKey(g.first.d), inserted);
+        auto& entry = numbers_.FindOrInsert(NumericKey(cells[0].d), inserted);
         if (inserted) {
           entry.extra.given = static_cast<std::int32_t>(i);
-          entry.extra.missing = variable_->IsMissing(&g.first) != 0;
+          entry.extra.missing = variable_->IsMissing(cells.data()) != 0;
         }
       }
     }

@@ -33,14 +33,15 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
     bool missing = false;     // user-missing
   };
   // A given category: its first cell is copied at once; the rest of a long
-  // string is read when the variable's width is known (see the ParsedCategory
-  // note in the host header).
+  // string when the dimension joins its cube and the variable's width is
+  // known (see the ParsedCategory note in the host header).
   struct GivenValue {
-    OBS first;
+    std::vector<OBS> cells;
     const OBS* source;
   };
   enum class Mode { kUnknownVariable, kNumeric, kString };
 
+  void OnAttach(const VELA_InputCaseIterator& cases) override;
   void Bind(const VELA_InputCaseIterator& cases) override;
   void AddCase(const OBS* cells, double weight) override;
   void BuildCategories(CategoryList& list) const override;

@@ -148,6 +148,7 @@ TEST(CategoricalTable, LabeledValuesOnlyForLongStrings) {
   std::memcpy(cells + 3, "never", 5);
   dimension->SetCategories({new ParsedCategory(cells[0], 0), new ParsedCategory(cells[3], 0)});
   const int t = run.AddCategorical(dimension);
+  std::memset(cells, 'q', sizeof cells);  // copied once the dimension is in its cube
   run.Run();
   auto r = run.Categorical(t);
   EXPECT_THAT(r.StringValues(20), ElementsAre("a long string value", "never"));

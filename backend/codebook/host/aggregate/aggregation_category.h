@@ -11,8 +11,10 @@
 // A category restricted to one value, asked for before the pass.
 class HOST_API ParsedCategory {
  public:
-  // The value's cells must stay valid until the category is handed to a
-  // dimension (which copies the value with the variable's width).
+  // The value's cells must stay valid until the dimension that takes the
+  // category joins a cube: the dimension copies the first cell at once and,
+  // for a string wider than eight bytes, the rest once the variable's width
+  // is known (value-label maps keep their cells as long as the variable).
   ParsedCategory(const OBS& value, int flags) : value_(&value), flags_(flags) {}
   const OBS* value() const { return value_; }
   int flags() const { return flags_; }
