@@ -128,7 +128,8 @@ void ReadValueLabels(RecordReader& in, RawDictionary& dict, Warnings& warnings) 
   std::int32_t n = in.I32("a value-label record");
   if (n < 0) in.FailAt(vl.offset, "invalid value-label count " + std::to_string(n));
   if (static_cast<std::uint64_t>(n) * 16 > in.Remaining()) {
-    in.FailAt(vl.offset, "value-label count " + std::to_string(n) + " exceeds the file size");
+    in.FailAt(vl.offset, "file ends inside a value-label record (it claims " + std::to_string(n) +
+                             " labels)");
   }
   vl.labels.reserve(static_cast<std::size_t>(n));
   for (std::int32_t i = 0; i < n; ++i) {

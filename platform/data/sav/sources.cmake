@@ -1,7 +1,9 @@
 # The dataset file reader and writer, part of the data library.
 target_sources(cb_data PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/byte_sink.cpp
   ${CMAKE_CURRENT_LIST_DIR}/byte_source.cpp
   ${CMAKE_CURRENT_LIST_DIR}/bytecode_decoder.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/bytecode_encoder.cpp
   ${CMAKE_CURRENT_LIST_DIR}/data_stream.cpp
   ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder.cpp
   ${CMAKE_CURRENT_LIST_DIR}/format_codes.cpp
@@ -12,6 +14,7 @@ target_sources(cb_data PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/text_encoding.cpp
   ${CMAKE_CURRENT_LIST_DIR}/text_records.cpp
   ${CMAKE_CURRENT_LIST_DIR}/warnings.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/write_dataset.cpp
   ${CMAKE_CURRENT_LIST_DIR}/zlib_layout.cpp
 )
 target_link_libraries(cb_data PRIVATE ZLIB::ZLIB)

@@ -3,4 +3,5 @@ codebook_add_test(sav_test
   SOURCES
     sav_test_util.cpp
     sav_fixtures_test.cpp
+    sav_malformed_test.cpp
   LIBS cb_data)
