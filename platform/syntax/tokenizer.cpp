@@ -59,11 +59,13 @@ class Scanner {
   explicit Scanner(std::string_view text) : s_(text) {}
 
   std::vector<ScannedCommand> Run() {
+    // Editors may begin a UTF-8 file with a byte-order mark; it is no token.
+    if (s_.substr(0, 3) == "\xEF\xBB\xBF") pos_ = lineStart_ = 3;
     while (pos_ < s_.size()) {
       const unsigned char c = At(pos_);
       if (c == '\n' || IsBlank(c)) {
         Advance();
-      } else if (column_ == 1 && c == '*') {
+      } else if (c == '*' && pos_ == lineStart_) {
         FinishCommand();
         ScanCommentCommand();
       } else if (c == '/' && At(pos_ + 1) == '*') {
@@ -89,6 +91,7 @@ class Scanner {
     if (c == '\n') {
       if (line_ < INT_MAX) ++line_;
       column_ = 1;
+      lineStart_ = pos_;
     } else if ((c & 0xC0) != 0x80 && column_ < INT_MAX) {
       ++column_;
     }
@@ -300,6 +303,7 @@ class Scanner {
 
   std::string_view s_;
   std::size_t pos_ = 0;
+  std::size_t lineStart_ = 0;  // where the current line's first character is
   int line_ = 1;
   int column_ = 1;
   bool open_ = false;

@@ -176,6 +176,18 @@ TEST(Tokenizer, GarbageBytes) {
   EXPECT_EQ(tokens[2].getString(), "b");
 }
 
+TEST(Tokenizer, ByteOrderMarkAndStarAfterIt) {
+  const std::vector<ScannedCommand> commands = ScanCommands("\xEF\xBB\xBF* comment.\nA b.");
+  ASSERT_EQ(commands.size(), 2u);
+  EXPECT_TRUE(commands[0].comment);
+  EXPECT_EQ(commands[0].column, 1);
+  EXPECT_EQ(commands[1].tokens[0].getString(), "A");
+  // Only at the very start: elsewhere it is a character like any other.
+  EXPECT_EQ(Tokenize("a \xEF\xBB\xBF")[1].kind(), kPun);
+  // A stray byte at a line's start does not make the next "*" a comment.
+  EXPECT_FALSE(ScanCommands("\x80* x")[0].comment);
+}
+
 TEST(Tokenizer, LinesAndColumnsAcrossLines) {
   ExpectTokens("  a\n\tb\r\n   c",
                {{kId, "a", "a", 1, 3}, {kId, "b", "b", 2, 2}, {kId, "c", "c", 3, 4}});
