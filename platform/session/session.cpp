@@ -1,0 +1,133 @@
+#include "platform/session/session.h"
+
+#include <exception>
+#include <utility>
+
+#include "platform/data/active_dataset.h"
+#include "platform/data/data_error.h"
+#include "platform/output/current_output.h"
+#include "platform/syntax/current_command.h"
+
+namespace codebook::session {
+
+namespace {
+
+const syntax::CommandNames& KnownCommandNames() {
+  static const syntax::CommandNames names{"N OF CASES"};
+  return names;
+}
+
+output::Severity ToOutput(syntax::Severity severity) {
+  return severity == syntax::Severity::kError ? output::Severity::kError : output::Severity::kWarning;
+}
+
+}  // namespace
+
+Session::Session(SessionOptions options)
+    : options_(std::move(options)), document_(std::make_shared<output::Document>()) {}
+
+Session::~Session() = default;
+
+int Session::ExitStatus() const {
+  if (datasetError_) return kExitDatasetError;
+  if (commandError_) return kExitCommandError;
+  return kExitOk;
+}
+
+void Session::Emit(const syntax::Message& message) {
+  if (message.severity == syntax::Severity::kError) commandError_ = true;
+  if (options_.messageStream != nullptr) {
+    const std::string text = syntax::FormatMessage(message);
+    std::fprintf(options_.messageStream, "%s\n", text.c_str());
+    std::fflush(options_.messageStream);
+  }
+  output::AddMessage(*document_, ToOutput(message.severity), message.command, message.line,
+                     message.text);
+}
+
+void Session::Report(syntax::Severity severity, const std::string& command, int line,
+                     const std::string& text) {
+  syntax::Message message;
+  message.severity = severity;
+  message.command = command;
+  message.text = text;
+  message.line = line;
+  Emit(message);
+}
+
+void Session::RunSyntax(std::string_view text) {
+  for (const syntax::Command& command : syntax::SplitCommands(text, KnownCommandNames())) {
+    Run(command);
+  }
+}
+
+void Session::Run(const syntax::Command& command) {
+  if (command.comment) return;
+  syntax::CurrentCommand current;
+  current.name = command.name;
+  current.tokens = command.tokens;
+  current.line = command.line;
+  current.column = command.column;
+  syntax::CurrentCommandScope scope(std::move(current));
+  syntax::MessageSinkScope sink(*this);
+
+  if (command.name == "CODEBOOK") {
+    RunCodebook(command);
+  } else if (command.name == "GET") {
+    RunGet(command);
+  } else if (command.name == "WEIGHT") {
+    RunWeight(command);
+  } else if (command.name == "FILTER") {
+    RunFilter(command);
+  } else if (command.name == "N OF CASES") {
+    RunNOfCases(command);
+  } else if (command.name.empty() && command.tokens.empty()) {
+    // An empty command (a lone period) does nothing.
+  } else {
+    const std::string shown = command.name.empty() ? command.tokens.front().getString() : command.name;
+    Report(syntax::Severity::kError, shown, command.line,
+           "Unknown command " + shown +
+               ". The commands are GET FILE, WEIGHT, FILTER, N OF CASES and CODEBOOK.");
+  }
+}
+
+const ProcedureModule& Session::Module() {
+  if (!module_) {
+    const std::string path =
+        options_.modulePath.empty() ? FindModule("libcodebook.so") : options_.modulePath;
+    module_ = std::make_unique<ProcedureModule>(path, "codebook_");
+  }
+  return *module_;
+}
+
+void Session::RunCodebook(const syntax::Command& command) {
+  if (!selection_) {
+    Report(syntax::Severity::kError, command.name, command.line,
+           "There is no active dataset. Open one with GET FILE first.");
+    return;
+  }
+  const ProcedureModule* module = nullptr;
+  try {
+    module = &Module();
+  } catch (const ModuleError& error) {
+    Report(syntax::Severity::kError, command.name, command.line, error.what());
+    return;
+  }
+  // The command's output is kept only when it runs to its end.
+  const std::size_t before = document_->Size();
+  data::SetActiveSelection(selection_);
+  output::ScopedCurrentDocument output(document_);
+  try {
+    module->Run();
+  } catch (const data::DataError& error) {
+    document_->Truncate(before);
+    datasetError_ = true;
+    Report(syntax::Severity::kError, command.name, command.line, error.what());
+  } catch (const std::exception& error) {
+    document_->Truncate(before);
+    Report(syntax::Severity::kError, command.name, command.line, error.what());
+  }
+  data::SetActiveSelection(nullptr);
+}
+
+}  // namespace codebook::session

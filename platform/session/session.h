@@ -1,0 +1,80 @@
+// A session runs commands one after another against an active dataset and
+// collects their output: GET FILE, WEIGHT, FILTER, N OF CASES, and the
+// procedures loaded from modules (CODEBOOK).
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "host/data/data_source.h"
+#include "platform/data/selection.h"
+#include "platform/output/document/document.h"
+#include "platform/session/module_loader.h"
+#include "platform/syntax/command_splitter.h"
+#include "platform/syntax/message_sink.h"
+
+namespace codebook::session {
+
+// Exit statuses of a run, worst last.
+enum ExitStatus : int {
+  kExitOk = 0,             // done, warnings allowed
+  kExitCommandError = 1,   // a command reported an error
+  kExitUsage = 2,          // wrong program arguments
+  kExitDatasetError = 3,   // a dataset file could not be read
+  kExitAssertion = 70,     // an internal assertion of a procedure
+};
+
+struct SessionOptions {
+  // The procedure module; empty: looked for with FindModule().
+  std::string modulePath;
+  // Where messages are written as they are issued (null: nowhere).
+  std::FILE* messageStream = stderr;
+  // Report progress of long passes on the message stream.
+  bool progress = false;
+};
+
+class Session : public syntax::MessageSink {
+ public:
+  explicit Session(SessionOptions options = {});
+  ~Session() override;
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // Runs every command of a syntax text, going on after a failing command.
+  void RunSyntax(std::string_view text);
+  void Run(const syntax::Command& command);
+
+  // Makes a dataset file the active dataset (as GET FILE does).
+  bool GetFile(const std::string& path, int line = 0);
+
+  const std::shared_ptr<output::Document>& Document() const { return document_; }
+  bool HasActiveDataset() const { return selection_ != nullptr; }
+  int ExitStatus() const;
+
+  void Emit(const syntax::Message& message) override;
+
+ private:
+  void RunCodebook(const syntax::Command& command);
+  void RunWeight(const syntax::Command& command);
+  void RunFilter(const syntax::Command& command);
+  void RunNOfCases(const syntax::Command& command);
+  void RunGet(const syntax::Command& command);
+  void Report(syntax::Severity severity, const std::string& command, int line,
+              const std::string& text);
+  // Applies new selection options to the active dataset; false (reported)
+  // when they do not fit it.
+  bool Select(const data::SelectionOptions& options, const syntax::Command& command);
+  const ProcedureModule& Module();
+
+  SessionOptions options_;
+  std::shared_ptr<output::Document> document_;
+  std::shared_ptr<const ProcedureDataSource::Selection> selection_;
+  data::SelectionOptions selectionOptions_;
+  std::unique_ptr<ProcedureModule> module_;
+  bool commandError_ = false;
+  bool datasetError_ = false;
+};
+
+}  // namespace codebook::session
