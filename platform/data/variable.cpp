@@ -31,6 +31,8 @@ void Variable::SetWidths(int width, int cellWidth) {
   }
 }
 
+void Variable::SetLabel(std::optional<std::string> label) { label_ = std::move(label); }
+
 void Variable::GetFormatEx(VELA_Format::FormatType& type, int& width, int& decimals) const {
   type = static_cast<VELA_Format::FormatType>(printFormat_.TypeEx());
   width = printFormat_.Width();

@@ -56,7 +56,7 @@ class Variable final : public VELA_Variable {
   // The string value held in cells (all cellWidth bytes, blanks included).
   std::string_view StringValue(const OBS* cells) const;
 
-  void SetLabel(std::optional<std::string> label) { label_ = std::move(label); }
+  void SetLabel(std::optional<std::string> label);
   void SetPrintFormat(VELA_Format format) { printFormat_ = format; }
   void SetWriteFormat(VELA_Format format) { writeFormat_ = format; }
   // Levels outside 0..3 become unknown (0); roles outside 0..5 become input.
