@@ -29,7 +29,7 @@ void Dictionary::CheckNewName(std::string_view name, int self) const {
 
 int Dictionary::AddVariable(std::unique_ptr<Variable> variable) {
   if (!variable) throw std::invalid_argument("no variable to add");
-  CheckNewName(variable->Name(), -1);
+  if (variable->Name().empty()) throw std::invalid_argument("a variable name is empty");
   if (variables_.size() >= static_cast<std::size_t>(INT_MAX)) {
     throw std::length_error("too many variables");
   }
@@ -37,7 +37,12 @@ int Dictionary::AddVariable(std::unique_ptr<Variable> variable) {
   if (cells > INT_MAX) throw std::length_error("a case would hold too many cells");
 
   const int index = VariableCount();
-  byFoldedName_.emplace(FoldCase(variable->Name()), index);
+  // One fold and one hash probe per variable: the reader adds them by the
+  // hundred thousand.
+  const auto [it, added] = byFoldedName_.try_emplace(FoldCase(variable->Name()), index);
+  if (!added) {
+    throw std::invalid_argument("variable name " + variable->Name() + " is used twice");
+  }
   offsets_.push_back(cellsPerCase_);
   cellsPerCase_ = static_cast<int>(cells);
   variables_.push_back(std::move(variable));
