@@ -5,4 +5,5 @@ codebook_add_test(sav_test
     sav_fixtures_test.cpp
     sav_malformed_test.cpp
     sav_roundtrip_test.cpp
+    sav_bytecode_test.cpp
   LIBS cb_data)

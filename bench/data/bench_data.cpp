@@ -1,0 +1,206 @@
+// Dataset file reader throughput. Generates, deterministically and through
+// the writer, a file of 1,000,000 cases x 100 variables in each data layout
+// (in a temporary directory, removed at the end) and reports:
+//   decode throughput per layout, in MB of uncompressed case data per second;
+//   the time zlib's inflate alone takes over the same blocks, and the ratio;
+//   the time to read the dictionary of files with 25k, 50k and 100k variables.
+// Usage: bench_data [cases]   (default 1000000)
+#include <zlib.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include "platform/data/dataset.h"
+#include "platform/data/dataset_builder.h"
+#include "platform/data/sav/byte_source.h"
+#include "platform/data/sav/raw_dictionary.h"
+#include "platform/data/sav/read_dataset.h"
+#include "platform/data/sav/warnings.h"
+#include "platform/data/sav/write_dataset.h"
+#include "platform/data/sav/zlib_layout.h"
+
+namespace {
+
+using namespace codebook::data;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kNumeric = 90;
+constexpr int kStrings = 10;
+constexpr int kStringWidth = 8;
+
+double Seconds(Clock::time_point since) {
+  return std::chrono::duration<double>(Clock::now() - since).count();
+}
+
+// Survey-like cases made on the fly: coded answers (small whole numbers),
+// measurements (fractions), some system-missing values, short words.
+class GeneratedCases final : public CaseStream {
+ public:
+  GeneratedCases(std::int64_t count, int cells) : count_(count), cells_(static_cast<std::size_t>(cells)) {}
+
+  const OBS* Next() override {
+    if (n_ == count_) return nullptr;
+    ++n_;
+    static const char* const kWords[] = {"alpha   ", "beta    ", "gamma   ", "        ", "delta   "};
+    for (int v = 0; v < kNumeric; ++v) {
+      state_ = state_ * 6364136223846793005ull + 1442695040888963407ull;
+      const std::uint32_t r = static_cast<std::uint32_t>(state_ >> 33);
+      double x;
+      if (v < 50) x = 1 + r % 9;                              // codes
+      else if (v < 80) x = static_cast<double>(r % 100000) / 7.0;  // measurements
+      else x = r % 10 == 0 ? kSysmis : static_cast<double>(r % 1000);
+      cells_[static_cast<std::size_t>(v)].d = x;
+    }
+    for (int s = 0; s < kStrings; ++s) {
+      state_ = state_ * 6364136223846793005ull + 1442695040888963407ull;
+      std::memcpy(cells_[static_cast<std::size_t>(kNumeric + s)].c, kWords[(state_ >> 40) % 5], 8);
+    }
+    return cells_.data();
+  }
+
+ private:
+  std::int64_t count_;
+  std::int64_t n_ = 0;
+  std::uint64_t state_ = 42;
+  std::vector<OBS> cells_;
+};
+
+std::shared_ptr<Dataset> Generated(std::int64_t cases) {
+  Dictionary dict;
+  for (int v = 0; v < kNumeric; ++v) dict.AddVariable(std::make_unique<Variable>("n" + std::to_string(v)));
+  for (int s = 0; s < kStrings; ++s) dict.AddVariable(std::make_unique<Variable>("s" + std::to_string(s), kStringWidth));
+  const int cells = dict.CellsPerCase();
+  return std::make_shared<Dataset>(std::move(dict), cases, [cases, cells]() -> std::unique_ptr<CaseStream> {
+    return std::make_unique<GeneratedCases>(cases, cells);
+  });
+}
+
+// Reads every case; returns seconds (best of `runs`).
+double DecodeSeconds(const std::string& path, int runs) {
+  double best = 1e30;
+  for (int r = 0; r < runs; ++r) {
+    ReadResult result = OpenDatasetFile(path);
+    const auto t0 = Clock::now();
+    auto stream = result.dataset->OpenCases();
+    double sink = 0;
+    std::int64_t n = 0;
+    while (const OBS* c = stream->Next()) {
+      sink += c[0].d;
+      ++n;
+    }
+    best = std::min(best, Seconds(t0));
+    if (sink == -1) std::printf("%lld\n", static_cast<long long>(n));
+  }
+  return best;
+}
+
+// zlib's inflate over the same blocks into a scratch buffer, nothing else.
+double InflateSeconds(const std::string& path, int runs) {
+  auto source = sav::OpenFileSource(path);
+  sav::Warnings warnings;
+  sav::RawDictionary raw = sav::ReadRawDictionary(*source, warnings);
+  sav::ZlibLayout layout = sav::ReadZlibLayout(*source, raw.dataOffset, raw.header.bigEndian, raw.header.bias, warnings);
+  std::vector<std::uint8_t> in(256 * 1024), out(1024 * 1024);
+  double best = 1e30;
+  for (int r = 0; r < runs; ++r) {
+    const auto t0 = Clock::now();
+    z_stream z{};
+    inflateInit(&z);
+    for (const auto& b : layout.blocks) {
+      inflateReset(&z);
+      std::uint64_t pos = b.compressedOffset, left = b.compressedSize;
+      int rc = Z_OK;
+      while (rc != Z_STREAM_END) {
+        if (z.avail_in == 0 && left > 0) {
+          const std::size_t n = std::min<std::uint64_t>(in.size(), left);
+          source->ReadAt(pos, std::span<std::uint8_t>(in.data(), n));
+          pos += n;
+          left -= n;
+          z.next_in = in.data();
+          z.avail_in = static_cast<uInt>(n);
+        }
+        z.next_out = out.data();
+        z.avail_out = static_cast<uInt>(out.size());
+        rc = inflate(&z, Z_NO_FLUSH);
+        if (rc != Z_OK && rc != Z_STREAM_END) {
+          std::fprintf(stderr, "inflate failed\n");
+          std::exit(1);
+        }
+      }
+    }
+    inflateEnd(&z);
+    best = std::min(best, Seconds(t0));
+  }
+  return best;
+}
+
+// A dictionary of n variables, each with a label, two value labels and one
+// attribute, written without cases; returns the seconds to open it.
+double DictionarySeconds(const std::filesystem::path& dir, int n) {
+  DatasetBuilder b;
+  for (int i = 0; i < n; ++i) {
+    b.Numeric("var" + std::to_string(i)).Label("Question " + std::to_string(i) + " of the survey")
+        .ValueLabel(1, "Yes").ValueLabel(2, "No").Attribute("Source", {"wave " + std::to_string(i % 5)});
+  }
+  const std::string path = (dir / ("dict_" + std::to_string(n) + ".sav")).string();
+  WriteDatasetFile(*b.Build(), path);
+  double best = 1e30;
+  for (int r = 0; r < 3; ++r) {
+    const auto t0 = Clock::now();
+    ReadResult result = OpenDatasetFile(path);
+    best = std::min(best, Seconds(t0));
+    if (result.dataset->ColumnCount() != n) std::exit(1);
+  }
+  return best;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::int64_t cases = argc > 1 ? std::atoll(argv[1]) : 1000000;
+  const auto dir = std::filesystem::temp_directory_path() / ("codebook_bench_data_" + std::to_string(::getpid()));
+  std::filesystem::create_directories(dir);
+  auto dataset = Generated(cases);
+  const double mb = static_cast<double>(cases) * (kNumeric + kStrings) * 8 / 1e6;
+  std::printf("case_data_per_file: %.1f MB\n", mb);
+
+  struct Layout {
+    const char* name;
+    FileCompression compression;
+    const char* file;
+  } layouts[] = {{"uncompressed", FileCompression::kNone, "u.sav"},
+                 {"bytecode", FileCompression::kBytecode, "b.sav"},
+                 {"zlib", FileCompression::kZlib, "z.zsav"}};
+  double zlibDecode = 0;
+  for (const auto& l : layouts) {
+    WriteOptions options;
+    options.compression = l.compression;
+    const std::string path = (dir / l.file).string();
+    const auto t0 = Clock::now();
+    WriteDatasetFile(*dataset, path, options);
+    std::printf("write_%s: %.1f MB/s\n", l.name, mb / Seconds(t0));
+    std::printf("file_size_%s: %.1f MB\n", l.name, static_cast<double>(std::filesystem::file_size(path)) / 1e6);
+    const double s = DecodeSeconds(path, 2);
+    std::printf("decode_%s: %.1f MB/s\n", l.name, mb / s);
+    if (l.compression == FileCompression::kZlib) {
+      zlibDecode = s;
+      const double inflate = InflateSeconds(path, 2);
+      std::printf("inflate_alone_zlib: %.1f MB/s\n", mb / inflate);
+      std::printf("zlib_decode_over_inflate: %.3f ratio\n", zlibDecode / inflate);
+    }
+    std::filesystem::remove(path);
+  }
+  for (int n : {25000, 50000, 100000}) {
+    std::printf("dictionary_%dk_variables: %.1f ms\n", n / 1000, DictionarySeconds(dir, n) * 1000);
+  }
+  std::filesystem::remove_all(dir);
+  return 0;
+}
