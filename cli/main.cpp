@@ -126,6 +126,7 @@ int main(int argc, char** argv) {
   }
 
   std::string syntax;
+  std::string dataFile = options.dataFile;
   if (!options.syntaxFile.empty()) {
     std::ifstream in(options.syntaxFile, std::ios::binary);
     if (!in) {
@@ -136,12 +137,11 @@ int main(int argc, char** argv) {
     text << in.rdbuf();
     syntax = text.str();
   } else {
-    std::string dataFile = options.dataFile;
     if (options.demo) {
       dataFile = FindDemo();
       if (dataFile.empty()) return Fail(codebook::session::kExitDatasetError, "the demo dataset is not installed");
     }
-    syntax = codebook::cli::BuildSyntax(dataFile, options.weight, options.codebookArguments);
+    syntax = codebook::cli::BuildSyntax(options.weight, options.codebookArguments);
   }
 
   std::unique_ptr<OutputFile> outputFile;
@@ -151,6 +151,8 @@ int main(int argc, char** argv) {
   }
 
   codebook::session::Session session;
+  // A dataset that cannot be read ends the run: its one error says why.
+  if (!dataFile.empty() && !session.GetFile(dataFile)) return session.ExitStatus();
   session.RunSyntax(syntax);
   const int status = session.ExitStatus();
 

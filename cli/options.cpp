@@ -109,14 +109,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
   return options;
 }
 
-std::string BuildSyntax(const std::string& dataFile, const std::string& weight,
-                        const std::vector<std::string>& codebookArguments) {
-  std::string quoted;
-  for (char c : dataFile) {
-    quoted += c;
-    if (c == '\'') quoted += '\'';  // a doubled quote stands for one
-  }
-  std::string syntax = "GET FILE='" + quoted + "'.\n";
+std::string BuildSyntax(const std::string& weight, const std::vector<std::string>& codebookArguments) {
+  std::string syntax;
   if (!weight.empty()) syntax += "WEIGHT BY " + weight + ".\n";
   std::string arguments;
   for (const std::string& argument : codebookArguments) {

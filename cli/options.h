@@ -26,10 +26,9 @@ struct Options {
 // `error` to one line naming what is wrong.
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error);
 
-// The syntax that runs a dataset file's codebook: GET FILE, WEIGHT BY when
+// The syntax that runs the codebook of the active dataset: WEIGHT BY when
 // asked, then CODEBOOK with the arguments as the shell passed them.
-std::string BuildSyntax(const std::string& dataFile, const std::string& weight,
-                        const std::vector<std::string>& codebookArguments);
+std::string BuildSyntax(const std::string& weight, const std::vector<std::string>& codebookArguments);
 
 extern const char* const kUsage;
 

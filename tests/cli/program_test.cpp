@@ -1,0 +1,209 @@
+// The codebook program end to end: output formats, syntax files, and every
+// error a user can cause, with its exit status and its one line of message.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+struct Result {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string Quote(const std::string& argument) {
+  std::string quoted = "'";
+  for (char c : argument) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
+std::string Slurp(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+class Program : public testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = fs::temp_directory_path() / ("codebook-cli-" + std::to_string(getpid()) + "-" +
+                                           testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::create_directories(folder_);
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  Result Run(const std::vector<std::string>& arguments) {
+    std::string command = Quote(std::string(CODEBOOK_BINARY_DIR) + "/bin/codebook");
+    for (const std::string& argument : arguments) command += " " + Quote(argument);
+    const fs::path out = folder_ / "stdout";
+    const fs::path err = folder_ / "stderr";
+    command += " >" + Quote(out.string()) + " 2>" + Quote(err.string()) + " </dev/null";
+    const int raw = std::system(command.c_str());
+    Result result;
+    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    result.out = Slurp(out);
+    result.err = Slurp(err);
+    return result;
+  }
+
+  static std::string Fixture(const std::string& name) { return std::string(CODEBOOK_FIXTURES_DIR) + "/" + name; }
+  fs::path Path(const std::string& name) const { return folder_ / name; }
+
+  // Every line of standard error ends with a line feed; counts them.
+  static int Lines(const std::string& text) {
+    return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+  }
+
+  fs::path folder_;
+};
+
+TEST_F(Program, EveryOutputFormat) {
+  const std::string file = Fixture("fx05_mrsets.sav");
+  const Result text = Run({file, "id", "$favs"});
+  EXPECT_EQ(text.status, 0) << text.err;
+  EXPECT_THAT(text.out, HasSubstr("Multiple Category Set"));
+  EXPECT_THAT(text.out, HasSubstr("┌"));
+
+  const Result ascii = Run({"--ascii", file, "$favs"});
+  EXPECT_EQ(ascii.status, 0);
+  EXPECT_THAT(ascii.out, HasSubstr("+--"));
+  EXPECT_THAT(ascii.out, testing::Not(HasSubstr("┌")));
+
+  const Result json = Run({"--format", "json", file, "$favs", "$brands"});
+  ASSERT_EQ(json.status, 0) << json.err;
+  const nlohmann::json parsed = nlohmann::json::parse(json.out);
+  EXPECT_EQ(parsed["format"], "codebook-output");
+  ASSERT_EQ(parsed["items"].size(), 2u);
+  EXPECT_EQ(parsed["items"][0]["title"], "$favs");
+
+  const Result html = Run({"--format=html", file, "$favs"});
+  EXPECT_EQ(html.status, 0);
+  EXPECT_THAT(html.out, HasSubstr("<table"));
+  EXPECT_THAT(html.out, HasSubstr("</html>"));
+
+  const Result markdown = Run({"-f", "markdown", file, "$favs"});
+  EXPECT_EQ(markdown.status, 0);
+  EXPECT_THAT(markdown.out, HasSubstr("| "));
+
+  const Result csv = Run({"--format", "csv", file, "$favs"});
+  EXPECT_EQ(csv.status, 0);
+  EXPECT_THAT(csv.out, HasSubstr("Red"));
+}
+
+TEST_F(Program, ArgumentsAsTheShellPassesThem) {
+  const Result result = Run({Fixture("fx04_dictionary_meta.sav"), "region", "income", "/STATISTICS",
+                             "COUNT", "MEAN", "/VARINFO", "LABEL"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.out, HasSubstr("Gross income"));
+  EXPECT_THAT(result.out, HasSubstr("Mean"));
+  EXPECT_THAT(result.out, testing::Not(HasSubstr("Percentile")));
+}
+
+TEST_F(Program, WeightOption) {
+  const Result result = Run({"--weight", "w", Fixture("fx06_weight_integer.sav"), "w", "/FILEINFO", "WEIGHT"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.out, HasSubstr("Weight Variable"));
+}
+
+TEST_F(Program, SyntaxFileOfSeveralCommands) {
+  std::ofstream(Path("job.sps")) << "* A job of several commands.\n"
+                                 << "GET FILE='" << Fixture("fx06_weight_integer.sav") << "'.\n"
+                                 << "WEIGHT OFF.\n"
+                                 << "CODEBOOK w /VARINFO POSITION /STATISTICS COUNT /FILEINFO CASECOUNT.\n"
+                                 << "N OF CASES 10.\n"
+                                 << "FILTER BY w.\n"
+                                 << "CODEBOOK w /STATISTICS MEAN.\n"
+                                 << "FILTER OFF.\n"
+                                 << "WEIGHT BY w.\n"
+                                 << "codebook w\n  /statistics mean.\n";
+  const Result result = Run({"-x", Path("job.sps").string(), "--format", "json"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const nlohmann::json parsed = nlohmann::json::parse(result.out);
+  ASSERT_EQ(parsed["items"].size(), 4u);  // File Information and three tables of w
+  EXPECT_EQ(parsed["items"][0]["title"], "File Information");
+}
+
+TEST_F(Program, DemoVersionAndHelp) {
+  const Result demo = Run({"--demo", "age", "$brands"});
+  EXPECT_EQ(demo.status, 0) << demo.err;
+  EXPECT_THAT(demo.out, HasSubstr("Brands known"));
+  const Result version = Run({"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_THAT(version.out, HasSubstr("codebook "));
+  const Result help = Run({"--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_THAT(help.out, HasSubstr("usage: codebook"));
+}
+
+struct Failure {
+  const char* what;
+  std::vector<std::string> arguments;
+  int status;
+  const char* says;
+};
+
+TEST_F(Program, EveryUserErrorIsOneClearLineWithItsStatus) {
+  std::ofstream(Path("text.sav")) << "this is not a dataset file\n";
+  std::ofstream(Path("no_data.sps")) << "CODEBOOK age.\n";
+  const std::string good = Fixture("fx04_dictionary_meta.sav");
+  const Failure failures[] = {
+      {"missing file", {Path("nosuch.sav").string()}, 3, "nosuch.sav"},
+      {"not a dataset", {Path("text.sav").string()}, 3, "text.sav"},
+      {"unknown variable", {good, "nosuch"}, 1, "nosuch Invalid or non-existent variable name."},
+      {"syntax error", {good, "/STATISTICS", "COUNT", "BOGUS"}, 1, "BOGUS"},
+      {"no active dataset", {"-x", Path("no_data.sps").string()}, 1, "no active dataset"},
+      {"unknown option", {"--bogus", good}, 2, "--bogus"},
+      {"unknown format", {"--format", "pdf", good}, 2, "pdf"},
+      {"no dataset", {}, 2, "no dataset file"},
+      {"missing syntax file", {"-x", Path("nosuch.sps").string()}, 2, "nosuch.sps"},
+      {"unwritable output", {"-o", Path("no/such/folder/out.txt").string(), good}, 2, "out.txt"},
+  };
+  for (const Failure& failure : failures) {
+    const Result result = Run(failure.arguments);
+    EXPECT_EQ(result.status, failure.status) << failure.what << ": " << result.err;
+    EXPECT_THAT(result.err, HasSubstr(failure.says)) << failure.what;
+    EXPECT_EQ(Lines(result.err), 1) << failure.what << ": " << result.err;
+  }
+}
+
+TEST_F(Program, NothingIsWrittenToAnOutputFileOnFailure) {
+  const fs::path target = Path("out.json");
+  std::ofstream(target) << "previous contents";
+  const Result failed = Run({"-o", target.string(), "--format", "json",
+                             Fixture("fx04_dictionary_meta.sav"), "nosuch"});
+  EXPECT_EQ(failed.status, 1);
+  EXPECT_EQ(Slurp(target), "previous contents");
+  // No temporary file is left behind either.
+  int files = 0;
+  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder_)) ++files;
+  EXPECT_EQ(files, 3);  // out.json, stdout, stderr
+
+  const Result written = Run({"-o", target.string(), "--format", "json", Fixture("fx04_dictionary_meta.sav"), "id"});
+  EXPECT_EQ(written.status, 0) << written.err;
+  EXPECT_EQ(nlohmann::json::parse(Slurp(target))["items"][0]["title"], "id");
+}
+
+TEST_F(Program, DamagedDataEndsTheCommandWithoutPartialOutput) {
+  const Result result = Run({"--format", "json", std::string(CODEBOOK_FIXTURES_DIR) +
+                                                      "/malformed/m06_truncated_data_mid_case.sav"});
+  EXPECT_EQ(result.status, 3) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("m06_truncated_data_mid_case.sav"));
+  const nlohmann::json parsed = nlohmann::json::parse(result.out);
+  for (const auto& item : parsed["items"]) EXPECT_EQ(item["kind"], "message");
+}
+
+}  // namespace
