@@ -67,8 +67,8 @@ int main() {
   int result = 0;
   const double parse = BestSeconds([&] {
     VELA_TokenSequence sequence(commands[0].name, commands[0].tokens, 1, 1);
-    CommandSpec spec;
-    result |= UniversalParser(sequence, spec, grammar).getCommandSpecifications();
+    CommandSpec parsed;
+    result |= UniversalParser(sequence, parsed, grammar).getCommandSpecifications();
   });
   if (result != 0 || !sink.messages().empty()) {
     std::fprintf(stderr, "unexpected syntax error\n");

@@ -10,7 +10,7 @@
 #include "host/syntax/command_descriptor.h"
 #include "host/syntax/parser_message.h"
 #include "platform/syntax/name_match.h"
-#include "platform/syntax/spec_data.h"
+#include "platform/syntax/parsed_command_data.h"
 
 ParamObj::ParamObj() = default;
 ParamObj::ParamObj(std::shared_ptr<const Data> data) : data_(std::move(data)) {}

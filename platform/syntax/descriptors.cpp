@@ -3,10 +3,10 @@
 
 #include "host/syntax/command_descriptor.h"
 
-ParamDescriptor::ParamDescriptor(std::string name, UPSpecTypes::ParamSpec spec, bool required,
+ParamDescriptor::ParamDescriptor(std::string name, UPSpecTypes::ParamSpec kind, bool required,
                                  bool equalsOptional, UPSpecTypes::BracketOptions brackets)
     : name_(std::move(name)),
-      spec_(spec),
+      spec_(kind),
       required_(required),
       equalsOptional_(equalsOptional),
       brackets_(brackets) {}
@@ -19,9 +19,9 @@ void ParamDescriptor::addQualifDesc(const ParamDescriptor& qualifier) { qualifie
 
 void ParamDescriptor::addStringValue(const std::string& value) { stringValues_.push_back(value); }
 
-SubComDescriptor::SubComDescriptor(std::string name, UPSpecTypes::SubComSpec spec, bool required,
+SubComDescriptor::SubComDescriptor(std::string name, UPSpecTypes::SubComSpec kind, bool required,
                                    bool repeatable)
-    : name_(std::move(name)), spec_(spec), required_(required), repeatable_(repeatable) {}
+    : name_(std::move(name)), spec_(kind), required_(required), repeatable_(repeatable) {}
 
 void SubComDescriptor::allowSubComEmpty(bool allow) { emptyAllowed_ = allow; }
 
@@ -31,10 +31,10 @@ void SubComDescriptor::setExportParamDesc(UPSpecTypes::ParamSpec, bool required)
   exportRequired_ = required;
 }
 
-void SubComDescriptor::addParamDesc(const std::string& name, UPSpecTypes::ParamSpec spec,
+void SubComDescriptor::addParamDesc(const std::string& name, UPSpecTypes::ParamSpec kind,
                                     bool required, bool equalsOptional,
                                     UPSpecTypes::BracketOptions brackets) {
-  params_.emplace_back(name, spec, required, equalsOptional, brackets);
+  params_.emplace_back(name, kind, required, equalsOptional, brackets);
 }
 
 void SubComDescriptor::addParamDesc(const ParamDescriptor& param) { params_.push_back(param); }

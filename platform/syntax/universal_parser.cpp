@@ -12,7 +12,7 @@
 
 #include "host/syntax/parser_message.h"
 #include "platform/syntax/name_match.h"
-#include "platform/syntax/spec_data.h"
+#include "platform/syntax/parsed_command_data.h"
 #include "platform/syntax/syntax_error_text.h"
 
 namespace {
@@ -149,7 +149,6 @@ class Parser {
     data->column = start.column();
     data->exports = sub.exportsTokens();
     auto exported = std::make_shared<ParamObj::Data>();
-    exported->spec = UPSpecTypes::kParamExportTokens;
     if (sub.exportsTokens()) {
       // At most the tokens up to the next "/": one reservation, no regrowth.
       std::size_t end = i_;
@@ -273,7 +272,6 @@ class Parser {
     const std::size_t first = i_++;
     auto data = std::make_shared<ParamObj::Data>();
     data->name = param.name();
-    data->spec = param.spec();
     bool hadEquals = false;
     switch (param.spec()) {
       case UPSpecTypes::kParamString:
@@ -307,7 +305,6 @@ class Parser {
         const ParamDescriptor& qualifier = param.qualifiers()[chosen];
         auto value = std::make_shared<ParamObj::Data>();
         value->name = qualifier.name();
-        value->spec = qualifier.spec();
         if (qualifier.spec() == UPSpecTypes::kParamString &&
             !ParseParenthesized(sub, qualifier.name(), *value)) {
           return false;
@@ -356,9 +353,9 @@ class Parser {
 
 }  // namespace
 
-UniversalParser::UniversalParser(TokenSequenceBase& tokens, CommandSpec& spec,
+UniversalParser::UniversalParser(TokenSequenceBase& tokens, CommandSpec& command,
                                  const CommandDescriptor& descriptor)
-    : tokens_(tokens), spec_(spec), descriptor_(descriptor) {}
+    : tokens_(tokens), spec_(command), descriptor_(descriptor) {}
 
 int UniversalParser::getCommandSpecifications() {
   CommandSpec::Data& out = spec_.data();

@@ -66,13 +66,13 @@ inline CommandDescriptor CodebookGrammar() {
 
 struct Parsed {
   int result = -1;
-  std::unique_ptr<CommandSpec> spec = std::make_unique<CommandSpec>();
+  std::unique_ptr<CommandSpec> command = std::make_unique<CommandSpec>();
   std::vector<Message> messages;
 
   // The texts of the exported tokens of a subcommand.
   std::vector<std::string> Exported(const std::string& sub) const {
     std::vector<std::string> texts;
-    if (const SubComObj* s = spec->getSubComObj(sub)) {
+    if (const SubComObj* s = command->getSubComObj(sub)) {
       for (unsigned long i = 0; i < s->getTokenListSize(); ++i) texts.push_back(s->getTokenObj(i)->getString());
     }
     return texts;
@@ -89,7 +89,7 @@ inline Parsed ParseCommand(std::string_view text, const CommandDescriptor& descr
   Command command = commands.empty() ? Command{} : std::move(commands.front());
   CurrentCommandScope scope({command.name, std::move(command.tokens), command.line, command.column});
   VELA_TokenSequence tokens(true);
-  UniversalParser parser(tokens, *parsed.spec, descriptor);
+  UniversalParser parser(tokens, *parsed.command, descriptor);
   parsed.result = parser.getCommandSpecifications();
   parsed.messages = sink.messages();
   return parsed;

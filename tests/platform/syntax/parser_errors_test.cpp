@@ -30,7 +30,7 @@ TEST_P(SyntaxErrors, ReportedOnceWithPlaceAndNothingUsable) {
   EXPECT_EQ(p.messages[0].column, c.column);
   // Parts read before the error are not left for the procedure.
   for (const char* sub : {"", "VARINFO", "FILEINFO", "STATISTICS", "OPTIONS"}) {
-    EXPECT_EQ(p.spec->getSubComObj(sub), nullptr) << sub;
+    EXPECT_EQ(p.command->getSubComObj(sub), nullptr) << sub;
   }
 }
 

@@ -91,7 +91,7 @@ TEST(Robustness, AMegabyteOfTokens) {
   text += " /STATISTICS COUNT.";
   const Parsed p = ParseCommand(text);
   ASSERT_EQ(p.result, 0) << p.OnlyMessage();
-  const SubComObj* unnamed = p.spec->getSubComObj("");
+  const SubComObj* unnamed = p.command->getSubComObj("");
   ASSERT_NE(unnamed, nullptr);
   ASSERT_EQ(unnamed->getTokenListSize(), names);
   EXPECT_EQ(unnamed->getTokenObj(names - 1)->getString(), "v" + std::to_string(names - 1));
@@ -107,14 +107,14 @@ TEST(Robustness, AMegabyteOfTokens) {
   // One string a megabyte long.
   const Parsed big = ParseCommand("CODEBOOK '" + std::string(1u << 20, 'q') + "'.");
   EXPECT_EQ(big.result, 0);
-  EXPECT_EQ(big.spec->getSubComObj("")->getTokenObj(0)->getValue().size(), 1u << 20);
+  EXPECT_EQ(big.command->getSubComObj("")->getTokenObj(0)->getValue().size(), 1u << 20);
 }
 
 TEST(Robustness, HundredThousandNestedParentheses) {
   const std::string open(100000, '('), close(100000, ')');
   Parsed p = ParseCommand("CODEBOOK a " + open + "b" + close + ".");
   EXPECT_EQ(p.result, 0) << p.OnlyMessage();
-  EXPECT_EQ(p.spec->getSubComObj("")->getTokenListSize(), 200002u);
+  EXPECT_EQ(p.command->getSubComObj("")->getTokenListSize(), 200002u);
   p = ParseCommand("CODEBOOK a " + open + "b.");
   ASSERT_EQ(p.messages.size(), 1u);
   EXPECT_NE(p.messages[0].text.find("to close the \"(\" at line 1, column 12"), std::string::npos);

@@ -22,7 +22,7 @@ TEST(UniversalParser, BareCommandGivesNoSubcommands) {
   EXPECT_EQ(p.result, 0);
   EXPECT_TRUE(p.messages.empty());
   for (const char* sub : {"", "VARINFO", "FILEINFO", "STATISTICS", "OPTIONS"}) {
-    EXPECT_EQ(p.spec->getSubComObj(sub), nullptr) << sub;
+    EXPECT_EQ(p.command->getSubComObj(sub), nullptr) << sub;
   }
 }
 
@@ -33,7 +33,7 @@ TEST(UniversalParser, VariableListTokensAreExportedInOrder) {
                                           "$ALL", "all", "x",  "[", "s", "]", "q1", "[",
                                           "O",   "]",    "TO",  "q5", "[", "n", "]"};
   EXPECT_EQ(p.Exported(""), expected);
-  const SubComObj* unnamed = p.spec->getSubComObj("");
+  const SubComObj* unnamed = p.command->getSubComObj("");
   ASSERT_NE(unnamed, nullptr);
   const ParamObj* exported = unnamed->exportParamObj();
   ASSERT_NE(exported, nullptr);
@@ -51,8 +51,8 @@ TEST(UniversalParser, VariableListTokensAreExportedInOrder) {
 TEST(UniversalParser, UnnamedPartAbsentWhenTheCommandStartsWithASubcommand) {
   const Parsed p = ParseCommand("CODEBOOK /VARINFO LABEL.");
   ASSERT_EQ(p.result, 0) << p.OnlyMessage();
-  EXPECT_EQ(p.spec->getSubComObj(""), nullptr);
-  ASSERT_NE(p.spec->getSubComObj("VARINFO"), nullptr);
+  EXPECT_EQ(p.command->getSubComObj(""), nullptr);
+  ASSERT_NE(p.command->getSubComObj("VARINFO"), nullptr);
 }
 
 TEST(UniversalParser, EveryKeywordOfEverySubcommand) {
@@ -64,7 +64,7 @@ TEST(UniversalParser, EveryKeywordOfEverySubcommand) {
       SCOPED_TRACE(text);
       const Parsed p = ParseCommand(text);
       ASSERT_EQ(p.result, 0) << p.OnlyMessage();
-      const SubComObj* got = p.spec->getSubComObj(sub.name());
+      const SubComObj* got = p.command->getSubComObj(sub.name());
       ASSERT_NE(got, nullptr);
       for (const ParamDescriptor& other : sub.params()) {
         EXPECT_EQ(got->getParamObj(other.name()) != nullptr, other.name() == keyword.name()) << other.name();
@@ -79,23 +79,23 @@ TEST(UniversalParser, AllSubcommandsTogetherCaseInsensitiveWithPrefixes) {
   const Parsed p = ParseCommand(
       "codebook age /var pos lab Valuelabels /FILEINF nam doc /stat cou per /opt max=3 varo=alp sor=desc.");
   ASSERT_EQ(p.result, 0) << p.OnlyMessage();
-  const SubComObj* varinfo = p.spec->getSubComObj("VARINFO");
+  const SubComObj* varinfo = p.command->getSubComObj("VARINFO");
   ASSERT_NE(varinfo, nullptr);
   EXPECT_NE(varinfo->getParamObj("POSITION"), nullptr);
   EXPECT_NE(varinfo->getParamObj("LABEL"), nullptr);
   EXPECT_NE(varinfo->getParamObj("VALUELABELS"), nullptr);
   EXPECT_EQ(varinfo->getParamObj("TYPE"), nullptr);
   EXPECT_EQ(varinfo->getParamObj("POSITION")->getParamName(), "POSITION");
-  const SubComObj* fileinfo = p.spec->getSubComObj("FILEINFO");
+  const SubComObj* fileinfo = p.command->getSubComObj("FILEINFO");
   ASSERT_NE(fileinfo, nullptr);
   EXPECT_NE(fileinfo->getParamObj("NAME"), nullptr);
   EXPECT_NE(fileinfo->getParamObj("DOCUMENTS"), nullptr);
-  const SubComObj* statistics = p.spec->getSubComObj("STATISTICS");
+  const SubComObj* statistics = p.command->getSubComObj("STATISTICS");
   ASSERT_NE(statistics, nullptr);
   EXPECT_NE(statistics->getParamObj("COUNT"), nullptr);
   EXPECT_NE(statistics->getParamObj("PERCENT"), nullptr);
   EXPECT_EQ(statistics->getParamObj("MEAN"), nullptr);
-  const SubComObj* options = p.spec->getSubComObj("OPTIONS");
+  const SubComObj* options = p.command->getSubComObj("OPTIONS");
   ASSERT_NE(options, nullptr);
   int maxcats = 0;
   ASSERT_NE(options->getParamObj("MAXCATS"), nullptr);
@@ -113,8 +113,8 @@ TEST(UniversalParser, EqualsIsOptional) {
     SCOPED_TRACE(text);
     const Parsed p = ParseCommand(text);
     ASSERT_EQ(p.result, 0) << p.OnlyMessage();
-    EXPECT_NE(p.spec->getSubComObj("VARINFO")->getParamObj("LABEL"), nullptr);
-    const SubComObj* options = p.spec->getSubComObj("OPTIONS");
+    EXPECT_NE(p.command->getSubComObj("VARINFO")->getParamObj("LABEL"), nullptr);
+    const SubComObj* options = p.command->getSubComObj("OPTIONS");
     int maxcats = 0;
     EXPECT_TRUE(options->getParamObj("MAXCATS")->getIntegerValue(maxcats));
     EXPECT_EQ(maxcats, 7);
@@ -128,11 +128,11 @@ TEST(UniversalParser, EmptySubcommandsAreAllowed) {
   const Parsed p = ParseCommand("CODEBOOK /VARINFO /FILEINFO= /STATISTICS /OPTIONS.");
   ASSERT_EQ(p.result, 0) << p.OnlyMessage();
   for (const char* sub : {"VARINFO", "FILEINFO", "STATISTICS", "OPTIONS"}) {
-    EXPECT_NE(p.spec->getSubComObj(sub), nullptr) << sub;
+    EXPECT_NE(p.command->getSubComObj(sub), nullptr) << sub;
   }
-  EXPECT_EQ(p.spec->getSubComObj("OPTIONS")->getParamObj("MAXCATS"), nullptr);
-  ASSERT_NE(p.spec->getSubComObj("OPTIONS")->exportParamObj(), nullptr);
-  EXPECT_EQ(p.spec->getSubComObj("OPTIONS")->getTokenListSize(), 0u);
+  EXPECT_EQ(p.command->getSubComObj("OPTIONS")->getParamObj("MAXCATS"), nullptr);
+  ASSERT_NE(p.command->getSubComObj("OPTIONS")->exportParamObj(), nullptr);
+  EXPECT_EQ(p.command->getSubComObj("OPTIONS")->getTokenListSize(), 0u);
 }
 
 TEST(UniversalParser, MaxcatsValuesReachTheProcedure) {
@@ -151,7 +151,7 @@ TEST(UniversalParser, MaxcatsValuesReachTheProcedure) {
     SCOPED_TRACE(text);
     const Parsed p = ParseCommand(text);
     ASSERT_EQ(p.result, 0) << p.OnlyMessage();
-    const ParamObj* maxcats = p.spec->getSubComObj("OPTIONS")->getParamObj("MAXCATS");
+    const ParamObj* maxcats = p.command->getSubComObj("OPTIONS")->getParamObj("MAXCATS");
     ASSERT_NE(maxcats, nullptr);
     int value = 200;
     EXPECT_EQ(maxcats->getIntegerValue(value), c.integral);
@@ -163,7 +163,7 @@ TEST(UniversalParser, VarorderQualifiers) {
   for (const char* q : {"FILE", "ALPHA", "VARLIST", "MEASURE"}) {
     const Parsed p = ParseCommand(std::string("CODEBOOK /OPTIONS VARORDER=") + q + ".");
     ASSERT_EQ(p.result, 0) << p.OnlyMessage();
-    EXPECT_EQ(QualifierName(*p.spec->getSubComObj("OPTIONS")->getParamObj("VARORDER")), q);
+    EXPECT_EQ(QualifierName(*p.command->getSubComObj("OPTIONS")->getParamObj("VARORDER")), q);
   }
   struct Case {
     const char* text;
@@ -175,7 +175,7 @@ TEST(UniversalParser, VarorderQualifiers) {
     const Parsed p = ParseCommand(std::string("CODEBOOK /OPTIONS ") + c.text + ".");
     SCOPED_TRACE(c.text);
     ASSERT_EQ(p.result, 0) << p.OnlyMessage();
-    const ParamObj* varorder = p.spec->getSubComObj("OPTIONS")->getParamObj("VARORDER");
+    const ParamObj* varorder = p.command->getSubComObj("OPTIONS")->getParamObj("VARORDER");
     ASSERT_NE(varorder, nullptr);
     ParamObj qualifier;
     ASSERT_TRUE(varorder->getStringAndQual(qualifier, nullptr, nullptr));
@@ -203,7 +203,7 @@ TEST(UniversalParser, SortValues) {
     const Parsed p = ParseCommand(std::string("CODEBOOK /OPTIONS SORT=") + c.value + ".");
     SCOPED_TRACE(c.value);
     ASSERT_EQ(p.result, 0) << p.OnlyMessage();
-    const ParamObj* sort = p.spec->getSubComObj("OPTIONS")->getParamObj("SORT");
+    const ParamObj* sort = p.command->getSubComObj("OPTIONS")->getParamObj("SORT");
     ASSERT_NE(sort, nullptr);
     EXPECT_EQ(QualifierName(*sort), c.chosen);
     std::string value;
@@ -216,7 +216,7 @@ TEST(UniversalParser, OptionsExportsWhatMatchesNoParameter) {
   const Parsed p = ParseCommand("CODEBOOK /OPTIONS MAXCATS=3 extra 'str' 4 SORT=ASCENDING.");
   ASSERT_EQ(p.result, 0) << p.OnlyMessage();
   EXPECT_EQ(p.Exported("OPTIONS"), (std::vector<std::string>{"extra", "'str'", "4"}));
-  EXPECT_EQ(p.spec->getSubComObj("OPTIONS")->getTokenObj(1)->getValue(), "str");
+  EXPECT_EQ(p.command->getSubComObj("OPTIONS")->getTokenObj(1)->getValue(), "str");
 }
 
 TEST(ParamObj, EmptyAndDefaultObjects) {
@@ -234,7 +234,7 @@ TEST(ParamObj, EmptyAndDefaultObjects) {
   EXPECT_FALSE(empty.getStringAndQual(q, nullptr, nullptr));
   // A plain keyword has no qualifier; with a sink the caller hears why.
   const Parsed p = ParseCommand("CODEBOOK /STATISTICS MEAN.");
-  const ParamObj* mean = p.spec->getSubComObj("STATISTICS")->getParamObj("MEAN");
+  const ParamObj* mean = p.command->getSubComObj("STATISTICS")->getParamObj("MEAN");
   ASSERT_NE(mean, nullptr);
   MessageCollector sink;
   MessageSinkScope scope(sink);
@@ -257,7 +257,7 @@ TEST(UniversalParser, RepeatableAndRequiredDeclarations) {
   Parsed p = ParseCommand("DEMO /REPEAT KEY /MUST LEVEL=2 NAME='n' /REPEAT KEY.", grammar);
   ASSERT_EQ(p.result, 0) << p.OnlyMessage();
   std::string name;
-  EXPECT_TRUE(p.spec->getSubComObj("MUST")->getParamObj("NAME")->getStringGeneric(name));
+  EXPECT_TRUE(p.command->getSubComObj("MUST")->getParamObj("NAME")->getStringGeneric(name));
   EXPECT_EQ(name, "n");
 
   p = ParseCommand("DEMO /REPEAT KEY.", grammar);

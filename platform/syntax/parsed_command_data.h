@@ -7,11 +7,9 @@
 #include <vector>
 
 #include "host/syntax/command_spec.h"
-#include "host/syntax/up_spec_types.h"
 
 struct ParamObj::Data {
   std::string name;  // the declared spelling ("" for the exported tokens)
-  UPSpecTypes::ParamSpec spec = UPSpecTypes::kParamKeyword;
   // Every token of the parameter as written, its name included; for the
   // exported parameter, the raw tokens.
   std::vector<TokenInfoObj> tokens;
