@@ -478,45 +478,48 @@ class Decoder {
     }
   }
 
+  // Short names (folded) to positions; built once the very long strings are
+  // merged, and used for long names and set members.
+  void IndexShortNames() {
+    byShort_.reserve(vars_.size());
+    for (std::size_t i = 0; i < vars_.size(); ++i) byShort_.emplace(vars_[i].shortFolded, i);
+  }
+
   void AssignNames() {
-    std::unordered_map<std::string, std::string> longNames;  // short folded -> long
+    IndexShortNames();
+    std::vector<std::string> longNames(vars_.size());
     if (const RawExtension* ext = Single(13, 1)) {
-      std::unordered_map<std::string, std::size_t> byShort;
-      for (std::size_t i = 0; i < vars_.size(); ++i) byShort.emplace(vars_[i].shortFolded, i);
       for (const RawPair& pair : ParsePairs(AsBytes(*ext))) {
-        std::string key = FoldCase(DecodeTrimmed(pair.key));
-        std::string value = DecodeTrimmed(pair.value);
-        if (value.empty()) continue;
-        if (!byShort.count(key)) {
+        auto it = byShort_.find(FoldCase(DecodeTrimmed(pair.key)));
+        if (it == byShort_.end()) {
           w_.Add("long names", "long name for unknown variable " + DecodeTrimmed(pair.key) + " ignored");
           continue;
         }
-        longNames.emplace(std::move(key), std::move(value));
+        std::string value = DecodeTrimmed(pair.value);
+        if (!value.empty() && longNames[it->second].empty()) longNames[it->second] = std::move(value);
       }
     }
-    std::unordered_set<std::string> used;
-    used.reserve(vars_.size() * 2);
-    auto take = [&](const std::string& name) {
-      if (name.empty()) return false;
-      return used.insert(FoldCase(name)).second;
+    byName_.reserve(vars_.size());
+    auto take = [&](const std::string& name, std::size_t index) {
+      return !name.empty() && byName_.emplace(FoldCase(name), index).second;
     };
     for (std::size_t i = 0; i < vars_.size(); ++i) {
       VarInfo& v = vars_[i];
-      auto it = longNames.find(v.shortFolded);
-      if (it != longNames.end() && take(it->second)) {
-        v.name = it->second;
+      const std::string& wanted = longNames[i];
+      if (!wanted.empty() && take(wanted, i)) {
+        v.name = wanted;
         continue;
       }
-      if (it != longNames.end()) {
-        w_.Add("names", "long name " + it->second + " is used twice; the short name is kept");
+      if (!wanted.empty()) {
+        w_.Add("names", "long name " + wanted + " is used twice; the short name is kept");
       }
-      if (take(v.shortName)) {
+      if (take(v.shortName, i)) {
         v.name = v.shortName;
         continue;
       }
       for (std::size_t k = i + 1;; ++k) {
         std::string generated = "V" + std::to_string(k);
-        if (take(generated)) {
+        if (take(generated, i)) {
           v.name = generated;
           break;
         }
@@ -524,7 +527,6 @@ class Decoder {
       w_.Add("names", "variable " + std::to_string(i + 1) + " has an empty or duplicate name (\"" +
                           v.shortName + "\"); it is called " + v.name);
     }
-    for (std::size_t i = 0; i < vars_.size(); ++i) byName_.emplace(FoldCase(vars_[i].name), i);
   }
 
   VarInfo* FindByName(const std::string& decodedName) {
@@ -748,8 +750,6 @@ class Decoder {
   }
 
   void ResolveSets(Dictionary& dict, const std::vector<RawMrSet>& sets) {
-    std::unordered_map<std::string, std::size_t> byShort;
-    for (std::size_t i = 0; i < vars_.size(); ++i) byShort.emplace(vars_[i].shortFolded, i);
     for (const RawMrSet& raw : sets) {
       VariableSetImpl::Definition def;
       def.name = Decode(raw.name);
@@ -762,8 +762,8 @@ class Decoder {
       for (const auto& m : raw.members) {
         const std::string name = Decode(m);
         std::size_t index;
-        auto it = byShort.find(FoldCase(name));
-        if (it != byShort.end()) {
+        auto it = byShort_.find(FoldCase(name));
+        if (it != byShort_.end()) {
           index = it->second;
         } else if (auto jt = byName_.find(FoldCase(name)); jt != byName_.end()) {
           index = jt->second;
@@ -901,6 +901,7 @@ class Decoder {
   std::uint64_t slots_ = 0;
   int weightVar_ = -1;
   bool hasVeryLong_ = false;
+  std::unordered_map<std::string, std::size_t> byShort_;
   std::unordered_map<std::string, std::size_t> byName_;
 };
 
