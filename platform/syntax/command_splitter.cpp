@@ -3,21 +3,10 @@
 #include <iterator>
 #include <utility>
 
+#include "platform/syntax/name_match.h"
 #include "platform/syntax/tokenizer.h"
 
 namespace codebook::syntax {
-namespace {
-
-std::string Upper(std::string_view s) {
-  std::string out(s);
-  for (char& c : out) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return out;
-}
-
-}  // namespace
-
 CommandNames::CommandNames(std::initializer_list<std::string_view> names) {
   for (std::string_view name : names) Add(name);
 }
@@ -29,7 +18,7 @@ void CommandNames::Add(std::string_view name) {
     while (i < name.size() && (name[i] == ' ' || name[i] == '\t')) ++i;
     std::size_t j = i;
     while (j < name.size() && name[j] != ' ' && name[j] != '\t') ++j;
-    if (j > i) words.push_back(Upper(name.substr(i, j - i)));
+    if (j > i) words.push_back(ToUpperAscii(name.substr(i, j - i)));
     i = j;
   }
   if (!words.empty()) names_.push_back(std::move(words));

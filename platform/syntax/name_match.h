@@ -11,6 +11,9 @@ namespace codebook::syntax {
 // ASCII case-insensitive equality (keywords are ASCII).
 bool EqualsIgnoreCase(std::string_view a, std::string_view b);
 
+// The text with ASCII letters in upper case; other bytes unchanged.
+std::string ToUpperAscii(std::string_view text);
+
 // The shortest prefix of a keyword that may stand for it.
 inline constexpr std::size_t kMinimumPrefix = 3;
 
