@@ -6,4 +6,5 @@ codebook_add_test(sav_test
     sav_malformed_test.cpp
     sav_roundtrip_test.cpp
     sav_bytecode_test.cpp
+    sav_quirks_test.cpp
   LIBS cb_data)

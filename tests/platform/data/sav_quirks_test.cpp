@@ -1,0 +1,284 @@
+// Files as other writers make them: records built byte by byte to carry one
+// quirk each, read with the robust behaviour (a warning, not a failure).
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "platform/data/data_error.h"
+#include "platform/data/sav/read_dataset.h"
+
+namespace codebook::data {
+namespace {
+
+// Little- or big-endian file bytes, record by record.
+class FileBytes {
+ public:
+  explicit FileBytes(bool bigEndian = false, int compression = 0, double bias = 100.0)
+      : be_(bigEndian) {
+    Text("$FL2");
+    Fixed("@(#) test", 60);
+    I32(2);
+    I32(-1);
+    I32(compression);
+    weightAt_ = bytes_.size();
+    I32(0);
+    casesAt_ = bytes_.size();
+    I32(-1);
+    F64(bias);
+    Fixed("01 Jan 24", 9);
+    Fixed("12:00:00", 8);
+    Fixed("", 64);
+    bytes_.insert(bytes_.end(), 3, 0);
+  }
+
+  FileBytes& I32(std::int32_t v) {
+    std::uint32_t u = static_cast<std::uint32_t>(v);
+    if (be_) u = __builtin_bswap32(u);
+    Raw(&u, 4);
+    return *this;
+  }
+  FileBytes& F64(double d) {
+    std::uint64_t u = std::bit_cast<std::uint64_t>(d);
+    if (be_) u = __builtin_bswap64(u);
+    Raw(&u, 8);
+    return *this;
+  }
+  FileBytes& Bits(std::uint64_t u) { return F64(std::bit_cast<double>(u)); }
+  FileBytes& Text(std::string_view s) { return Raw(s.data(), s.size()); }
+  FileBytes& Fixed(std::string_view s, std::size_t n) {
+    Text(s.substr(0, std::min(n, s.size())));
+    bytes_.insert(bytes_.end(), n - std::min(n, s.size()), ' ');
+    return *this;
+  }
+  FileBytes& Raw(const void* p, std::size_t n) {
+    const auto* b = static_cast<const std::uint8_t*>(p);
+    bytes_.insert(bytes_.end(), b, b + n);
+    return *this;
+  }
+
+  // A variable record; `width` 0 numeric, -1 continuation.
+  FileBytes& Var(int width, std::string_view name, const char* label = nullptr,
+                 std::vector<double> missing = {}, int missingCode = 0) {
+    I32(2).I32(width).I32(label ? 1 : 0).I32(missingCode ? missingCode : static_cast<int>(missing.size()));
+    const std::int32_t format = width > 0 ? (1 << 16 | width << 8) : width == 0 ? (5 << 16 | 8 << 8 | 2) : 0;
+    I32(format).I32(format).Fixed(name, 8);
+    if (label) {
+      const std::string l(label);
+      I32(static_cast<int>(l.size())).Text(l);
+      bytes_.insert(bytes_.end(), (4 - l.size() % 4) % 4, 0);
+    }
+    for (double m : missing) F64(m);
+    return *this;
+  }
+  FileBytes& String(int width, std::string_view name) {
+    Var(width, name);
+    for (int i = 1; i < (width + 7) / 8; ++i) Var(-1, "");
+    return *this;
+  }
+  FileBytes& Extension(int subtype, int size, std::string_view data) {
+    I32(7).I32(subtype).I32(size).I32(static_cast<int>(data.size()) / size);
+    return Text(data);
+  }
+  FileBytes& End() { return I32(999).I32(0); }
+  FileBytes& Cases(std::int32_t n) {
+    std::uint32_t u = static_cast<std::uint32_t>(n);
+    if (be_) u = __builtin_bswap32(u);
+    std::memcpy(bytes_.data() + casesAt_, &u, 4);
+    return *this;
+  }
+
+  ReadResult Read() const { return ReadDatasetBytes(bytes_, "quirk.sav"); }
+
+ private:
+  bool be_;
+  std::size_t weightAt_ = 0;
+  std::size_t casesAt_ = 0;
+  std::vector<std::uint8_t> bytes_;
+};
+
+bool HasWarning(const ReadResult& r, std::string_view text) {
+  for (const auto& w : r.warnings) {
+    if (w.find(text) != std::string::npos) return true;
+  }
+  return false;
+}
+
+std::vector<std::vector<std::string>> ReadAll(const ReadResult& r) {
+  std::vector<std::vector<std::string>> rows;
+  const Dictionary& d = r.dataset->GetDictionary();
+  auto stream = r.dataset->OpenCases();
+  if (!stream) return rows;
+  while (const OBS* c = stream->Next()) {
+    std::vector<std::string> row;
+    for (int i = 0; i < d.VariableCount(); ++i) {
+      const Variable& v = *d.GetVariable(i);
+      const OBS* cell = c + d.CellOffset(i);
+      row.push_back(v.IsNumeric() ? (cell->d == kSysmis ? "." : std::to_string(cell->d))
+                                  : std::string(TrimTrailingBlanks(v.StringValue(cell))));
+    }
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+TEST(QuirksTest, BigEndianUncompressed) {
+  FileBytes f(true);
+  f.Var(0, "X").String(10, "S").End();
+  f.F64(2.5).Text("hello wo").Text("rld     ");
+  f.F64(kSysmis).Text("        ").Text("        ");
+  const ReadResult r = f.Cases(2).Read();
+  EXPECT_TRUE(r.info.bigEndian);
+  EXPECT_EQ(ReadAll(r), (std::vector<std::vector<std::string>>{{"2.500000", "hello worl"}, {".", ""}}));
+}
+
+TEST(QuirksTest, BiasZeroBytecodeAndNulPaddedStrings) {
+  FileBytes f(false, 1, 0.0);
+  f.Var(0, "X").String(8, "S").End();
+  // 5 -> 5.0 with bias 0; a string of "ab" padded with NULs; then the end.
+  f.Raw("\x05\xfd\xfc\0\0\0\0\0", 8).Raw("ab\0\0\0\0\0\0", 8);
+  const ReadResult r = f.Read();
+  EXPECT_FALSE(HasWarning(r, "compression bias"));
+  EXPECT_EQ(ReadAll(r), (std::vector<std::vector<std::string>>{{"5.000000", "ab"}}));
+}
+
+TEST(QuirksTest, GuessesWindows1252WhenNothingDeclaresTheEncoding) {
+  FileBytes f;
+  f.Var(0, "X", "Gr\xf6\xdf" "e").End();
+  const ReadResult r = f.Read();
+  EXPECT_TRUE(r.info.encodingGuessed);
+  EXPECT_TRUE(HasWarning(r, "windows-1252 assumed"));
+  EXPECT_EQ(*r.dataset->GetDictionary().GetVariable(0)->Label(), "Größe");
+}
+
+TEST(QuirksTest, GuessesUtf8WhenTheTextIsUtf8) {
+  FileBytes f;
+  f.Var(0, "X", "Größe").End();
+  const ReadResult r = f.Read();
+  EXPECT_TRUE(HasWarning(r, "UTF-8 assumed"));
+  EXPECT_EQ(*r.dataset->GetDictionary().GetVariable(0)->Label(), "Größe");
+}
+
+TEST(QuirksTest, EncodingRecordWinsOverTheCharacterCodeAndNamesAreAliases) {
+  FileBytes f;
+  std::string machine;
+  for (std::int32_t v : {20, 0, 0, -1, 1, 1, 2, 2}) machine.append(reinterpret_cast<const char*>(&v), 4);
+  f.Var(0, "X", "\xe9t\xe9").Extension(3, 4, machine).Extension(20, 1, "CP1252").End();
+  const ReadResult r = f.Read();
+  EXPECT_FALSE(r.info.encodingGuessed);
+  EXPECT_EQ(r.dataset->GetDictionary().Encoding(), "windows-1252");
+  EXPECT_EQ(*r.dataset->GetDictionary().GetVariable(0)->Label(), "été");
+}
+
+TEST(QuirksTest, OldAndNewLowestAreBothLo) {
+  FileBytes f;
+  f.Var(0, "A", nullptr, {}, -2).Bits(0xFFEFFFFFFFFFFFFEull).F64(0);
+  f.Var(0, "B", nullptr, {}, -2).Bits(0xFFEFFFFFFFFFFFFFull).Bits(0x7FEFFFFFFFFFFFFFull);
+  f.End();
+  const ReadResult r = f.Read();
+  const Dictionary& d = r.dataset->GetDictionary();
+  EXPECT_EQ(d.GetVariable(0)->Missing().GetRange()->low, -INFINITY);
+  EXPECT_EQ(d.GetVariable(0)->Missing().GetRange()->high, 0);
+  EXPECT_EQ(d.GetVariable(1)->Missing().GetRange()->low, -INFINITY);
+  EXPECT_EQ(d.GetVariable(1)->Missing().GetRange()->high, INFINITY);
+}
+
+TEST(QuirksTest, LabelOnAContinuationRecordIsSkipped) {
+  FileBytes f;
+  f.Var(16, "S").Var(-1, "", "stray label").Var(0, "X").End();
+  f.Text("sixteen bytes ok").F64(7);
+  const ReadResult r = f.Cases(1).Read();
+  ASSERT_EQ(r.dataset->ColumnCount(), 2);
+  EXPECT_EQ(ReadAll(r), (std::vector<std::vector<std::string>>{{"sixteen bytes ok", "7.000000"}}));
+}
+
+TEST(QuirksTest, ValueLabelsOnAContinuationOrOutOfRangeAreSkipped) {
+  FileBytes f;
+  f.String(16, "S").Var(0, "X");
+  // Labels 1 = "One" for indexes 2 (a continuation), 3 (X) and 99.
+  f.I32(3).I32(1).F64(1).Raw("\x03One\0\0\0\0", 8).I32(4).I32(3).I32(2).I32(3).I32(99);
+  f.End();
+  const ReadResult r = f.Read();
+  EXPECT_TRUE(HasWarning(r, "a string continuation"));
+  EXPECT_TRUE(HasWarning(r, "outside the dictionary"));
+  const Variable& x = *r.dataset->GetDictionary().GetVariable(1);
+  ASSERT_TRUE(x.ValueLabels());
+  EXPECT_EQ(*x.ValueLabels()->Find(1.0), "One");
+}
+
+TEST(QuirksTest, DuplicateShortNamesGetGeneratedNames) {
+  FileBytes f;
+  f.Var(0, "X").Var(0, "x").Var(0, "").End();
+  const ReadResult r = f.Read();
+  const Dictionary& d = r.dataset->GetDictionary();
+  EXPECT_EQ(d.GetVariable(0)->Name(), "X");
+  EXPECT_EQ(d.GetVariable(1)->Name(), "V2");
+  EXPECT_EQ(d.GetVariable(2)->Name(), "V3");
+  EXPECT_TRUE(HasWarning(r, "empty or duplicate name"));
+}
+
+TEST(QuirksTest, VeryLongStringWithTabOnlySeparatorsAndLongNames) {
+  FileBytes f;
+  f.String(255, "LONG").String(48, "LONG1").Var(0, "N");
+  f.Extension(13, 1, "LONG=comment\tN=count").Extension(14, 1, "LONG=00300\t").End();
+  std::string value(300, 'v');
+  value.replace(250, 10, "0123456789");
+  std::string seg0 = value.substr(0, 255) + " ";
+  std::string seg1 = value.substr(255) + "   ";
+  f.Text(seg0).Text(seg1).F64(1);
+  const ReadResult r = f.Cases(1).Read();
+  for (const auto& w : r.warnings) {
+    if (w.find("encoding") == std::string::npos) ADD_FAILURE() << w;
+  }
+  const Dictionary& d = r.dataset->GetDictionary();
+  ASSERT_EQ(d.VariableCount(), 2);
+  EXPECT_EQ(d.GetVariable(0)->Name(), "comment");
+  EXPECT_EQ(d.GetVariable(0)->DeclaredWidth(), 300);
+  EXPECT_EQ(d.GetVariable(1)->Name(), "count");
+  EXPECT_EQ(ReadAll(r), (std::vector<std::vector<std::string>>{{value, "1.000000"}}));
+}
+
+TEST(QuirksTest, UnknownAndDamagedExtensionsAreSkipped) {
+  FileBytes f;
+  f.Var(0, "X").Extension(99, 1, "whatever").Extension(11, 4, std::string(12, '\0') + "1234").End();
+  const ReadResult r = f.Read();
+  EXPECT_TRUE(HasWarning(r, "unknown extension record subtype 99"));
+  EXPECT_TRUE(HasWarning(r, "display-parameter record does not match"));
+  EXPECT_EQ(r.dataset->ColumnCount(), 1);
+}
+
+TEST(QuirksTest, InvalidFormatsAreReplacedAndMtimeCodesTranslated) {
+  FileBytes f;
+  f.I32(2).I32(0).I32(0).I32(0).I32(40 << 16 | 8 << 8 | 2).I32(0).Fixed("T", 8);
+  f.I32(2).I32(0).I32(0).I32(0).I32(86 << 16 | 19 << 8).I32(41 << 16 | 19 << 8).Fixed("U", 8);
+  f.End();
+  const ReadResult r = f.Read();
+  const Dictionary& d = r.dataset->GetDictionary();
+  EXPECT_EQ(d.GetVariable(0)->PrintFormat(), VELA_Format(VELA_Format::MTIME, 8, 2));
+  EXPECT_EQ(d.GetVariable(0)->WriteFormat(), VELA_Format(VELA_Format::F, 8, 2));
+  EXPECT_EQ(d.GetVariable(1)->PrintFormat(), VELA_Format(VELA_Format::YMDHMS, 19, 0));
+  EXPECT_EQ(d.GetVariable(1)->WriteFormat(), VELA_Format(VELA_Format::YMDHMS, 19, 0));
+  EXPECT_TRUE(HasWarning(r, "invalid write format"));
+}
+
+TEST(QuirksTest, MoreCasesThanDeclaredAreAllRead) {
+  FileBytes f;
+  f.Var(0, "X").End().F64(1).F64(2).F64(3);
+  const ReadResult r = f.Cases(2).Read();
+  EXPECT_TRUE(HasWarning(r, "declares 2 cases but holds 3"));
+  EXPECT_EQ(ReadAll(r).size(), 3u);
+}
+
+TEST(QuirksTest, UnknownCaseCountIsCountedWhenOpening) {
+  FileBytes f(false, 1);
+  f.Var(0, "X").End().Raw("\x65\x66\x67\xfc\0\0\0\0", 8);
+  const ReadResult r = f.Read();
+  EXPECT_EQ(r.info.declaredCases, -1);
+  EXPECT_EQ(r.dataset->GetCaseCount(), 3);
+}
+
+}  // namespace
+}  // namespace codebook::data
