@@ -1,0 +1,293 @@
+// Benchmarks of the CODEBOOK procedure on generated data; one
+// "name: value unit" line per figure.
+//
+//   bench_codebook            all figures
+//   bench_codebook parse      parsing CODEBOOK ALL / first TO last on wide dictionaries
+//   bench_codebook wide       the default CODEBOOK with text output on wide datasets
+//   bench_codebook pass [N]   the statistics pass against decoding alone (N cases)
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "codebook.h"
+#include "host/data/data_source.h"
+#include "parser/cbkparser.h"
+#include "platform/data/active_dataset.h"
+#include "platform/data/case_stream.h"
+#include "platform/data/dataset.h"
+#include "platform/data/sav/read_dataset.h"
+#include "platform/data/sav/write_dataset.h"
+#include "platform/output/current_output.h"
+#include "platform/output/render/renderers.h"
+#include "platform/syntax/command_splitter.h"
+#include "platform/syntax/current_command.h"
+#include "platform/syntax/message_sink.h"
+#include "statistics/variablestatistics.h"
+
+namespace {
+
+using namespace codebook;
+using Clock = std::chrono::steady_clock;
+
+double Seconds(Clock::time_point since) {
+  return std::chrono::duration<double>(Clock::now() - since).count();
+}
+
+void Print(const std::string& name, double value, const char* unit) {
+  std::printf("%s: %.3f %s\n", name.c_str(), value, unit);
+  std::fflush(stdout);
+}
+
+// Cases computed on the fly, so that wide or long datasets cost no memory.
+class GeneratedCases : public data::CaseStream {
+ public:
+  using Fill = void (*)(std::int64_t, std::vector<OBS>&);
+  GeneratedCases(std::int64_t cases, int cells, Fill fill) : cases_(cases), row_(static_cast<std::size_t>(cells)), fill_(fill) {}
+  const OBS* Next() override {
+    if (next_ == cases_) return nullptr;
+    fill_(next_++, row_);
+    return row_.data();
+  }
+
+ private:
+  std::int64_t cases_;
+  std::int64_t next_ = 0;
+  std::vector<OBS> row_;
+  Fill fill_;
+};
+
+std::shared_ptr<data::Dataset> WideDataset(int variables, std::int64_t cases) {
+  data::Dictionary dictionary;
+  for (int v = 0; v < variables; ++v) {
+    auto variable = std::make_unique<data::Variable>("v" + std::to_string(v));
+    // Half nominal (category counts), half scale (summary statistics).
+    variable->SetMeasurementLevel(v % 2 == 0 ? 1 : 3);
+    dictionary.AddVariable(std::move(variable));
+  }
+  const int cells = dictionary.CellsPerCase();
+  return std::make_shared<data::Dataset>(std::move(dictionary), cases, [cases, cells] {
+    return std::make_unique<GeneratedCases>(cases, cells, [](std::int64_t c, std::vector<OBS>& row) {
+      for (std::size_t v = 0; v < row.size(); ++v) row[v].d = static_cast<double>((c * 7 + static_cast<std::int64_t>(v)) % 5 + 1);
+    });
+  });
+}
+
+double TimeParse(const std::shared_ptr<data::Dataset>& dataset, const std::string& text) {
+  std::vector<syntax::Command> commands = syntax::SplitCommands(text);
+  syntax::CurrentCommand current{commands[0].name, commands[0].tokens, 1, 1};
+  syntax::CurrentCommandScope scope(current);
+  syntax::MessageCollector messages;
+  syntax::MessageSinkScope sink(messages);
+  ProcedureDataSource source(std::make_shared<const ProcedureDataSource::Selection>(dataset));
+  ParserMessage message;
+  const auto start = Clock::now();
+  CbkParser parser(source, message);
+  const bool ok = parser.Parse();
+  const double seconds = Seconds(start);
+  if (!ok || parser.GetRequest().GetVarList().size() != static_cast<std::size_t>(dataset->ColumnCount())) {
+    std::fprintf(stderr, "parse failed: %s\n", text.c_str());
+    std::exit(1);
+  }
+  return seconds;
+}
+
+void Parse() {
+  for (int n : {25000, 50000, 100000}) {
+    auto dataset = WideDataset(n, 0);
+    const std::string k = std::to_string(n / 1000) + "k";
+    Print("parse_all_" + k, TimeParse(dataset, "CODEBOOK ALL.") * 1000, "ms");
+    Print("parse_first_to_last_" + k,
+          TimeParse(dataset, "CODEBOOK v0 TO v" + std::to_string(n - 1) + ".") * 1000, "ms");
+  }
+}
+
+void Wide(const std::vector<int>& sizes) {
+  for (int n : sizes) {
+    auto dataset = WideDataset(n, 1000);
+    const auto start = Clock::now();
+    syntax::CurrentCommand current{"CODEBOOK", {}, 1, 1};
+    syntax::CurrentCommandScope scope(current);
+    syntax::MessageCollector messages;
+    syntax::MessageSinkScope sink(messages);
+    auto document = std::make_shared<output::Document>();
+    {
+      output::ScopedCurrentDocument out(document);
+      data::SetActiveSelection(std::make_shared<const ProcedureDataSource::Selection>(dataset));
+      codebook_(0);
+      data::SetActiveSelection(nullptr);
+    }
+    const double run = Seconds(start);
+    std::ofstream devnull("/dev/null");
+    output::RenderText(*document, devnull);
+    const double total = Seconds(start);
+    const std::string k = std::to_string(n / 1000) + "k";
+    Print("codebook_default_" + k + "_vars_1000_cases", run, "s");
+    Print("codebook_default_with_text_" + k + "_vars_1000_cases", total, "s");
+  }
+}
+
+// The mix of the statistics benchmark: 70 categorical codes with labels, 20
+// scale with at most 1,000 distinct values, 5 continuous all distinct, 5
+// strings of 16 bytes with about 200 values, and a weight.
+std::shared_ptr<data::Dataset> SurveyMix(std::int64_t cases) {
+  data::Dictionary dictionary;
+  for (int v = 0; v < 70; ++v) {
+    auto variable = std::make_unique<data::Variable>("c" + std::to_string(v));
+    variable->SetMeasurementLevel(1);
+    std::vector<ValueLabelSetImpl::NumericLabel> labels;
+    for (int code = 1; code <= 12; ++code) labels.push_back({static_cast<double>(code), "code " + std::to_string(code)});
+    variable->SetValueLabels(std::make_shared<ValueLabelSetImpl>(std::move(labels)));
+    dictionary.AddVariable(std::move(variable));
+  }
+  for (int v = 0; v < 25; ++v) {
+    auto variable = std::make_unique<data::Variable>("s" + std::to_string(v));
+    variable->SetMeasurementLevel(3);
+    dictionary.AddVariable(std::move(variable));
+  }
+  for (int v = 0; v < 5; ++v) {
+    auto variable = std::make_unique<data::Variable>("t" + std::to_string(v), 16);
+    variable->SetMeasurementLevel(1);
+    variable->SetPrintFormat(VELA_Format(VELA_Format::A, 16, 0));
+    variable->SetWriteFormat(VELA_Format(VELA_Format::A, 16, 0));
+    dictionary.AddVariable(std::move(variable));
+  }
+  dictionary.AddVariable(std::make_unique<data::Variable>("weight"));
+  dictionary.SetWeightIndex(100);
+  const int cells = dictionary.CellsPerCase();
+  return std::make_shared<data::Dataset>(std::move(dictionary), cases, [cases, cells] {
+    return std::make_unique<GeneratedCases>(cases, cells, [](std::int64_t c, std::vector<OBS>& row) {
+      std::uint64_t x = static_cast<std::uint64_t>(c) * 0x9E3779B97F4A7C15ULL + 1;
+      const auto next = [&x] {
+        x ^= x >> 12; x ^= x << 25; x ^= x >> 27;
+        return x * 2685821657736338717ULL;
+      };
+      std::size_t cell = 0;
+      for (int v = 0; v < 70; ++v) row[cell++].d = static_cast<double>(next() % 12 + 1);
+      for (int v = 0; v < 20; ++v) row[cell++].d = static_cast<double>(next() % 1000) / 4.0;
+      for (int v = 0; v < 5; ++v) row[cell++].d = static_cast<double>(c) * 1.5 + v;
+      for (int v = 0; v < 5; ++v) {
+        char text[17];
+        std::snprintf(text, sizeof text, "answer %-9u", static_cast<unsigned>(next() % 200));
+        std::memcpy(row[cell].c, text, 16);
+        cell += 2;
+      }
+      row[cell].d = 0.5 + static_cast<double>(next() % 100) / 100.0;
+    });
+  });
+}
+
+long PeakMegabytes() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss / 1024;
+}
+
+// Runs `work` in a child process, so that its peak memory is its own, and
+// returns what it wrote.
+template <typename Work>
+std::string InChild(Work work) {
+  int fds[2];
+  if (pipe(fds) != 0) std::exit(1);
+  const pid_t child = fork();
+  if (child == 0) {
+    close(fds[0]);
+    const std::string result = work();
+    if (write(fds[1], result.data(), result.size()) < 0) _exit(1);
+    _exit(0);
+  }
+  close(fds[1]);
+  std::string result;
+  char buffer[256];
+  ssize_t n;
+  while ((n = read(fds[0], buffer, sizeof buffer)) > 0) result.append(buffer, static_cast<std::size_t>(n));
+  close(fds[0]);
+  waitpid(child, nullptr, 0);
+  return result;
+}
+
+void Pass(std::int64_t cases) {
+  const std::filesystem::path path =
+      std::filesystem::temp_directory_path() / ("bench_codebook_" + std::to_string(getpid()) + ".sav");
+  data::WriteDatasetFile(*SurveyMix(cases), path.string());
+  Print("pass_file_cases", static_cast<double>(cases), "cases");
+
+  const std::string decode = InChild([&] {
+    auto dataset = data::OpenDatasetFile(path.string()).dataset;
+    double best = 1e30;
+    for (int round = 0; round < 2; ++round) {
+      const auto start = Clock::now();
+      std::unique_ptr<VELA_InputCaseIterator> it(dataset->CreateCaseIterator(false));
+      double sink = 0;
+      while (it->NextCase() != 0) sink += it->CurrentCase()[0].d;
+      best = std::min(best, Seconds(start));
+      if (sink < 0) std::puts("");
+    }
+    return std::to_string(best) + " " + std::to_string(PeakMegabytes());
+  });
+  const std::string statistics = InChild([&] {
+    auto dataset = data::OpenDatasetFile(path.string()).dataset;
+    double best = 1e30;
+    for (int round = 0; round < 2; ++round) {
+      // The entries the output driver makes by default: one per variable,
+      // levels from the dictionary.
+      std::vector<std::unique_ptr<CBKVariable>> owned;
+      std::vector<const CBKVariable*> entries;
+      for (int v = 0; v < dataset->ColumnCount(); ++v) {
+        auto* resolver = new CBKVariableResolver;
+        resolver->resolveVariable(dataset.get(), v);
+        owned.push_back(std::make_unique<CBKVariable>(resolver, CBKVariable::kOrdinary));
+        owned.back()->setMeasurmentLevel(dataset->GetVariable(v)->GetMeasurementLevel() == 3
+                                             ? CBKVariable::kScale : CBKVariable::kCategorical);
+        entries.push_back(owned.back().get());
+      }
+      std::vector<AggregationStatistic> category = {AggregationStatistic(TableEncryptionCodes::kStatCount),
+                                                    AggregationStatistic(TableEncryptionCodes::kStatPercent)};
+      std::vector<TableEncryptionCodes::StatisticCodes> scale = {
+          TableEncryptionCodes::kStatValidCount, TableEncryptionCodes::kStatMissingCount,
+          TableEncryptionCodes::kStatMean, TableEncryptionCodes::kStatStdDev,
+          TableEncryptionCodes::kStatPercentile};
+      const auto start = Clock::now();
+      std::unique_ptr<VELA_InputCaseIterator> it(dataset->CreateCaseIterator(false));
+      VariableStatistics pass(entries, category, scale);
+      pass.Init(dynamic_cast<ProcDSIterator*>(it.get()), 200);
+      pass.PassingData(200);
+      std::vector<double> stats;
+      for (int v = 0; v < dataset->ColumnCount(); ++v) pass.GetContStats(v, stats);
+      best = std::min(best, Seconds(start));
+    }
+    return std::to_string(best) + " " + std::to_string(PeakMegabytes());
+  });
+  std::filesystem::remove(path);
+
+  double decodeSeconds = 0, passSeconds = 0;
+  long decodeMb = 0, passMb = 0;
+  std::sscanf(decode.c_str(), "%lf %ld", &decodeSeconds, &decodeMb);
+  std::sscanf(statistics.c_str(), "%lf %ld", &passSeconds, &passMb);
+  Print("decode_alone", decodeSeconds, "s");
+  Print("statistics_pass", passSeconds, "s");
+  Print("statistics_pass_over_decode", passSeconds / decodeSeconds, "x");
+  Print("decode_peak_memory", static_cast<double>(decodeMb), "MB");
+  Print("statistics_pass_peak_memory", static_cast<double>(passMb), "MB");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string what = argc > 1 ? argv[1] : "all";
+  if (what == "parse" || what == "all") Parse();
+  if (what == "wide" || what == "all") Wide({25000, 50000, 100000});
+  if (what == "wide-small") Wide({argc > 2 ? std::atoi(argv[2]) : 5000});
+  if (what == "pass" || what == "all") Pass(argc > 2 ? std::atoll(argv[2]) : 1000000);
+  return 0;
+}
