@@ -1,5 +1,7 @@
 #include "cli/options.h"
 
+#include <cctype>
+
 namespace codebook::cli {
 
 const char* const kUsage =
@@ -47,15 +49,20 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
     return true;
   };
 
+  // Options may stand anywhere: nothing of the CODEBOOK command begins with
+  // a dash followed by a letter. "--" ends the options.
+  std::vector<std::string> rest;
+  bool optionsEnded = false;
   for (; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     const std::string name = argument.substr(0, argument.find('='));
     std::string text;
-    if (argument == "--") {
-      ++i;
-      break;
-    } else if (argument.empty() || argument[0] != '-' || argument == "-") {
-      break;
+    const bool looksLikeOption = argument.size() > 1 && argument[0] == '-' &&
+                                 (std::isalpha(static_cast<unsigned char>(argument[1])) || argument[1] == '-');
+    if (optionsEnded || !looksLikeOption) {
+      rest.push_back(argument);
+    } else if (argument == "--") {
+      optionsEnded = true;
     } else if (name == "-h" || name == "--help") {
       options.help = true;
     } else if (name == "--version") {
@@ -85,7 +92,6 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
   }
   if (options.help || options.version) return options;
 
-  std::vector<std::string> rest(arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
   if (!options.syntaxFile.empty()) {
     if (options.demo || !rest.empty()) {
       error = "-x runs a syntax file on its own; give no dataset, --demo or CODEBOOK arguments with it";
