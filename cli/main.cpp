@@ -150,7 +150,9 @@ int main(int argc, char** argv) {
     if (!outputFile->Open(error)) return Fail(codebook::session::kExitUsage, error);
   }
 
-  codebook::session::Session session;
+  codebook::session::SessionOptions sessionOptions;
+  sessionOptions.progress = isatty(STDERR_FILENO) != 0;
+  codebook::session::Session session(sessionOptions);
   // A dataset that cannot be read ends the run: its one error says why.
   if (!dataFile.empty() && !session.GetFile(dataFile)) return session.ExitStatus();
   session.RunSyntax(syntax);

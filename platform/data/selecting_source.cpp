@@ -6,6 +6,7 @@
 
 #include "platform/data/dataset.h"
 #include "platform/data/missing_values.h"
+#include "platform/data/progress.h"
 
 namespace codebook::data {
 
@@ -49,6 +50,7 @@ class SelectingSource final : public ProcDSIterator::Source {
         return true;
       }
       ++read_;
+      ReportProgress(read_);
       if (filter_ != nullptr && !Selected(cells)) continue;
       out.cells = cells;
       out.weight = weight_ != nullptr ? Weight(cells) : 1.0;

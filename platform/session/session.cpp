@@ -1,10 +1,12 @@
 #include "platform/session/session.h"
 
+#include <chrono>
 #include <exception>
 #include <utility>
 
 #include "platform/data/active_dataset.h"
 #include "platform/data/data_error.h"
+#include "platform/data/progress.h"
 #include "platform/output/current_output.h"
 #include "platform/syntax/current_command.h"
 
@@ -16,6 +18,41 @@ const syntax::CommandNames& KnownCommandNames() {
   static const syntax::CommandNames names{"N OF CASES"};
   return names;
 }
+
+// Progress of the pass of the command being run, shown on standard error
+// once the pass has taken more than a second.
+struct Progress {
+  std::chrono::steady_clock::time_point start;
+  bool shown = false;
+};
+Progress progress;
+
+void ShowProgress(std::int64_t casesRead) {
+  if (std::chrono::steady_clock::now() - progress.start < std::chrono::seconds(1)) return;
+  std::fprintf(stderr, "\rCODEBOOK: %lld cases read", static_cast<long long>(casesRead));
+  std::fflush(stderr);
+  progress.shown = true;
+}
+
+// Installs the progress display for one command and clears its line after.
+class ProgressScope {
+ public:
+  explicit ProgressScope(bool enabled) : enabled_(enabled) {
+    if (!enabled_) return;
+    progress = {std::chrono::steady_clock::now(), false};
+    data::SetProgressCallback(ShowProgress);
+  }
+  ~ProgressScope() {
+    if (!enabled_) return;
+    data::SetProgressCallback(nullptr);
+    if (progress.shown) std::fputs("\r\033[K", stderr);
+  }
+  ProgressScope(const ProgressScope&) = delete;
+  ProgressScope& operator=(const ProgressScope&) = delete;
+
+ private:
+  bool enabled_;
+};
 
 output::Severity ToOutput(syntax::Severity severity) {
   return severity == syntax::Severity::kError ? output::Severity::kError : output::Severity::kWarning;
@@ -117,6 +154,7 @@ void Session::RunCodebook(const syntax::Command& command) {
   const std::size_t before = document_->Size();
   data::SetActiveSelection(selection_);
   output::ScopedCurrentDocument output(document_);
+  ProgressScope showProgress(options_.progress);
   try {
     module->Run();
   } catch (const data::DataError& error) {

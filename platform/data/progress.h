@@ -1,0 +1,29 @@
+// Progress of passes over the cases. The session installs a callback to show
+// progress of long passes; case sources report through it every few tens of
+// thousands of cases, so that the hot path pays one test and branch.
+#pragma once
+
+#include <cstdint>
+
+namespace codebook::data {
+
+// Called with the number of cases read so far in the current pass. Null: no
+// reporting.
+using ProgressCallback = void (*)(std::int64_t casesRead);
+
+void SetProgressCallback(ProgressCallback callback);
+
+namespace detail {
+extern ProgressCallback progressCallback;
+}  // namespace detail
+
+// Cases between two reports; a power of two.
+inline constexpr std::int64_t kProgressInterval = 1 << 16;
+
+inline void ReportProgress(std::int64_t casesRead) {
+  if ((casesRead & (kProgressInterval - 1)) == 0 && detail::progressCallback != nullptr) {
+    detail::progressCallback(casesRead);
+  }
+}
+
+}  // namespace codebook::data
