@@ -33,6 +33,13 @@ void ScaleAccumulator::AddString(const OBS* cells, double weight) {
 void ScaleAccumulator::Finish() {
   if (finished_ == generation_) return;
   finished_ = generation_;
+  small_.ForEach([&](double value, double weight, bool missing) {
+    bool inserted = false;
+    auto& entry = values_.FindOrInsert(value, inserted);
+    if (inserted && missing) entry.weight = -0.0;
+    entry.weight += std::copysign(weight, entry.weight);
+  });
+  small_.Clear();
   auto sorted = values_.Sorted();
   moments_ = ComputeMoments(sorted);
   userMissingWeight_ = 0.0;

@@ -9,6 +9,7 @@
 #include "host/data/case_iterator.h"
 #include "platform/aggregate/cell_values.h"
 #include "platform/aggregate/numeric_weight_map.h"
+#include "platform/aggregate/small_integer_counts.h"
 #include "platform/aggregate/weighted_statistics.h"
 
 namespace codebook::aggregate {
@@ -39,8 +40,6 @@ class ScaleAccumulator {
   double MissingWeight();
   const Moments& GetMoments();
   double Percentile(double percent);
-  std::size_t DistinctValues() const { return values_.size(); }
-  std::size_t MemoryBytes() const { return values_.MemoryBytes(); }
 
  private:
   enum class Mode { kUnknownVariable, kNumeric, kString };
@@ -51,13 +50,18 @@ class ScaleAccumulator {
       sysmisWeight_ += weight;
       return;
     }
+    ++generation_;
+    if (const int k = SmallIntegerCounts::IndexOf(x); k >= 0) {
+      if (!small_.seen(k)) small_.MarkSeen(k, variable_->IsMissing(cell) != 0);
+      small_.weight(k) += weight;
+      return;
+    }
     bool inserted = false;
     auto& entry = values_.FindOrInsert(NumericKey(x), inserted);
     if (inserted) MarkIfMissing(entry, cell);
     // A user-missing value carries its weight negated: one probe per case
     // serves valid and missing values, and entries stay 16 bytes.
     entry.weight += std::copysign(weight, entry.weight);
-    ++generation_;
   }
   void AddString(const OBS* cells, double weight);
   void MarkIfMissing(NumericEntry<NoExtra>& entry, const OBS* cell);
@@ -68,6 +72,7 @@ class ScaleAccumulator {
   const VELA_Variable* variable_ = nullptr;
   int offset_ = -1;
   NumericWeightMap<> values_;
+  SmallIntegerCounts small_;  // integers 0..255, moved into values_ when results are asked
   double sysmisWeight_ = 0.0;  // system-missing, and every missing string
   double validStringWeight_ = 0.0;
   std::uint64_t generation_ = 0;

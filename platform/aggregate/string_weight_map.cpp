@@ -24,7 +24,8 @@ std::size_t StringWeightMap::Probe(std::uint64_t hash, std::string_view key) con
 }
 
 StringWeightMap::Entry& StringWeightMap::FindOrInsert(std::string_view key, bool& inserted) {
-  if ((size_ + 1) * 5 > slots_.size() * 4) Grow();
+  // Half empty: categorical tables are small, and short probes matter more.
+  if ((size_ + 1) * 2 > slots_.size()) Grow();
   const std::uint64_t hash = HashBytes(key);
   Entry& slot = slots_[Probe(hash, key)];
   inserted = !slot.used;

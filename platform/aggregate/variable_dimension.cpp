@@ -106,10 +106,21 @@ void VariableDimension::AddNumeric(const OBS* cell, double weight) {
     }
     return;
   }
+  if (const int k = SmallIntegerCounts::IndexOf(x); k >= 0) {
+    if (!small_.seen(k)) OnNewSmall(k, cell);
+    small_.weight(k) += weight;
+    return;
+  }
   bool inserted = false;
   auto& entry = numbers_.FindOrInsert(NumericKey(x), inserted);
   if (inserted) OnNewNumeric(entry, cell);
   entry.weight += weight;
+}
+
+void VariableDimension::OnNewSmall(int k, const OBS* cell) {
+  const bool missing = variable_->IsMissing(cell) != 0;
+  small_.MarkSeen(k, missing);
+  if (!(missing && excludeUserMissing())) ++categoryCount_;
 }
 
 void VariableDimension::OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell) {
@@ -148,6 +159,9 @@ double VariableDimension::MissingWeight() const {
   numbers_.ForEach([&](const auto& e) {
     if (e.extra.missing) missing += e.weight;
   });
+  small_.ForEach([&](double, double weight, bool isMissing) {
+    if (isMissing) missing += weight;
+  });
   strings_.ForEach([&](const auto& e) {
     if (e.missing) missing += e.weight;
   });
@@ -179,6 +193,9 @@ void VariableDimension::BuildCategories(CategoryList& list) const {
     entries.reserve(numbers_.size());
     numbers_.ForEach([&](const auto& e) {
       if (!(e.extra.missing && excludeUserMissing())) entries.push_back(e);
+    });
+    small_.ForEach([&](double value, double weight, bool missing) {
+      if (!(missing && excludeUserMissing())) entries.push_back({value, weight, NumericInfo{-1, missing}});
     });
     std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.value < b.value; });
     for (const auto& e : entries) {

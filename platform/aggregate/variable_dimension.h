@@ -8,6 +8,7 @@
 
 #include "platform/aggregate/dimension.h"
 #include "platform/aggregate/numeric_weight_map.h"
+#include "platform/aggregate/small_integer_counts.h"
 #include "platform/aggregate/string_weight_map.h"
 
 namespace codebook::aggregate {
@@ -49,6 +50,7 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   void AddNumeric(const OBS* cell, double weight);
   void AddString(const OBS* cells, double weight);
   void OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell);
+  void OnNewSmall(int k, const OBS* cell);
   void OnNewString(StringWeightMap::Entry& entry, const OBS* cells);
   std::vector<OBS> StringCells(std::string_view key) const;
 
@@ -61,6 +63,7 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   std::vector<GivenValue> given_;
   std::vector<std::vector<OBS>> givenCells_;  // the given values at full width, after Bind
 
+  SmallIntegerCounts small_;  // the integer codes 0..255 of a dimension that is not restricted
   NumericWeightMap<NumericInfo> numbers_;
   StringWeightMap strings_;
   std::size_t categoryCount_ = 0;
