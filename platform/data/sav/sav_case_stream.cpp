@@ -11,6 +11,7 @@
 #include "platform/data/data_error.h"
 #include "platform/data/sav/bytecode_decoder.h"
 #include "platform/data/sav/data_stream.h"
+#include "platform/data/sav/file_error.h"
 #include "platform/data/sav/text_encoding.h"
 
 namespace codebook::data::sav {
@@ -101,7 +102,12 @@ class SavCaseStream final : public CaseStream {
     std::size_t got = 0;
     bool partial = false;
     if (raw_) {
-      std::size_t bytes = raw_->Read(std::span<std::uint8_t>(out, want * 8));
+      std::size_t bytes = 0;
+      try {
+        bytes = raw_->Read(std::span<std::uint8_t>(out, want * 8));
+      } catch (const FileError& e) {  // the file could not be read any more
+        Fail(delivered_ + 1, e.Problem());
+      }
       got = bytes / 8;
       partial = bytes % (S * 8) != 0;
     } else {
