@@ -19,7 +19,18 @@ for f in "$fixtures"/*.sav "$fixtures"/*.zsav "$fixtures"/malformed/*.sav "$fixt
   [[ -e "$f" ]] && cp -f "$f" "$seeds/"
 done
 
+# libFuzzer reports every new input; keep that in a log and show it all only
+# when something was found.
+log="$build/fuzz.log"
+status=0
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   "$build/bin/sav_reader_fuzzer" "$build/corpus" "$seeds" \
   -max_total_time="$seconds" -max_len=262144 -timeout=20 -rss_limit_mb=2048 \
-  -artifact_prefix="$build/" -print_final_stats=1
+  -artifact_prefix="$build/" -print_final_stats=1 >"$log" 2>&1 || status=$?
+if ((status != 0)); then
+  tail -n 200 "$log"
+  echo "fuzzing the dataset reader found a problem (exit $status); see $log and $build/crash-*" >&2
+  exit "$status"
+fi
+grep -E '^(Done|stat::)' "$log"
+echo "fuzzing the dataset reader: no problem found in $seconds s"
