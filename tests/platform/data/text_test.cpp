@@ -1,6 +1,7 @@
 // Name validation, Unicode case-insensitive comparison and fixed-field copy.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -147,6 +148,45 @@ TEST(CopyToFixed, NeverSplitsACharacter) {
   std::memset(field, ' ', sizeof field);
   VELAMBCopyToFixed_A(field, 4, "😀x", 5);
   EXPECT_EQ(std::string(field, 4), "😀");
+}
+
+}  // namespace
+
+namespace {
+
+// Arbitrary bytes, biased towards UTF-8 lead and continuation bytes, must
+// never crash the helpers (the sanitizer build watches for bad reads), and
+// the comparison must stay a consistent order.
+TEST(TextHelpers, ArbitraryBytesAreSafeAndConsistent) {
+  std::uint32_t seed = 12345;
+  auto next = [&seed] {
+    seed = seed * 1664525u + 1013904223u;
+    return seed >> 8;
+  };
+  const unsigned char alphabet[] = {'a', 'B', '.', '_', ' ', 0x80, 0xBF, 0xC3, 0xA4,
+                                    0xE2, 0x82, 0xAC, 0xF0, 0x9F, 0xFF, 'z'};
+  auto randomText = [&] {
+    std::string s(next() % 12, ' ');
+    for (char& c : s) c = static_cast<char>(alphabet[next() % sizeof alphabet]);
+    return s;
+  };
+  for (int i = 0; i < 3000; ++i) {
+    const std::string a = randomText();
+    const std::string b = randomText();
+    ValidateVELAName(a.c_str());
+    EXPECT_EQ(VELAMBstricmp_A(a.c_str(), a.c_str()), 0);
+    EXPECT_EQ(Sign(VELAMBstricmp_A(a.c_str(), b.c_str())),
+              -Sign(VELAMBstricmp_A(b.c_str(), a.c_str())));
+    EXPECT_EQ(VELAMBstricmp_A(a.c_str(), b.c_str()) == 0, FoldCase(a) == FoldCase(b));
+    const std::size_t n = next() % 8;
+    EXPECT_EQ(Sign(VELAMBstrnicmp_A(a.c_str(), b.c_str(), n)),
+              -Sign(VELAMBstrnicmp_A(b.c_str(), a.c_str(), n)));
+    std::string field(n, ' ');
+    VELAMBCopyToFixed_A(field.data(), field.size(), a.data(), a.size());
+    // What was copied is a prefix of the source.
+    const std::size_t used = field.find_last_not_of(' ') + 1;
+    EXPECT_EQ(a.compare(0, used, field, 0, used), 0);
+  }
 }
 
 }  // namespace
