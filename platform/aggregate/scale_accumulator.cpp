@@ -34,13 +34,17 @@ void ScaleAccumulator::Finish() {
   if (finished_ == generation_) return;
   finished_ = generation_;
   small_.ForEach([&](double value, double weight, bool missing) {
+    if (runs_) {
+      runs_->Add(value, missing ? -weight : weight);
+      return;
+    }
     bool inserted = false;
     auto& entry = values_.FindOrInsert(value, inserted);
     if (inserted && missing) entry.weight = -0.0;
-    entry.weight += std::copysign(weight, entry.weight);
+    AddWeight(entry, weight);
   });
   small_.Clear();
-  auto sorted = values_.Sorted();
+  auto sorted = SortedValues();
   moments_ = ComputeMoments(sorted);
   userMissingWeight_ = 0.0;
   for (const auto& e : sorted) {
@@ -51,6 +55,15 @@ void ScaleAccumulator::Finish() {
     moments_.mean = kSysmis;
     moments_.stdDev = kSysmis;
   }
+}
+
+void ScaleAccumulator::SwitchToRuns() {
+  runs_ = std::make_unique<SortedRuns>(values_.Sorted());
+  values_ = NumericWeightMap<>();  // frees the slots
+}
+
+std::span<NumericEntry<NoExtra>> ScaleAccumulator::SortedValues() {
+  return runs_ ? runs_->Sorted() : values_.Sorted();
 }
 
 double ScaleAccumulator::ValidWeight() {
@@ -71,7 +84,7 @@ const Moments& ScaleAccumulator::GetMoments() {
 double ScaleAccumulator::Percentile(double percent) {
   Finish();
   if (mode_ != Mode::kNumeric) return kSysmis;
-  return WeightedPercentile(values_.Sorted(), percent);
+  return WeightedPercentile(SortedValues(), percent);
 }
 
 }  // namespace codebook::aggregate

@@ -5,11 +5,13 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "host/data/case_iterator.h"
 #include "platform/aggregate/cell_values.h"
 #include "platform/aggregate/numeric_weight_map.h"
 #include "platform/aggregate/small_integer_counts.h"
+#include "platform/aggregate/sorted_runs.h"
 #include "platform/aggregate/weighted_statistics.h"
 
 namespace codebook::aggregate {
@@ -56,13 +58,26 @@ class ScaleAccumulator {
       small_.weight(k) += weight;
       return;
     }
+    if (runs_) {
+      runs_->Add(NumericKey(x), variable_->IsMissing(cell) ? -weight : weight);
+      return;
+    }
     bool inserted = false;
     auto& entry = values_.FindOrInsert(NumericKey(x), inserted);
     if (inserted) MarkIfMissing(entry, cell);
-    // A user-missing value carries its weight negated: one probe per case
-    // serves valid and missing values, and entries stay 16 bytes.
+    AddWeight(entry, weight);
+    if (inserted && values_.size() >= kRunsFrom) SwitchToRuns();  // after the last use of `entry`
+  }
+  // A user-missing value carries its weight negated: one probe per case
+  // serves valid and missing values, and entries stay 16 bytes.
+  static void AddWeight(NumericEntry<NoExtra>& entry, double weight) {
     entry.weight += std::copysign(weight, entry.weight);
   }
+  // Past this many distinct values the data are continuous: most cases
+  // bring a new value, and sorted runs beat hashing in time and memory.
+  static constexpr std::size_t kRunsFrom = 1 << 16;
+  void SwitchToRuns();
+  std::span<NumericEntry<NoExtra>> SortedValues();
   void AddString(const OBS* cells, double weight);
   void MarkIfMissing(NumericEntry<NoExtra>& entry, const OBS* cell);
   void Finish();
@@ -72,6 +87,7 @@ class ScaleAccumulator {
   const VELA_Variable* variable_ = nullptr;
   int offset_ = -1;
   NumericWeightMap<> values_;
+  std::unique_ptr<SortedRuns> runs_;  // replaces values_ once the data look continuous
   SmallIntegerCounts small_;  // integers 0..255, moved into values_ when results are asked
   double sysmisWeight_ = 0.0;  // system-missing, and every missing string
   double validStringWeight_ = 0.0;

@@ -2,9 +2,11 @@
 // standard deviation and quartiles, hand-checked.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "host/aggregate/aggregation_table.h"
+#include "platform/aggregate/weighted_statistics.h"
 #include "platform/data/dataset_builder.h"
 #include "table_harness.h"
 
@@ -118,6 +120,44 @@ TEST(ScaleTable, SplitGroupEndsAreNotCases) {
   run.Run();
   EXPECT_EQ(run.Scale(t).valid, 3);
   EXPECT_DOUBLE_EQ(run.Scale(t).mean, 2);
+}
+
+}  // namespace
+}  // namespace codebook::aggregate
+
+namespace codebook::aggregate {
+namespace {
+
+TEST(ScaleTable, ContinuousDataGiveTheSameAnswerAsTheDefinition) {
+  // Enough distinct values to leave the hash map for sorted runs, with a
+  // user-missing value among them and integer values taken by index.
+  std::vector<data::Row> rows;
+  std::vector<WeightedValue> reference;
+  double missing = 0;
+  for (int i = 0; i < 200000; ++i) {
+    const double x = i % 7 == 0 ? static_cast<double>(i % 200) : 1000.0 + i * 0.37;
+    const double w = 1 + i % 4;
+    rows.push_back({x, w});
+    if (x == 77) {
+      missing += w;
+    } else {
+      reference.push_back({x, w, {}});
+    }
+  }
+  std::sort(reference.begin(), reference.end(), [](const auto& a, const auto& b) { return a.value < b.value; });
+  auto ds = DatasetBuilder().Numeric("x").MissingDiscrete({77}).Numeric("w").Weight("w").Cases(std::move(rows)).Build();
+  TableHarness run(ds);
+  const int t = run.AddScale(0);
+  run.Run();
+  auto s = run.Scale(t);
+  const Moments m = ComputeMoments(reference);
+  EXPECT_DOUBLE_EQ(s.valid, m.weight);
+  EXPECT_DOUBLE_EQ(s.missing, missing);
+  EXPECT_NEAR(s.mean, m.mean, 1e-9 * std::fabs(m.mean));
+  EXPECT_NEAR(s.sd, m.stdDev, 1e-9 * m.stdDev);
+  EXPECT_DOUBLE_EQ(s.p25, WeightedPercentile(reference, 25));
+  EXPECT_DOUBLE_EQ(s.p50, WeightedPercentile(reference, 50));
+  EXPECT_DOUBLE_EQ(s.p75, WeightedPercentile(reference, 75));
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 // The weight maps behind every table: distinct keys, summed weights, order.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <map>
 #include <random>
 #include <set>
 #include <string>
@@ -129,6 +131,45 @@ TEST(StringWeightMap, GrowsPastManyKeysWithoutLosingAny) {
     ASSERT_NE(e, nullptr);
     EXPECT_EQ(e->weight, 2.0);
   }
+}
+
+}  // namespace
+}  // namespace codebook::aggregate
+
+#include "platform/aggregate/sorted_runs.h"
+
+namespace codebook::aggregate {
+namespace {
+
+TEST(SortedRuns, MergesRunsIntoOneSortedDistinctArray) {
+  std::vector<NumericEntry<NoExtra>> start = {{1.0, 1.0, {}}, {5.0, -2.0, {}}};
+  SortedRuns runs(start);
+  std::map<double, double> reference = {{1.0, 1.0}, {5.0, -2.0}};
+  std::mt19937_64 rng(3);
+  // Enough values for several full buffers, with repeats across them.
+  for (int i = 0; i < 200000; ++i) {
+    const double v = static_cast<double>(rng() % 150000) * 0.5;
+    const double w = v == 5.0 ? -1.0 : 0.25;
+    runs.Add(v, w);
+    reference[v] += w;
+  }
+  auto sorted = runs.Sorted();
+  ASSERT_EQ(sorted.size(), reference.size());
+  std::size_t i = 0;
+  for (const auto& [value, weight] : reference) {
+    ASSERT_EQ(sorted[i].value, value);
+    ASSERT_DOUBLE_EQ(sorted[i].weight, weight);
+    ++i;
+  }
+  // Adding after reading the results goes on from there.
+  runs.Add(-1.0, 1.0);
+  runs.Add(1.0, 1.0);
+  sorted = runs.Sorted();
+  EXPECT_EQ(sorted.front().value, -1.0);
+  auto one = std::find_if(sorted.begin(), sorted.end(), [](const auto& e) { return e.value == 1.0; });
+  ASSERT_NE(one, sorted.end());
+  EXPECT_DOUBLE_EQ(one->weight, reference[1.0] + 1.0);
+  EXPECT_EQ(sorted.size(), reference.size() + 1);
 }
 
 }  // namespace
