@@ -174,3 +174,37 @@ TEST(SortedRuns, MergesRunsIntoOneSortedDistinctArray) {
 
 }  // namespace
 }  // namespace codebook::aggregate
+
+#include "platform/aggregate/small_integer_counts.h"
+
+namespace codebook::aggregate {
+namespace {
+
+TEST(SmallIntegerCounts, OnlyIntegersFromZeroTo255GoByIndex) {
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(0.0), 0);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(-0.0), 0);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(255.0), 255);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(256.0), -1);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(254.5), -1);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(-1.0), -1);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(1e-300), -1);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(std::nan("")), -1);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(kSysmis), -1);
+  SmallIntegerCounts counts;
+  counts.MarkSeen(7, false);
+  counts.weight(7) += 2;
+  counts.MarkSeen(3, true);
+  counts.weight(3) += 1;
+  std::vector<std::pair<double, bool>> seen;
+  counts.ForEach([&](double v, double w, bool missing) {
+    seen.emplace_back(v, missing);
+    EXPECT_EQ(w, v == 7 ? 2 : 1);
+  });
+  EXPECT_EQ(seen, (std::vector<std::pair<double, bool>>{{3, true}, {7, false}}));
+  counts.Clear();
+  EXPECT_FALSE(counts.seen(7));
+  EXPECT_EQ(counts.count(), 0);
+}
+
+}  // namespace
+}  // namespace codebook::aggregate
