@@ -272,5 +272,26 @@ TEST(RoundTripFileTest, NoVariables) {
   }
 }
 
+// Every shared fixture, written again in each layout and in its own
+// encoding, reads back with the same dictionary and cases.
+TEST(RoundTripFixturesTest, FixturesSurviveRewriting) {
+  for (const auto& entry : std::filesystem::directory_iterator(CODEBOOK_FIXTURES_DIR)) {
+    const auto ext = entry.path().extension();
+    if (ext != ".sav" && ext != ".zsav") continue;
+    const std::string name = entry.path().filename().string();
+    ReadResult original = OpenDatasetFile(entry.path().string());
+    const std::string expected = Describe(*original.dataset);
+    for (auto c : {FileCompression::kNone, FileCompression::kBytecode, FileCompression::kZlib}) {
+      WriteOptions options = Options(c);
+      options.encoding = original.dataset->GetDictionary().Encoding();
+      const auto bytes = WriteDatasetBytes(*original.dataset, options);
+      ReadResult again = ReadDatasetBytes(bytes, name);
+      for (const auto& w : again.warnings) ADD_FAILURE() << name << ": " << w;
+      EXPECT_EQ(expected, Describe(*again.dataset)) << name << " layout " << static_cast<int>(c);
+      EXPECT_TRUE(bytes == WriteDatasetBytes(*again.dataset, options)) << name;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace codebook::data
