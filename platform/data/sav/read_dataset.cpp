@@ -1,5 +1,7 @@
 #include "platform/data/sav/read_dataset.h"
 
+#include <stdexcept>
+
 #include "platform/data/data_error.h"
 #include "platform/data/sav/byte_source.h"
 #include "platform/data/sav/dictionary_decoder.h"
@@ -13,7 +15,14 @@ ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions
                 std::optional<std::string> fileSpec) {
   sav::Warnings warnings;
   sav::RawDictionary raw = sav::ReadRawDictionary(*source, warnings);
-  sav::DecodedFile decoded = sav::DecodeDictionary(raw, *source, options, warnings);
+  sav::DecodedFile decoded;
+  try {
+    decoded = sav::DecodeDictionary(raw, *source, options, warnings);
+  } catch (const std::logic_error& e) {
+    // The model refused something the decoder let through (invalid_argument,
+    // length_error...): still the file's fault, reported as such.
+    throw FileError(source->Name(), std::string("unusable dictionary: ") + e.what());
+  }
   std::shared_ptr<const sav::CasePlan> plan = decoded.plan;
 
   std::int64_t count = plan->declaredCases;
