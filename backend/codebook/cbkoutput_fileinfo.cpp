@@ -1,6 +1,5 @@
 // The "File Information" table.
 #include <cmath>
-#include <cstdio>
 #include <string>
 
 #include "cbkoutput.h"
@@ -15,10 +14,13 @@ void BuildAttrName(const std::string& name, int index, int count, std::string& o
     out = name;
     return;
   }
+  // The text of "[%0*d]" with the digit count of `count` as the width.
   const int digits = static_cast<int>(std::floor(std::log10(static_cast<double>(count)))) + 1;
-  char number[32];
-  std::snprintf(number, sizeof number, "[%0*d]", digits, index + 1);
-  out = name + number;
+  std::string number = std::to_string(index + 1);
+  if (static_cast<int>(number.size()) < digits) {
+    number.insert(0, static_cast<std::size_t>(digits) - number.size(), '0');
+  }
+  out = name + "[" + number + "]";
 }
 
 namespace {
