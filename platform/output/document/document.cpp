@@ -1,0 +1,29 @@
+#include "platform/output/document/document.h"
+
+namespace codebook::output {
+
+const char* SeverityName(Severity severity) {
+  switch (severity) {
+    case Severity::kNote: return "note";
+    case Severity::kWarning: return "warning";
+    case Severity::kError: return "error";
+  }
+  return "error";
+}
+
+void Document::Append(Table table) {
+  if (table) items_.emplace_back(std::move(table));
+}
+
+void Document::Append(Message message) { items_.emplace_back(std::move(message)); }
+
+void Document::Truncate(std::size_t size) {
+  if (size < items_.size()) items_.resize(size);
+}
+
+void AddMessage(Document& document, Severity severity, std::string command, int line,
+                std::string text) {
+  document.Append(Message{severity, std::move(command), line, std::move(text)});
+}
+
+}  // namespace codebook::output

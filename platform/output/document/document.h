@@ -1,0 +1,47 @@
+// The output document of a session: pivot tables and messages in the order
+// they were issued.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/output/document/table_model.h"
+
+namespace codebook::output {
+
+enum class Severity { kNote, kWarning, kError };
+
+struct Message {
+  Severity severity = Severity::kWarning;
+  std::string command;  // the command that issued it, e.g. "CODEBOOK"
+  int line = 0;         // line of the command in its syntax file; 0 when unknown
+  std::string text;
+};
+
+const char* SeverityName(Severity severity);  // "note", "warning", "error"
+
+class Document {
+ public:
+  using Table = std::shared_ptr<const bp::TableNode>;
+  using Item = std::variant<Table, Message>;
+
+  void Append(Table table);
+  void Append(Message message);
+  const std::vector<Item>& Items() const { return items_; }
+  std::size_t Size() const { return items_.size(); }
+  void Clear() { items_.clear(); }
+  // Drops the items after the first `size`: the partial output of a command
+  // that failed.
+  void Truncate(std::size_t size);
+
+ private:
+  std::vector<Item> items_;
+};
+
+void AddMessage(Document& document, Severity severity, std::string command, int line,
+                std::string text);
+
+}  // namespace codebook::output

@@ -1,0 +1,149 @@
+// One self-contained HTML file: inline CSS, no script. Each table is a
+// <table> with its title as <caption>, column headings in <thead>, a
+// <tbody> per top-level row group whose heading row is a
+// <th scope="rowgroup">, and a <th scope="row"> per category.
+#include <string>
+#include <string_view>
+
+#include "platform/output/render/renderers.h"
+#include "platform/output/render/table_view.h"
+
+namespace codebook::output {
+
+namespace {
+
+constexpr int kMaxIndentClass = 8;
+
+constexpr const char* kStyle =
+    "body{font-family:system-ui,sans-serif;margin:1.5em;color:#222}\n"
+    "table.pivot{border-collapse:collapse;margin:0 0 1.5em 0}\n"
+    "table.pivot caption{text-align:left;font-weight:bold;padding:0 0 .4em 0}\n"
+    "table.pivot th,table.pivot td{border:1px solid #bbb;padding:.2em .6em;vertical-align:top;"
+    "text-align:left;white-space:pre-wrap}\n"
+    "table.pivot thead th{background:#eee}\n"
+    "table.pivot th[scope=rowgroup]{background:#f6f6f6}\n"
+    "table.pivot th[scope=row]{font-weight:normal}\n"
+    "table.pivot .num{text-align:right;font-variant-numeric:tabular-nums}\n"
+    ".d1{padding-left:1.6em!important}.d2{padding-left:2.6em!important}"
+    ".d3{padding-left:3.6em!important}.d4{padding-left:4.6em!important}"
+    ".d5{padding-left:5.6em!important}.d6{padding-left:6.6em!important}"
+    ".d7{padding-left:7.6em!important}.d8{padding-left:8.6em!important}\n"
+    "p.warning{color:#8a5a00}p.error{color:#b00020}p.note{color:#555}\n";
+
+void Escape(std::string& out, std::string_view text) {
+  for (const char c : text) {
+    switch (c) {
+      case '&': out += "&amp;"; break;
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      case '"': out += "&quot;"; break;
+      case '\'': out += "&#39;"; break;
+      default: out.push_back(c);
+    }
+  }
+}
+
+void IndentClass(std::string& out, int depth, bool numeric) {
+  const int level = depth > kMaxIndentClass ? kMaxIndentClass : depth;
+  if (level <= 0 && !numeric) return;
+  out += " class=\"";
+  if (level > 0) out += "d" + std::to_string(level);
+  if (numeric) out += level > 0 ? " num" : "num";
+  out += "\"";
+}
+
+void RenderTable(std::string& out, const TableView& view) {
+  const int valueColumns = view.ValueColumnCount();
+  out += "<table class=\"pivot\">\n<caption>";
+  Escape(out, view.Title());
+  out += "</caption>\n";
+  if (!view.OneDimensional()) {
+    out += "<thead><tr><td></td>";
+    for (const CellContent* column : view.columns()) {
+      out += "<th scope=\"col\">";
+      Escape(out, column->text);
+      out += "</th>";
+    }
+    out += "</tr></thead>\n";
+  }
+  bool bodyOpen = false;
+  for (const ViewEntry& entry : view.entries()) {
+    const CellContent* label = view.Label(entry.node);
+    const std::string_view labelText = label ? std::string_view(label->text) : std::string_view();
+    if (entry.group && entry.depth == 0) {
+      if (bodyOpen) out += "</tbody>\n";
+      out += "<tbody>\n";
+      bodyOpen = true;
+    } else if (!bodyOpen) {
+      out += "<tbody>\n";
+      bodyOpen = true;
+    }
+    if (entry.group) {
+      out += "<tr><th scope=\"rowgroup\" colspan=\"" + std::to_string(valueColumns + 1) + "\"";
+      IndentClass(out, entry.depth, false);
+      out += ">";
+      Escape(out, labelText);
+      out += "</th></tr>\n";
+      continue;
+    }
+    out += "<tr><th scope=\"row\"";
+    IndentClass(out, entry.depth, false);
+    out += ">";
+    Escape(out, labelText);
+    out += "</th>";
+    std::uint32_t i = entry.cellBegin;
+    for (int column = 0; column < valueColumns; ++column) {
+      const std::uint32_t begin = i;
+      bool numeric = true;
+      for (; i < entry.cellEnd && view.cells()[i].column == column; ++i) {
+        numeric = numeric && view.cells()[i].content->numeric;
+      }
+      const bool any = i > begin;
+      std::string cell;
+      bool firstLine = true;
+      ForEachCellLine(view, begin, i, column, [&](std::string_view line) {
+        if (!firstLine) cell += "<br>";
+        Escape(cell, line);
+        firstLine = false;
+      });
+      out += "<td";
+      IndentClass(out, 0, any && numeric);
+      out += ">";
+      out += cell;
+      out += "</td>";
+    }
+    out += "</tr>\n";
+  }
+  if (bodyOpen) out += "</tbody>\n";
+  out += "</table>\n";
+}
+
+}  // namespace
+
+void RenderHtml(const Document& document, std::ostream& out) {
+  out << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+         "<title>Codebook</title>\n<style>\n"
+      << kStyle << "</style>\n</head>\n<body>\n";
+  std::string buffer;
+  for (const Document::Item& item : document.Items()) {
+    buffer.clear();
+    if (const auto* table = std::get_if<Document::Table>(&item)) {
+      const TableView view(**table);
+      if (!view.Visible()) continue;
+      RenderTable(buffer, view);
+    } else {
+      const Message& message = std::get<Message>(item);
+      buffer += "<p class=\"";
+      buffer += SeverityName(message.severity);
+      buffer += "\">";
+      buffer += SeverityName(message.severity);
+      buffer += ": ";
+      Escape(buffer, message.text);
+      buffer += "</p>\n";
+    }
+    out << buffer;
+  }
+  out << "</body>\n</html>\n";
+}
+
+}  // namespace codebook::output

@@ -1,0 +1,124 @@
+// Markdown: a level-2 heading and a pipe table per table. Row groups are
+// bold rows naming the group path ("**Outer › Inner**"); line breaks inside
+// a cell become <br>.
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/output/render/renderers.h"
+#include "platform/output/render/table_view.h"
+
+namespace codebook::output {
+
+namespace {
+
+// Characters that would end a cell or start emphasis, code or a link.
+void Escape(std::string& out, std::string_view text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    switch (c) {
+      case '|': case '\\': case '*': case '_': case '`': case '[': case ']': case '<': case '>':
+        out.push_back('\\');
+        out.push_back(c);
+        break;
+      case '\n':
+        if (i + 1 < text.size()) out += "<br>";
+        break;
+      case '\r':
+        break;
+      default:
+        out.push_back(c);
+    }
+  }
+}
+
+void RenderTable(std::string& out, const TableView& view) {
+  const int valueColumns = view.ValueColumnCount();
+  out += "## ";
+  Escape(out, view.Title());
+  out += "\n\n|";
+  const CellContent* corner = view.RowDimensionTitle();
+  out += " ";
+  if (corner && view.OneDimensional()) Escape(out, corner->text);
+  out += " |";
+  std::vector<char> numeric(static_cast<std::size_t>(valueColumns), 1);
+  std::vector<char> any(static_cast<std::size_t>(valueColumns), 0);
+  for (const ViewCell& cell : view.cells()) {
+    numeric[static_cast<std::size_t>(cell.column)] &= cell.content->numeric ? 1 : 0;
+    any[static_cast<std::size_t>(cell.column)] = 1;
+  }
+  for (int c = 0; c < valueColumns; ++c) {
+    out += " ";
+    if (!view.OneDimensional()) Escape(out, view.columns()[static_cast<std::size_t>(c)]->text);
+    out += " |";
+  }
+  out += "\n|---|";
+  for (int c = 0; c < valueColumns; ++c) {
+    out += numeric[static_cast<std::size_t>(c)] && any[static_cast<std::size_t>(c)] ? "---:|" : "---|";
+  }
+  out += "\n";
+
+  std::vector<const CellContent*> groups;
+  for (const ViewEntry& entry : view.entries()) {
+    groups.resize(static_cast<std::size_t>(entry.depth));
+    const CellContent* label = view.Label(entry.node);
+    const std::string_view text = label ? std::string_view(label->text) : std::string_view();
+    if (entry.group) {
+      groups.push_back(label);
+      out += "| **";
+      for (std::size_t g = 0; g < groups.size(); ++g) {
+        if (g > 0) out += " › ";
+        Escape(out, groups[g] ? std::string_view(groups[g]->text) : std::string_view());
+      }
+      out += "** |";
+      for (int c = 0; c < valueColumns; ++c) out += " |";
+      out += "\n";
+      continue;
+    }
+    out += "| ";
+    Escape(out, text);
+    out += " |";
+    std::uint32_t i = entry.cellBegin;
+    for (int column = 0; column < valueColumns; ++column) {
+      out += " ";
+      const std::uint32_t begin = i;
+      while (i < entry.cellEnd && view.cells()[i].column == column) ++i;
+      bool first = true;
+      ForEachCellLine(view, begin, i, column, [&](std::string_view line) {
+        if (!first) out += "<br>";
+        Escape(out, line);
+        first = false;
+      });
+      out += " |";
+    }
+    out += "\n";
+  }
+}
+
+}  // namespace
+
+void RenderMarkdown(const Document& document, std::ostream& out) {
+  std::string buffer;
+  bool first = true;
+  for (const Document::Item& item : document.Items()) {
+    buffer.clear();
+    if (const auto* table = std::get_if<Document::Table>(&item)) {
+      const TableView view(**table);
+      if (!view.Visible()) continue;
+      if (!first) buffer += "\n";
+      RenderTable(buffer, view);
+    } else {
+      const Message& message = std::get<Message>(item);
+      if (!first) buffer += "\n";
+      buffer += "**";
+      buffer += SeverityName(message.severity);
+      buffer += ":** ";
+      Escape(buffer, message.text);
+      buffer += "\n";
+    }
+    first = false;
+    out << buffer;
+  }
+}
+
+}  // namespace codebook::output

@@ -1,0 +1,30 @@
+#include <string>
+
+#include "platform/output/render/renderers.h"
+
+namespace codebook::output {
+
+std::optional<OutputFormat> ParseOutputFormat(std::string_view name) {
+  std::string lower(name);
+  for (char& c : lower) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+  if (lower == "text") return OutputFormat::kText;
+  if (lower == "ascii") return OutputFormat::kAscii;
+  if (lower == "html") return OutputFormat::kHtml;
+  if (lower == "json") return OutputFormat::kJson;
+  if (lower == "markdown" || lower == "md") return OutputFormat::kMarkdown;
+  if (lower == "csv") return OutputFormat::kCsv;
+  return std::nullopt;
+}
+
+void Render(const Document& document, OutputFormat format, std::ostream& out) {
+  switch (format) {
+    case OutputFormat::kText: RenderText(document, out); break;
+    case OutputFormat::kAscii: RenderText(document, out, TextOptions{true, 40}); break;
+    case OutputFormat::kHtml: RenderHtml(document, out); break;
+    case OutputFormat::kJson: RenderJson(document, out); break;
+    case OutputFormat::kMarkdown: RenderMarkdown(document, out); break;
+    case OutputFormat::kCsv: RenderCsv(document, out); break;
+  }
+}
+
+}  // namespace codebook::output

@@ -1,0 +1,178 @@
+// Text for terminals. Each table: its title, then a box with a column of row
+// labels (groups as their own lines, their categories indented two blanks
+// per level) and one column per shown data column. Column widths fit the
+// content up to a maximum, past which texts wrap at blanks.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "platform/output/render/renderers.h"
+#include "platform/output/render/table_view.h"
+#include "platform/output/render/text_width.h"
+
+namespace codebook::output {
+
+namespace {
+
+struct BoxChars {
+  const char* horizontal;
+  const char* vertical;
+  const char* topLeft;
+  const char* topRight;
+  const char* bottomLeft;
+  const char* bottomRight;
+  const char* teeLeft;   // ├
+  const char* teeRight;  // ┤
+  const char* teeDown;   // ┬
+  const char* teeUp;     // ┴
+  const char* cross;     // ┼
+};
+
+constexpr BoxChars kUnicodeBox{"─", "│", "┌", "┐", "└", "┘", "├", "┤", "┬", "┴", "┼"};
+constexpr BoxChars kAsciiBox{"-", "|", "+", "+", "+", "+", "+", "+", "+", "+", "+"};
+
+struct Block {
+  std::vector<std::string> lines;
+  bool rightAligned = false;
+};
+
+// One printed row of the box: a block per column.
+using Row = std::vector<Block>;
+
+Block MakeBlock(std::string_view text, bool right, int maxWidth, int indent = 0) {
+  Block block;
+  block.rightAligned = right;
+  const std::string pad(static_cast<std::size_t>(indent), ' ');
+  std::size_t start = 0;
+  for (;;) {
+    const std::size_t stop = text.find('\n', start);
+    const std::string_view piece = text.substr(start, stop == std::string_view::npos ? std::string_view::npos : stop - start);
+    for (std::string& line : WrapText(piece, std::max(1, maxWidth - indent))) block.lines.push_back(pad + line);
+    if (stop == std::string_view::npos) break;
+    start = stop + 1;
+    if (start == text.size()) break;  // a final line feed ends the text
+  }
+  return block;
+}
+
+void AppendLines(Block& block, const Block& more) {
+  block.lines.insert(block.lines.end(), more.lines.begin(), more.lines.end());
+}
+
+void WriteRule(std::ostream& out, const std::vector<int>& widths, const BoxChars& box,
+               const char* left, const char* middle, const char* right) {
+  std::string line = left;
+  for (std::size_t c = 0; c < widths.size(); ++c) {
+    if (c > 0) line += middle;
+    for (int i = 0; i < widths[c] + 2; ++i) line += box.horizontal;
+  }
+  line += right;
+  out << line << '\n';
+}
+
+void WriteRow(std::ostream& out, const Row& row, const std::vector<int>& widths, const BoxChars& box) {
+  std::size_t height = 1;
+  for (const Block& block : row) height = std::max(height, block.lines.size());
+  for (std::size_t l = 0; l < height; ++l) {
+    std::string line = box.vertical;
+    for (std::size_t c = 0; c < widths.size(); ++c) {
+      const Block& block = row[c];
+      const std::string text = l < block.lines.size() ? block.lines[l] : std::string();
+      const int padding = std::max(0, widths[c] - DisplayWidth(text));
+      line += ' ';
+      if (block.rightAligned) line.append(static_cast<std::size_t>(padding), ' ');
+      line += text;
+      if (!block.rightAligned) line.append(static_cast<std::size_t>(padding), ' ');
+      line += ' ';
+      line += box.vertical;
+    }
+    out << line << '\n';
+  }
+}
+
+void RenderTable(std::ostream& out, const TableView& view, const TextOptions& options) {
+  const BoxChars& box = options.ascii ? kAsciiBox : kUnicodeBox;
+  const int maxWidth = std::max(4, options.maxColumnWidth);
+  const std::size_t columnCount = 1 + static_cast<std::size_t>(view.ValueColumnCount());
+
+  // Numeric columns get right-aligned headings.
+  std::vector<int> numericCells(columnCount, 0);
+  std::vector<int> textCells(columnCount, 0);
+  for (const ViewCell& cell : view.cells()) {
+    (cell.content->numeric ? numericCells : textCells)[static_cast<std::size_t>(cell.column) + 1]++;
+  }
+
+  std::vector<Row> rows;
+  std::vector<char> ruleBefore;
+  rows.reserve(view.entries().size() + 1);
+  if (!view.OneDimensional()) {
+    Row header(columnCount);
+    for (std::size_t c = 1; c < columnCount; ++c) {
+      header[c] = MakeBlock(view.columns()[c - 1]->text, numericCells[c] > 0 && textCells[c] == 0, maxWidth);
+    }
+    rows.push_back(std::move(header));
+    ruleBefore.push_back(0);
+  }
+  bool firstEntry = true;
+  for (const ViewEntry& entry : view.entries()) {
+    Row row(columnCount);
+    const CellContent* label = view.Label(entry.node);
+    row[0] = MakeBlock(label ? std::string_view(label->text) : std::string_view(), false, maxWidth + 2 * entry.depth,
+                       2 * entry.depth);
+    for (std::uint32_t i = entry.cellBegin; i < entry.cellEnd; ++i) {
+      const ViewCell& cell = view.cells()[i];
+      Block& block = row[static_cast<std::size_t>(cell.column) + 1];
+      const bool wasEmpty = block.lines.empty();
+      AppendLines(block, MakeBlock(cell.content->text, cell.content->numeric, maxWidth));
+      block.rightAligned = wasEmpty ? cell.content->numeric : block.rightAligned && cell.content->numeric;
+    }
+    // A rule between the top-level groups of the body.
+    ruleBefore.push_back(!firstEntry && entry.group && entry.depth == 0);
+    firstEntry = false;
+    rows.push_back(std::move(row));
+  }
+
+  std::vector<int> widths(columnCount, 0);
+  for (const Row& row : rows) {
+    for (std::size_t c = 0; c < columnCount; ++c) {
+      for (const std::string& line : row[c].lines) widths[c] = std::max(widths[c], DisplayWidth(line));
+    }
+  }
+
+  if (!view.Title().empty()) out << view.Title() << '\n';
+  WriteRule(out, widths, box, box.topLeft, box.teeDown, box.topRight);
+  const std::size_t bodyStart = view.OneDimensional() ? 0 : 1;
+  for (std::size_t r = 0; r < rows.size(); ++r) {
+    if ((r == bodyStart && r > 0) || ruleBefore[r]) WriteRule(out, widths, box, box.teeLeft, box.cross, box.teeRight);
+    WriteRow(out, rows[r], widths, box);
+  }
+  WriteRule(out, widths, box, box.bottomLeft, box.teeUp, box.bottomRight);
+}
+
+}  // namespace
+
+void WriteMessageText(const Message& message, std::ostream& out) {
+  out << SeverityName(message.severity) << ": " << message.text;
+}
+
+void RenderText(const Document& document, std::ostream& out, const TextOptions& options) {
+  bool first = true;
+  bool lastWasTable = false;
+  for (const Document::Item& item : document.Items()) {
+    if (const auto* table = std::get_if<Document::Table>(&item)) {
+      const TableView view(**table);
+      if (!view.Visible()) continue;
+      if (!first) out << '\n';
+      RenderTable(out, view, options);
+      lastWasTable = true;
+    } else {
+      if (lastWasTable) out << '\n';
+      WriteMessageText(std::get<Message>(item), out);
+      out << '\n';
+      lastWasTable = false;
+    }
+    first = false;
+  }
+}
+
+}  // namespace codebook::output

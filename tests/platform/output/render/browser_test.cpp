@@ -1,0 +1,90 @@
+// The HTML output loaded in a real browser (headless Chromium): the DOM it
+// builds has one table per shown table, with the expected captions and
+// headings. Skipped when Chromium is not installed.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "platform/output/render/renderers.h"
+#include "tests/platform/output/sample_document.h"
+
+namespace codebook::output {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Chromium() {
+  for (const char* path : {"/usr/bin/chromium", "/usr/bin/chromium-browser"}) {
+    if (access(path, X_OK) == 0) return path;
+  }
+  return {};
+}
+
+std::string RunCommand(const std::string& command) {
+  std::string output;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return output;
+  std::array<char, 4096> buffer{};
+  std::size_t n = 0;
+  while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0) output.append(buffer.data(), n);
+  pclose(pipe);
+  return output;
+}
+
+std::vector<std::string> Matches(const std::string& text, const std::string& pattern) {
+  std::vector<std::string> out;
+  const std::regex re(pattern);
+  for (auto it = std::sregex_iterator(text.begin(), text.end(), re); it != std::sregex_iterator(); ++it) {
+    out.push_back((*it)[1].str());
+  }
+  return out;
+}
+
+TEST(Browser, HeadlessChromiumSeesOneTablePerShownTable) {
+  const std::string chromium = Chromium();
+  if (chromium.empty()) GTEST_SKIP() << "chromium is not installed; the browser test is skipped";
+
+  const fs::path dir = fs::temp_directory_path() / ("cb-output-browser-" + std::to_string(getpid()));
+  fs::create_directories(dir);
+  const fs::path page = dir / "codebook.html";
+  {
+    std::ofstream out(page);
+    RenderHtml(*testing::BuildSampleCodebook(), out);
+  }
+  const std::string command = "timeout 120 " + chromium +
+                              " --headless --no-sandbox --disable-gpu --disable-quic --no-first-run"
+                              " --disable-background-networking --disable-component-update --disable-sync"
+                              " --user-data-dir=" + (dir / "profile").string() +
+                              " --dump-dom file://" + page.string() + " 2>/dev/null";
+  const std::string dom = RunCommand(command);
+  fs::remove_all(dir);
+  ASSERT_NE(dom.find("</html>"), std::string::npos) << "no DOM from chromium: " << dom.substr(0, 500);
+
+  EXPECT_EQ(Matches(dom, "<table( |>)").size(), 3u);
+  EXPECT_EQ(Matches(dom, "<caption>([^<]*)</caption>"),
+            (std::vector<std::string>{"File Information", "sex", "income"}));
+  EXPECT_EQ(Matches(dom, "<th scope=\"col\">([^<]*)</th>"),
+            (std::vector<std::string>{"Value", "Count", "Percent", "Value", "Count"}));
+  const std::vector<std::string> groups = Matches(dom, "<th scope=\"rowgroup\"[^>]*>([^<]*)</th>");
+  EXPECT_EQ(groups, (std::vector<std::string>{"Number of Cases", "Custom Attributes", "Standard Attributes",
+                                              "Valid Values", "Missing Values", "Standard Attributes", "N",
+                                              "Central Tendency and Dispersion", "Labeled Values"}));
+  const std::vector<std::string> rows = Matches(dom, "<th scope=\"row\"[^>]*>([^<]*)</th>");
+  EXPECT_EQ(rows.front(), "File Name");
+  EXPECT_NE(std::find(rows.begin(), rows.end(), "System"), rows.end());
+  // The browser parsed the escaped attribute value back to its text.
+  EXPECT_NE(dom.find("Panel \"B\" | &lt;web&gt;"), std::string::npos);
+  EXPECT_NE(dom.find("<p class=\"warning\">warning: No Variable Information for x .</p>"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace codebook::output

@@ -1,0 +1,105 @@
+// Text, Markdown and CSV details the goldens do not isolate: wrapping,
+// widths of wide characters, escaping, quoting.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "host/output/bp_procedure.h"
+#include "platform/output/current_output.h"
+#include "platform/output/render/renderers.h"
+#include "platform/output/render/text_width.h"
+
+namespace codebook::output {
+namespace {
+
+TEST(TextWidth, CountsColumnsNotBytes) {
+  EXPECT_EQ(DisplayWidth("abc"), 3);
+  EXPECT_EQ(DisplayWidth("\xC3\xA9t\xC3\xA9"), 3);           // été
+  EXPECT_EQ(DisplayWidth("\xE6\x97\xA5\xE6\x9C\xAC"), 4);    // two wide characters
+  EXPECT_EQ(DisplayWidth("e\xCC\x81"), 1);                   // combining accent
+  EXPECT_EQ(DisplayWidth("\xFF\xFE"), 2);                    // invalid bytes count 1
+}
+
+TEST(TextWidth, WrapsAtBlanksAndBreaksOnlyOverlongWords) {
+  using Lines = std::vector<std::string>;
+  EXPECT_EQ(WrapText("short", 10), Lines({"short"}));
+  EXPECT_EQ(WrapText("", 10), Lines({""}));
+  EXPECT_EQ(WrapText("Monthly household income after taxes", 16),
+            Lines({"Monthly", "household income", "after taxes"}));
+  EXPECT_EQ(WrapText("abcdefghij", 4), Lines({"abcd", "efgh", "ij"}));
+  EXPECT_EQ(WrapText("\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E", 4),
+            Lines({"\xE6\x97\xA5\xE6\x9C\xAC", "\xE8\xAA\x9E"}));
+  for (const std::string& line : WrapText("a verylongwordthatneverends and more", 7)) {
+    EXPECT_LE(DisplayWidth(line), 7) << line;
+  }
+}
+
+class SmallDocument : public ::testing::Test {
+ protected:
+  std::shared_ptr<Document> document = std::make_shared<Document>();
+
+  void Add(const std::string& label, const std::string& value) {
+    ScopedCurrentDocument scope(document);
+    BpProcedure procedure("Codebook", 1);
+    BpPivotTable table = procedure.PivotTable(BpString("T|1", true), BpString("k", false), true);
+    BpDimension rows = table.Dimension(BpString("Attributes", true), 2);
+    rows.Category(BpString(label, false)).Cell(BpString(value, false));
+  }
+  std::string Render(void (*render)(const Document&, std::ostream&)) {
+    std::ostringstream out;
+    render(*document, out);
+    return out.str();
+  }
+};
+
+TEST_F(SmallDocument, TextWrapsLongCellsAndAlignsWideCharacters) {
+  Add("\xE6\x97\xA5\xE6\x9C\xAC", std::string(50, 'x'));
+  std::ostringstream out;
+  RenderText(*document, out, TextOptions{false, 20});
+  const std::string text = out.str();
+  EXPECT_NE(text.find("│ 日本 │ xxxxxxxxxxxxxxxxxxxx │\n│      │ xxxxxxxxxxxxxxxxxxxx │\n"), std::string::npos) << text;
+}
+
+TEST_F(SmallDocument, MarkdownEscapesTableAndEmphasisCharacters) {
+  Add("a|b", "*x* _y_ <z>\nnext");
+  const std::string md = Render(RenderMarkdown);
+  EXPECT_NE(md.find("## T\\|1\n"), std::string::npos) << md;
+  EXPECT_NE(md.find("| a\\|b | \\*x\\* \\_y\\_ \\<z\\><br>next |"), std::string::npos) << md;
+}
+
+TEST_F(SmallDocument, CsvQuotesFieldsAfterRfc4180) {
+  Add("a,b", "say \"hi\"\nbye");
+  const std::string csv = Render(RenderCsv);
+  EXPECT_EQ(csv, "T|1\r\nAttributes,\r\n\"a,b\",\"say \"\"hi\"\"\nbye\"\r\n");
+}
+
+TEST_F(SmallDocument, HtmlEscapesEverything) {
+  Add("<script>", "a & \"b\" 'c'");
+  const std::string html = Render(RenderHtml);
+  EXPECT_EQ(html.find("<script>"), std::string::npos);
+  EXPECT_NE(html.find("&lt;script&gt;"), std::string::npos);
+  EXPECT_NE(html.find("a &amp; &quot;b&quot; &#39;c&#39;"), std::string::npos);
+}
+
+TEST(Renderers, MessagesAppearInDocumentOrder) {
+  Document document;
+  AddMessage(document, Severity::kWarning, "CODEBOOK", 1, "first");
+  AddMessage(document, Severity::kError, "CODEBOOK", 2, "second <b>");
+  std::ostringstream text;
+  RenderText(document, text);
+  EXPECT_EQ(text.str(), "warning: first\nerror: second <b>\n");
+  std::ostringstream html;
+  RenderHtml(document, html);
+  EXPECT_NE(html.str().find("<p class=\"warning\">warning: first</p>\n<p class=\"error\">error: second &lt;b&gt;</p>"),
+            std::string::npos);
+}
+
+TEST(Renderers, FormatNames) {
+  EXPECT_EQ(ParseOutputFormat("JSON"), OutputFormat::kJson);
+  EXPECT_EQ(ParseOutputFormat("md"), OutputFormat::kMarkdown);
+  EXPECT_EQ(ParseOutputFormat("ascii"), OutputFormat::kAscii);
+  EXPECT_FALSE(ParseOutputFormat("pdf").has_value());
+}
+
+}  // namespace
+}  // namespace codebook::output
