@@ -73,10 +73,7 @@ void CategorySetDimension::BuildCategories(CategoryList& list) const {
     for (const auto* e : strings_.SortedEntries()) {
       const SetMember& m = members_[static_cast<std::size_t>(e->member)];
       const std::string_view key = strings_.Key(*e);
-      std::vector<OBS> cells(CellCount(stringWidth_));
-      char* bytes = reinterpret_cast<char*>(cells.data());
-      std::memset(bytes, ' ', cells.size() * sizeof(OBS));
-      std::memcpy(bytes, key.data(), std::min(key.size(), cells.size() * sizeof(OBS)));
+      std::vector<OBS> cells = PaddedCells(key, stringWidth_);
       std::string label = ValueLabelOf(m.variable, cells.data());
       list.Add(std::make_unique<Category>(owner(), m.varIndex, std::move(cells), std::move(label), e->weight,
                                           false));

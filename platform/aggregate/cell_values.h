@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cmath>
+#include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "host/data/obs.h"
 
@@ -29,5 +32,15 @@ inline std::string_view TrimmedString(const OBS* cells, std::size_t width) {
 
 // Cells that a string of `width` bytes occupies (at least one).
 inline std::size_t CellCount(std::size_t width) { return width == 0 ? 1 : (width + 7) / 8; }
+
+// A string value as cells of a variable `width` bytes wide, blank-padded.
+inline std::vector<OBS> PaddedCells(std::string_view value, std::size_t width) {
+  std::vector<OBS> cells(CellCount(width));
+  char* bytes = reinterpret_cast<char*>(cells.data());
+  std::memset(bytes, ' ', cells.size() * sizeof(OBS));
+  // An empty value may have no storage at all: memcpy must not see its null.
+  if (!value.empty()) std::memcpy(bytes, value.data(), std::min(value.size(), cells.size() * sizeof(OBS)));
+  return cells;
+}
 
 }  // namespace codebook::aggregate

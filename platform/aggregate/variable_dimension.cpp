@@ -168,14 +168,6 @@ double VariableDimension::MissingWeight() const {
   return missing;
 }
 
-std::vector<OBS> VariableDimension::StringCells(std::string_view key) const {
-  std::vector<OBS> cells(CellCount(width_));
-  char* bytes = reinterpret_cast<char*>(cells.data());
-  std::memset(bytes, ' ', cells.size() * sizeof(OBS));
-  std::memcpy(bytes, key.data(), std::min(key.size(), cells.size() * sizeof(OBS)));
-  return cells;
-}
-
 void VariableDimension::BuildCategories(CategoryList& list) const {
   if (restricted_) {
     for (const std::vector<OBS>& cells : givenCells_) {
@@ -207,7 +199,7 @@ void VariableDimension::BuildCategories(CategoryList& list) const {
   } else if (mode_ == Mode::kString) {
     for (const auto* e : strings_.SortedEntries()) {
       if (e->missing && excludeUserMissing()) continue;
-      std::vector<OBS> cells = StringCells(strings_.Key(*e));
+      std::vector<OBS> cells = PaddedCells(strings_.Key(*e), width_);
       std::string label = ValueLabelOf(variable_, cells.data());
       list.Add(std::make_unique<Category>(owner(), varIndex_, std::move(cells), std::move(label), e->weight,
                                           false));

@@ -52,7 +52,6 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   void OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell);
   void OnNewSmall(int k, const OBS* cell);
   void OnNewString(StringWeightMap::Entry& entry, const OBS* cells);
-  std::vector<OBS> StringCells(std::string_view key) const;
 
   int varIndex_;
   Mode mode_ = Mode::kUnknownVariable;
