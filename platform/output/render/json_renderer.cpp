@@ -15,50 +15,50 @@ namespace codebook::output {
 
 namespace {
 
-void WriteDataValue(std::ostream& out, const CellContent& content) {
+void WriteDataValue(std::string& out, const CellContent& content) {
   if (const double* number = std::get_if<double>(&content.dataValue)) {
-    WriteJsonNumber(out, *number);
+    AppendJsonNumber(out, *number);
   } else if (const std::string* text = std::get_if<std::string>(&content.dataValue)) {
-    WriteJsonString(out, *text);
+    AppendJsonString(out, *text);
   } else {
-    out << "null";
+    out += "null";
   }
 }
 
 // One cell: the lines set in `column` of a row, from `first` on. Returns the
 // index after the last line used.
-std::uint32_t WriteCell(std::ostream& out, const TableView& view, std::uint32_t first,
+std::uint32_t WriteCell(std::string& out, const TableView& view, std::uint32_t first,
                         std::uint32_t end) {
   const int column = view.cells()[first].column;
   std::uint32_t last = first;
   while (last < end && view.cells()[last].column == column) ++last;
   const std::string text = JoinedCellText(view, first, last, column);
   const CellContent& content = *view.cells()[first].content;
-  out << "{\"text\": ";
-  WriteJsonString(out, text);
+  out += "{\"text\": ";
+  AppendJsonString(out, text);
   if (last - first == 1 && content.kind == CellContent::Kind::kNumber) {
-    out << ", \"number\": ";
-    WriteJsonNumber(out, content.number);
+    out += ", \"number\": ";
+    AppendJsonNumber(out, content.number);
   }
   if (last - first == 1 && content.kind == CellContent::Kind::kDataValue) {
-    out << ", \"value\": ";
+    out += ", \"value\": ";
     WriteDataValue(out, content);
   }
-  out << "}";
+  out += "}";
   return last;
 }
 
-void WriteTable(std::ostream& out, const TableView& view) {
-  out << "  {\"kind\": \"table\", \"title\": ";
-  WriteJsonString(out, view.Title());
-  out << ", \"subtype\": ";
-  WriteJsonString(out, view.table().subtype);
-  out << ",\n   \"columns\": [";
+void WriteTable(std::string& out, const TableView& view) {
+  out += "  {\"kind\": \"table\", \"title\": ";
+  AppendJsonString(out, view.Title());
+  out += ", \"subtype\": ";
+  AppendJsonString(out, view.table().subtype);
+  out += ",\n   \"columns\": [";
   for (std::size_t c = 0; c < view.columns().size(); ++c) {
-    if (c > 0) out << ", ";
-    WriteJsonString(out, view.columns()[c]->text);
+    if (c > 0) out += ", ";
+    AppendJsonString(out, view.columns()[c]->text);
   }
-  out << "],\n   \"rows\": [";
+  out += "],\n   \"rows\": [";
   std::vector<const CellContent*> groups;
   bool firstRow = true;
   for (const ViewEntry& entry : view.entries()) {
@@ -67,64 +67,70 @@ void WriteTable(std::ostream& out, const TableView& view) {
       groups.push_back(view.Label(entry.node));
       continue;
     }
-    out << (firstRow ? "\n    " : ",\n    ");
+    out += (firstRow ? "\n    " : ",\n    ");
     firstRow = false;
-    out << "{\"groups\": [";
+    out += "{\"groups\": [";
     for (std::size_t g = 0; g < groups.size(); ++g) {
-      if (g > 0) out << ", ";
-      WriteJsonString(out, groups[g] ? groups[g]->text : std::string());
+      if (g > 0) out += ", ";
+      AppendJsonString(out, groups[g] ? groups[g]->text : std::string());
     }
-    out << "], \"label\": ";
+    out += "], \"label\": ";
     const CellContent* label = view.Label(entry.node);
-    WriteJsonString(out, label ? label->text : std::string());
+    AppendJsonString(out, label ? label->text : std::string());
     if (label && label->kind == CellContent::Kind::kDataValue) {
-      out << ", \"value\": ";
+      out += ", \"value\": ";
       WriteDataValue(out, *label);
     }
-    out << ", \"cells\": {";
+    out += ", \"cells\": {";
     std::uint32_t i = entry.cellBegin;
     bool firstCell = true;
     while (i < entry.cellEnd) {
-      if (!firstCell) out << ", ";
+      if (!firstCell) out += ", ";
       firstCell = false;
       const int column = view.cells()[i].column;
-      WriteJsonString(out, view.OneDimensional() ? std::string() : view.columns()[static_cast<std::size_t>(column)]->text);
-      out << ": ";
+      AppendJsonString(out, view.OneDimensional() ? std::string() : view.columns()[static_cast<std::size_t>(column)]->text);
+      out += ": ";
       i = WriteCell(out, view, i, entry.cellEnd);
     }
-    out << "}}";
+    out += "}}";
   }
-  out << "]}";
+  out += "]}";
 }
 
-void WriteMessage(std::ostream& out, const Message& message) {
-  out << "  {\"kind\": \"message\", \"severity\": ";
-  WriteJsonString(out, SeverityName(message.severity));
-  out << ", \"command\": ";
-  WriteJsonString(out, message.command);
-  out << ",\n   \"line\": " << message.line << ", \"text\": ";
-  WriteJsonString(out, message.text);
-  out << "}";
+void WriteMessage(std::string& out, const Message& message) {
+  out += "  {\"kind\": \"message\", \"severity\": ";
+  AppendJsonString(out, SeverityName(message.severity));
+  out += ", \"command\": ";
+  AppendJsonString(out, message.command);
+  out += ",\n   \"line\": " + std::to_string(message.line) + ", \"text\": ";
+  AppendJsonString(out, message.text);
+  out += "}";
 }
 
 }  // namespace
 
-void RenderJson(const Document& document, std::ostream& out) {
-  out << "{\"format\": \"codebook-output\", \"version\": 1,\n \"items\": [";
+void RenderJson(const Document& document, std::ostream& stream) {
+  std::string out;
+  out += "{\"format\": \"codebook-output\", \"version\": 1,\n \"items\": [";
   bool first = true;
   for (const Document::Item& item : document.Items()) {
     if (const auto* table = std::get_if<Document::Table>(&item)) {
       const TableView view(**table);
       if (!view.Visible()) continue;
-      out << (first ? "\n" : ",\n");
+      out += (first ? "\n" : ",\n");
       WriteTable(out, view);
+      stream << out;
+      out.clear();
     } else {
-      out << (first ? "\n" : ",\n");
+      out += (first ? "\n" : ",\n");
       WriteMessage(out, std::get<Message>(item));
+      stream << out;
+      out.clear();
     }
     first = false;
   }
-  out << "]}\n";
+  out += "]}\n";
+  stream << out;
 }
 
 }  // namespace codebook::output

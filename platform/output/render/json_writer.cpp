@@ -40,10 +40,8 @@ std::size_t ValidSequence(std::string_view text, std::size_t pos) {
 
 }  // namespace
 
-void WriteJsonString(std::ostream& out, std::string_view text) {
+void AppendJsonString(std::string& buffer, std::string_view text) {
   static constexpr char kHex[] = "0123456789abcdef";
-  std::string buffer;
-  buffer.reserve(text.size() + 2);
   buffer.push_back('"');
   std::size_t pos = 0;
   while (pos < text.size()) {
@@ -79,21 +77,32 @@ void WriteJsonString(std::ostream& out, std::string_view text) {
     ++pos;
   }
   buffer.push_back('"');
-  out << buffer;
 }
 
-void WriteJsonNumber(std::ostream& out, double value) {
+void AppendJsonNumber(std::string& out, double value) {
   if (!std::isfinite(value) || value == kSysmis) {
-    out << "null";
+    out += "null";
     return;
   }
   char buffer[32];
   auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
   if (ec != std::errc()) {
-    out << "null";
+    out += "null";
     return;
   }
-  out.write(buffer, end - buffer);
+  out.append(buffer, static_cast<std::size_t>(end - buffer));
+}
+
+void WriteJsonString(std::ostream& out, std::string_view text) {
+  std::string buffer;
+  AppendJsonString(buffer, text);
+  out << buffer;
+}
+
+void WriteJsonNumber(std::ostream& out, double value) {
+  std::string buffer;
+  AppendJsonNumber(buffer, value);
+  out << buffer;
 }
 
 }  // namespace codebook::output

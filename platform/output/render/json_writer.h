@@ -3,10 +3,13 @@
 #pragma once
 
 #include <ostream>
+#include <string>
 #include <string_view>
 
 namespace codebook::output {
 
+void AppendJsonString(std::string& out, std::string_view text);
+void AppendJsonNumber(std::string& out, double value);
 void WriteJsonString(std::ostream& out, std::string_view text);
 void WriteJsonNumber(std::ostream& out, double value);
 

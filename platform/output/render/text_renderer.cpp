@@ -33,6 +33,7 @@ constexpr BoxChars kAsciiBox{"-", "|", "+", "+", "+", "+", "+", "+", "+", "+", "
 
 struct Block {
   std::vector<std::string> lines;
+  std::vector<int> widths;  // display width of each line
   bool rightAligned = false;
 };
 
@@ -47,7 +48,10 @@ Block MakeBlock(std::string_view text, bool right, int maxWidth, int indent = 0)
   for (;;) {
     const std::size_t stop = text.find('\n', start);
     const std::string_view piece = text.substr(start, stop == std::string_view::npos ? std::string_view::npos : stop - start);
-    for (std::string& line : WrapText(piece, std::max(1, maxWidth - indent))) block.lines.push_back(pad + line);
+    for (std::string& line : WrapText(piece, std::max(1, maxWidth - indent))) {
+      block.widths.push_back(indent + DisplayWidth(line));
+      block.lines.push_back(indent > 0 ? pad + line : std::move(line));
+    }
     if (stop == std::string_view::npos) break;
     start = stop + 1;
     if (start == text.size()) break;  // a final line feed ends the text
@@ -57,6 +61,7 @@ Block MakeBlock(std::string_view text, bool right, int maxWidth, int indent = 0)
 
 void AppendLines(Block& block, const Block& more) {
   block.lines.insert(block.lines.end(), more.lines.begin(), more.lines.end());
+  block.widths.insert(block.widths.end(), more.widths.begin(), more.widths.end());
 }
 
 void WriteRule(std::ostream& out, const std::vector<int>& widths, const BoxChars& box,
@@ -77,8 +82,9 @@ void WriteRow(std::ostream& out, const Row& row, const std::vector<int>& widths,
     std::string line = box.vertical;
     for (std::size_t c = 0; c < widths.size(); ++c) {
       const Block& block = row[c];
-      const std::string text = l < block.lines.size() ? block.lines[l] : std::string();
-      const int padding = std::max(0, widths[c] - DisplayWidth(text));
+      static const std::string kNone;
+      const std::string& text = l < block.lines.size() ? block.lines[l] : kNone;
+      const int padding = std::max(0, widths[c] - (l < block.widths.size() ? block.widths[l] : 0));
       line += ' ';
       if (block.rightAligned) line.append(static_cast<std::size_t>(padding), ' ');
       line += text;
@@ -135,7 +141,7 @@ void RenderTable(std::ostream& out, const TableView& view, const TextOptions& op
   std::vector<int> widths(columnCount, 0);
   for (const Row& row : rows) {
     for (std::size_t c = 0; c < columnCount; ++c) {
-      for (const std::string& line : row[c].lines) widths[c] = std::max(widths[c], DisplayWidth(line));
+      for (const int width : row[c].widths) widths[c] = std::max(widths[c], width);
     }
   }
 
