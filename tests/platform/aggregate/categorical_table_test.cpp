@@ -241,3 +241,29 @@ TEST(AggregationTable, AggregatorsOutliveTheirTableAndMayBeTakenTwice) {
 
 }  // namespace
 }  // namespace codebook::aggregate
+
+namespace codebook::aggregate {
+namespace {
+
+TEST(CategoricalTable, LabeledValuesGivenAfterJoiningTheCube) {
+  auto ds = DatasetBuilder().String("s", 12).MissingStrings({"na"}).Cases({{"na"}, {"twelve chars"}, {"x"}}).Build();
+  TableHarness run(ds);
+  auto* dimension = new AggregationVariable(0, "s");
+  const int t = run.AddCategorical(dimension);
+  OBS cells[4];
+  std::memset(cells, ' ', sizeof cells);
+  std::memcpy(cells, "twelve chars", 12);
+  std::memcpy(cells + 2, "na", 2);
+  dimension->SetCategories({new ParsedCategory(cells[0], 0), new ParsedCategory(cells[2], 0)});
+  std::memset(cells, 'q', sizeof cells);
+  run.Run();
+  auto r = run.Categorical(t);
+  EXPECT_THAT(r.StringValues(12), ElementsAre("twelve chars", "na"));
+  EXPECT_THAT(r.Counts(), ElementsAre(1, 1));
+  // The labeled user-missing value is a category and missing as well.
+  EXPECT_DOUBLE_EQ(r.missing, 1);
+  EXPECT_DOUBLE_EQ(r.total, 3);
+}
+
+}  // namespace
+}  // namespace codebook::aggregate
