@@ -56,6 +56,7 @@ TableView::TableView(const bp::TableNode& table) : table_(&table) {
   }
 
   // Rows, depth first.
+  entries_.reserve(nodeCount);
   std::vector<int> rowOrder(nodeCount, -1);
   struct Frame {
     int node;
@@ -110,9 +111,11 @@ TableView::TableView(const bp::TableNode& table) : table_(&table) {
     }
     keyed.push_back(Keyed{rowOrder[static_cast<std::size_t>(cell.row)], column, cell.content.get()});
   }
-  std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
+  const auto before = [](const Keyed& a, const Keyed& b) {
     return a.row != b.row ? a.row < b.row : a.column < b.column;
-  });
+  };
+  // Cells usually arrive in row and column order already.
+  if (!std::is_sorted(keyed.begin(), keyed.end(), before)) std::stable_sort(keyed.begin(), keyed.end(), before);
   cells_.reserve(keyed.size());
   std::size_t k = 0;
   for (std::size_t e = 0; e < entries_.size(); ++e) {

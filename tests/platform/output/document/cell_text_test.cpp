@@ -101,7 +101,8 @@ TEST(CellText, StringDataValuesWithoutTrailingBlanks) {
 
 TEST(CellText, NumbersKeepTheUnroundedValue) {
   BpProcedure procedure("Codebook", 1);
-  const CellContent& count = C(BpNumber(12.5, procedure.Count()));
+  const BpNumber number(12.5, procedure.Count());
+  const CellContent& count = C(number);
   EXPECT_EQ(count.text, "13");
   EXPECT_EQ(count.number, 12.5);
   EXPECT_TRUE(count.numeric);
