@@ -63,6 +63,11 @@ TimeParts SplitSeconds(double seconds, bool showSeconds, int decimals, double sl
   parts.computedDecimals = decimals > kMaxComputedDecimals ? kMaxComputedDecimals : decimals;
   std::int64_t scale = 1;
   for (int i = 0; i < parts.computedDecimals; ++i) scale *= 10;
+  // Keep the count of units inside 64 bits for the longest durations.
+  while (parts.computedDecimals > 0 && (seconds + slack) * static_cast<double>(scale) >= 9e18) {
+    --parts.computedDecimals;
+    scale /= 10;
+  }
   const auto units = static_cast<std::int64_t>(std::floor((seconds + slack) * static_cast<double>(scale) + 1e-6));
   const std::int64_t totalSeconds = units / scale;
   parts.fraction = units % scale;
