@@ -5,6 +5,7 @@
 
 #include "cbk_assert.h"
 #include "cbkoutput.h"
+#include "cbkoutput_frame.h"
 #include "host/data/value_labels.h"
 
 void CbkOutput::DisplayVariableInfoTableForMRSet(const std::string& setName,
@@ -13,22 +14,17 @@ void CbkOutput::DisplayVariableInfoTableForMRSet(const std::string& setName,
                                                  bool allStatistics) {
   const CbkRequest& request = *fRequest;
   // Unlike the variable table, the title is shown; the difference is kept.
-  BpPivotTable table = fProcedure.PivotTable(BpString(setName, false),
-                                             BpString("Variable Information", false), true);
-  BpDimension attributesDimension = table.Dimension(BpString("Attributes", true), BpPivotTable::kSortAsGiven);
-  attributesDimension.Position(BpDimension::kRows, 1, true, false);
-  BpDimension valuesDimension = table.Dimension(BpString("Values", true), BpPivotTable::kSortAsGiven);
-  valuesDimension.Position(BpDimension::kColumns, 1, true, false);
-  BpCategory valueColumn = valuesDimension.Category(BpString("Value", true));
-  BpCategory countColumn = valuesDimension.Category(BpString("Count", true));
-  BpCategory percentColumn = valuesDimension.Category(BpString("Percent", true));
+  InfoTableFrame frame = OpenInfoTable(fProcedure, setName, true);
+  BpDimension& attributesDimension = frame.attributes;
+  BpCategory& valueColumn = frame.valueColumn;
+  BpCategory& countColumn = frame.countColumn;
+  BpCategory& percentColumn = frame.percentColumn;
   const BpFormatSpec countFormat = fProcedure.Count();
   const BpFormatSpec percentFormat = fProcedure.Percent();
   const bool varinfo = request.IsVARINFOincluded();
   bool empty = true;
 
-  BpGroup standard = attributesDimension.Group(BpString("Standard Attributes", true), true,
-                                               BpGroup::kSortAsGiven);
+  BpGroup& standard = frame.standard;
   if (resolver != nullptr && (!varinfo || request.GetVarLabel())) {
     standard.Category(BpString("Label", true));
     const std::string& label = resolver->getMRSetLabel();

@@ -5,6 +5,7 @@
 
 #include "cbk_assert.h"
 #include "cbkoutput.h"
+#include "cbkoutput_frame.h"
 #include "cbkoutput_attributes.h"
 #include "host/data/value_labels.h"
 
@@ -43,15 +44,11 @@ unsigned int CbkOutput::DisplayVariableInfoTableForVar(int variableIndex,
   const std::string name = variable->GetName();
   const CbkRequest& request = *fRequest;
 
-  BpPivotTable table = fProcedure.PivotTable(BpString(name, false),
-                                             BpString("Variable Information", false), false);
-  BpDimension attributesDimension = table.Dimension(BpString("Attributes", true), BpPivotTable::kSortAsGiven);
-  attributesDimension.Position(BpDimension::kRows, 1, true, false);
-  BpDimension valuesDimension = table.Dimension(BpString("Values", true), BpPivotTable::kSortAsGiven);
-  valuesDimension.Position(BpDimension::kColumns, 1, true, false);
-  BpCategory valueColumn = valuesDimension.Category(BpString("Value", true));
-  BpCategory countColumn = valuesDimension.Category(BpString("Count", true));
-  BpCategory percentColumn = valuesDimension.Category(BpString("Percent", true));
+  InfoTableFrame frame = OpenInfoTable(fProcedure, name, false);
+  BpDimension& attributesDimension = frame.attributes;
+  BpCategory& valueColumn = frame.valueColumn;
+  BpCategory& countColumn = frame.countColumn;
+  BpCategory& percentColumn = frame.percentColumn;
   const BpFormatSpec countFormat = fProcedure.Count();
   const BpFormatSpec percentFormat = fProcedure.Percent();
   const BpFormatSpec meanFormat = fProcedure.Mean(variableIndex);
@@ -59,9 +56,7 @@ unsigned int CbkOutput::DisplayVariableInfoTableForVar(int variableIndex,
   const bool varinfo = request.IsVARINFOincluded();
   bool empty = true;
 
-  // Standard attributes.
-  BpGroup standard = attributesDimension.Group(BpString("Standard Attributes", true), true,
-                                               BpGroup::kSortAsGiven);
+  BpGroup& standard = frame.standard;
   const auto row = [&](BpGroup& group, const char* label, const BpCellText& value) {
     group.Category(BpString(label, true));
     valueColumn.Cell(value);

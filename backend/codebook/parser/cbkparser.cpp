@@ -184,25 +184,34 @@ bool CbkParser::DecodeAll(const CommandSpec& spec) {
   return ok;
 }
 
+namespace {
+
+// Which of a subcommand's keywords were given. A subcommand given without any
+// is warned about and not included. Returns whether it is included.
+template <std::size_t N>
+bool ReadKeywordFlags(const CommandSpec& spec, const std::string& subcommand,
+                      const std::string* const (&keywords)[N], bool (&flags)[N],
+                      const ParserMessage& messages) {
+  const SubComObj* sub = spec.getSubComObj(subcommand);
+  if (sub == nullptr) return false;
+  bool any = false;
+  for (std::size_t i = 0; i < N; ++i) {
+    flags[i] = sub->getParamObj(*keywords[i]) != nullptr;
+    any = any || flags[i];
+  }
+  if (!any) messages.GenericWarning(kMustFollow, subcommand.c_str());
+  return any;
+}
+
+}  // namespace
+
 bool CbkParser::DecodeVARINFO(const CommandSpec& spec) {
   request->SetVARINFOincluded(false);
+  static const std::string* const keywords[10] = {
+      &kStrCbkPOSITION, &kStrCbkLABEL,      &kStrCbkTYPE,        &kStrCbkFORMAT,  &kStrCbkMEASURE,
+      &kStrCbkROLE,     &kStrCbkATTRIBUTES, &kStrCbkVALUELABELS, &kStrCbkMISSING, &kStrCbkRESERVEDATTRIBUTES};
   bool flags[10] = {};
-  if (const SubComObj* sub = spec.getSubComObj(kStrCbkVARINFO)) {
-    const std::string* names[10] = {&kStrCbkPOSITION,   &kStrCbkLABEL,       &kStrCbkTYPE,
-                                    &kStrCbkFORMAT,     &kStrCbkMEASURE,     &kStrCbkROLE,
-                                    &kStrCbkATTRIBUTES, &kStrCbkVALUELABELS, &kStrCbkMISSING,
-                                    &kStrCbkRESERVEDATTRIBUTES};
-    bool any = false;
-    for (int i = 0; i < 10; ++i) {
-      flags[i] = sub->getParamObj(*names[i]) != nullptr;
-      any = any || flags[i];
-    }
-    if (!any) {
-      messages.GenericWarning(kMustFollow, kStrCbkVARINFO.c_str());
-    } else {
-      request->SetVARINFOincluded(true);
-    }
-  }
+  if (ReadKeywordFlags(spec, kStrCbkVARINFO, keywords, flags, messages)) request->SetVARINFOincluded(true);
   request->SetVarInfoRequest(flags[0], flags[1], flags[2], flags[3], flags[4], flags[5], flags[6],
                              flags[7], flags[8], flags[9]);
   return true;
@@ -210,22 +219,11 @@ bool CbkParser::DecodeVARINFO(const CommandSpec& spec) {
 
 bool CbkParser::DecodeFILEINFO(const CommandSpec& spec) {
   request->SetFILEINFOincluded(false);
+  static const std::string* const keywords[8] = {
+      &kStrCbkNAME,       &kStrCbkLOCATION, &kStrCbkCASECOUNT, &kStrCbkLABEL,
+      &kStrCbkATTRIBUTES, &kStrCbkDOCUMENT, &kStrCbkWEIGHT,    &kStrCbkRESERVEDATTRIBUTES};
   bool flags[8] = {};
-  if (const SubComObj* sub = spec.getSubComObj(kStrCbkFILEINFO)) {
-    const std::string* names[8] = {&kStrCbkNAME,       &kStrCbkLOCATION, &kStrCbkCASECOUNT,
-                                   &kStrCbkLABEL,      &kStrCbkATTRIBUTES, &kStrCbkDOCUMENT,
-                                   &kStrCbkWEIGHT,     &kStrCbkRESERVEDATTRIBUTES};
-    bool any = false;
-    for (int i = 0; i < 8; ++i) {
-      flags[i] = sub->getParamObj(*names[i]) != nullptr;
-      any = any || flags[i];
-    }
-    if (!any) {
-      messages.GenericWarning(kMustFollow, kStrCbkFILEINFO.c_str());
-    } else {
-      request->SetFILEINFOincluded(true);
-    }
-  }
+  if (ReadKeywordFlags(spec, kStrCbkFILEINFO, keywords, flags, messages)) request->SetFILEINFOincluded(true);
   request->SetFileInfoRequest(flags[0], flags[1], flags[2], flags[3], flags[4], flags[5], flags[6],
                               flags[7]);
   return true;
