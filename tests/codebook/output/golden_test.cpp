@@ -2,8 +2,11 @@
 // rendered as text and JSON and compared with the goldens in golden/.
 // CODEBOOK_UPDATE_GOLDENS=1 rewrites them (only on purpose: read the diff).
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -17,6 +20,26 @@ struct Case {
   const char* name;
   const char* syntax;  // "@/" stands for the fixtures folder
 };
+
+// The fixtures are copied into a folder whose path has the same length on
+// every machine, so that the width of the Location column does not change.
+class FixtureFolder : public testing::Environment {
+ public:
+  void SetUp() override {
+    char pattern[] = "/tmp/codebook-golden-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    path = pattern;
+    for (const auto& entry : std::filesystem::directory_iterator(CODEBOOK_FIXTURES_DIR)) {
+      if (entry.is_regular_file()) {
+        std::filesystem::copy_file(entry.path(), std::filesystem::path(path) / entry.path().filename());
+      }
+    }
+  }
+  void TearDown() override { std::filesystem::remove_all(path); }
+  static inline std::string path;
+};
+
+const testing::Environment* const kFolder = testing::AddGlobalTestEnvironment(new FixtureFolder);
 
 const Case kCases[] = {
     {"default_dictionary_meta", "GET FILE='@/fx04_dictionary_meta.sav'.\nCODEBOOK."},
@@ -85,7 +108,7 @@ class Golden : public testing::TestWithParam<Case> {};
 
 TEST_P(Golden, TextAndJson) {
   const Case& c = GetParam();
-  const std::string fixtures = CODEBOOK_FIXTURES_DIR;
+  const std::string& fixtures = FixtureFolder::path;
   codebook::session::SessionOptions options;
   options.modulePath = std::string(CODEBOOK_BINARY_DIR) + "/lib/libcodebook.so";
   options.messageStream = nullptr;
@@ -98,7 +121,10 @@ TEST_P(Golden, TextAndJson) {
   codebook::output::Render(*session.Document(), codebook::output::OutputFormat::kJson, json);
   // The fixtures' folder differs between machines.
   const std::string golden = std::string(CODEBOOK_SOURCE_DIR) + "/tests/codebook/golden/" + c.name;
-  CompareWithGolden(Replace(text.str(), fixtures, "<fixtures>"), golden + ".txt");
+  // In text the placeholder keeps the path's width, so the table stays aligned.
+  std::string placeholder = "<fixtures>";
+  placeholder.resize(std::max(placeholder.size(), fixtures.size()), ' ');
+  CompareWithGolden(Replace(text.str(), fixtures, placeholder), golden + ".txt");
   CompareWithGolden(Replace(json.str(), fixtures, "<fixtures>"), golden + ".json");
 }
 
