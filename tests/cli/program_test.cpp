@@ -46,8 +46,8 @@ class Program : public testing::Test {
   }
   void TearDown() override { fs::remove_all(folder_); }
 
-  Result Run(const std::vector<std::string>& arguments) {
-    std::string command = Quote(std::string(CODEBOOK_BINARY_DIR) + "/bin/codebook");
+  Result Run(const std::vector<std::string>& arguments, const std::string& environment = "") {
+    std::string command = environment + " " + Quote(std::string(CODEBOOK_BINARY_DIR) + "/bin/codebook");
     for (const std::string& argument : arguments) command += " " + Quote(argument);
     const fs::path out = folder_ / "stdout";
     const fs::path err = folder_ / "stderr";
@@ -178,6 +178,15 @@ TEST_F(Program, EveryUserErrorIsOneClearLineWithItsStatus) {
     EXPECT_THAT(result.err, HasSubstr(failure.says)) << failure.what;
     EXPECT_EQ(Lines(result.err), 1) << failure.what << ": " << result.err;
   }
+}
+
+TEST_F(Program, ABrokenModuleIsAClearError) {
+  std::ofstream(Path("libcodebook.so")) << "not a shared library";
+  const Result result = Run({Fixture("fx04_dictionary_meta.sav"), "id"},
+                            "CODEBOOK_MODULE=" + Quote(Path("libcodebook.so").string()));
+  EXPECT_EQ(result.status, 1) << result.err;
+  EXPECT_THAT(result.err, HasSubstr("cannot load the procedure module"));
+  EXPECT_EQ(Lines(result.err), 1) << result.err;
 }
 
 TEST_F(Program, NothingIsWrittenToAnOutputFileOnFailure) {
