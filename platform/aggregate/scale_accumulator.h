@@ -54,8 +54,9 @@ class ScaleAccumulator {
     }
     ++generation_;
     if (const int k = SmallIntegerCounts::IndexOf(x); k >= 0) {
-      if (!small_.seen(k)) small_.MarkSeen(k, variable_->IsMissing(cell) != 0);
-      small_.weight(k) += weight;
+      double* slot = small_.Find(k);
+      if (slot == nullptr) slot = &small_.Insert(k, variable_->IsMissing(cell) != 0);
+      *slot += weight;
       return;
     }
     if (runs_) {

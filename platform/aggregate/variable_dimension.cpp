@@ -107,8 +107,9 @@ void VariableDimension::AddNumeric(const OBS* cell, double weight) {
     return;
   }
   if (const int k = SmallIntegerCounts::IndexOf(x); k >= 0) {
-    if (!small_.seen(k)) OnNewSmall(k, cell);
-    small_.weight(k) += weight;
+    double* slot = small_.Find(k);
+    if (slot == nullptr) slot = &OnNewSmall(k, cell);
+    *slot += weight;
     return;
   }
   bool inserted = false;
@@ -117,10 +118,10 @@ void VariableDimension::AddNumeric(const OBS* cell, double weight) {
   entry.weight += weight;
 }
 
-void VariableDimension::OnNewSmall(int k, const OBS* cell) {
+double& VariableDimension::OnNewSmall(int k, const OBS* cell) {
   const bool missing = variable_->IsMissing(cell) != 0;
-  small_.MarkSeen(k, missing);
   if (!(missing && excludeUserMissing())) ++categoryCount_;
+  return small_.Insert(k, missing);
 }
 
 void VariableDimension::OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell) {

@@ -50,7 +50,7 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   void AddNumeric(const OBS* cell, double weight);
   void AddString(const OBS* cells, double weight);
   void OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell);
-  void OnNewSmall(int k, const OBS* cell);
+  double& OnNewSmall(int k, const OBS* cell);
   void OnNewString(StringWeightMap::Entry& entry, const OBS* cells);
 
   int varIndex_;

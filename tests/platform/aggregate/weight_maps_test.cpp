@@ -7,6 +7,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "platform/aggregate/cell_values.h"
@@ -191,10 +192,9 @@ TEST(SmallIntegerCounts, OnlyIntegersFromZeroTo255GoByIndex) {
   EXPECT_EQ(SmallIntegerCounts::IndexOf(std::nan("")), -1);
   EXPECT_EQ(SmallIntegerCounts::IndexOf(kSysmis), -1);
   SmallIntegerCounts counts;
-  counts.MarkSeen(7, false);
-  counts.weight(7) += 2;
-  counts.MarkSeen(3, true);
-  counts.weight(3) += 1;
+  EXPECT_EQ(counts.Find(7), nullptr);
+  counts.Insert(7, false) += 2;
+  counts.Insert(3, true) += 1;
   std::vector<std::pair<double, bool>> seen;
   counts.ForEach([&](double v, double w, bool missing) {
     seen.emplace_back(v, missing);
@@ -202,8 +202,33 @@ TEST(SmallIntegerCounts, OnlyIntegersFromZeroTo255GoByIndex) {
   });
   EXPECT_EQ(seen, (std::vector<std::pair<double, bool>>{{3, true}, {7, false}}));
   counts.Clear();
-  EXPECT_FALSE(counts.seen(7));
+  EXPECT_EQ(counts.Find(7), nullptr);
   EXPECT_EQ(counts.count(), 0);
+}
+
+// Past the few inline codes the counts move to the indexed table: nothing
+// may be lost, reordered or lose its missing mark on the way.
+TEST(SmallIntegerCounts, KeepsEveryCodeAcrossTheMoveToTheIndexedTable) {
+  SmallIntegerCounts counts;
+  std::map<int, std::pair<double, bool>> expected;
+  std::mt19937 random(7);
+  for (int round = 0; round < 2000; ++round) {
+    const int k = static_cast<int>(random() % (round < 1000 ? 9 : 256));
+    const double w = 1 + static_cast<double>(random() % 5);
+    double* slot = counts.Find(k);
+    if (slot == nullptr) {
+      slot = &counts.Insert(k, k % 3 == 0);
+      expected[k] = {0.0, k % 3 == 0};
+    }
+    *slot += w;
+    expected[k].first += w;
+  }
+  EXPECT_EQ(counts.count(), static_cast<int>(expected.size()));
+  std::vector<std::tuple<int, double, bool>> got;
+  counts.ForEach([&](double v, double w, bool missing) { got.emplace_back(static_cast<int>(v), w, missing); });
+  std::vector<std::tuple<int, double, bool>> want;
+  for (const auto& [k, e] : expected) want.emplace_back(k, e.first, e.second);
+  EXPECT_EQ(got, want);
 }
 
 }  // namespace
