@@ -88,8 +88,6 @@ std::vector<CubeAggregator*> AggregationTable::GetCubeAggregators() {
 }
 
 TableDimension* TableMetadata::GetDimension(int i) const {
-  AggregationCube* cube = table_.impl().cube.get();
-  if (i != 0 || cube == nullptr) return nullptr;
-  AggregationVariable* variable = cube->impl().state->dimension();
-  return variable != nullptr ? &variable->impl().Dimension() : nullptr;
+  const CubeState* state = table_.impl().state;
+  return i == 0 && state != nullptr ? state->tableDimension() : nullptr;
 }

@@ -23,6 +23,8 @@ class CubeState {
 
   void SetDimension(std::unique_ptr<AggregationVariable> variable);
   AggregationVariable* dimension() const { return dimension_.get(); }
+  // The dimension's TableDimension, cached: the procedure asks for it on every case.
+  TableDimension* tableDimension() const { return tableDimension_; }
   void AddScaleStatistics(const std::vector<AggregationStatistic>& statistics);
   void AddCategoryStatistics(const std::vector<AggregationStatistic>& category,
                              const std::vector<AggregationStatistic>& total);
@@ -49,6 +51,7 @@ class CubeState {
   bool bound_ = false;
   std::unique_ptr<AggregationVariable> dimension_;
   AggregationVariable::Impl* dimensionImpl_ = nullptr;
+  TableDimension* tableDimension_ = nullptr;
   std::vector<AggregationStatistic> scaleStatistics_;
   std::vector<AggregationStatistic> categoryStatistics_;
   std::vector<AggregationStatistic> totalStatistics_;
