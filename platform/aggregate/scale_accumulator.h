@@ -76,7 +76,7 @@ class ScaleAccumulator {
   }
   // Past this many distinct values the data are continuous: most cases
   // bring a new value, and sorted runs beat hashing in time and memory.
-  static constexpr std::size_t kRunsFrom = 1 << 16;
+  static constexpr std::size_t kRunsFrom = 1 << 12;
   void SwitchToRuns();
   std::span<NumericEntry<NoExtra>> SortedValues();
   void AddString(const OBS* cells, double weight);
