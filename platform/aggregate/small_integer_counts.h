@@ -69,9 +69,18 @@ class SmallIntegerCounts {
     }
     std::array<int, kInline> order{};
     for (int i = 0; i < inlineCount_; ++i) order[static_cast<std::size_t>(i)] = i;
-    std::sort(order.begin(), order.begin() + inlineCount_, [&](int a, int b) {
-      return keys_[static_cast<std::size_t>(a)] < keys_[static_cast<std::size_t>(b)];
-    });
+    // Insertion sort of at most kInline entries (std::sort here draws a
+    // false array-bounds warning in the sanitizer build).
+    for (int n = 1; n < inlineCount_; ++n) {
+      const int v = order[static_cast<std::size_t>(n)];
+      int m = n;
+      for (; m > 0 && keys_[static_cast<std::size_t>(order[static_cast<std::size_t>(m - 1)])] >
+                          keys_[static_cast<std::size_t>(v)];
+           --m) {
+        order[static_cast<std::size_t>(m)] = order[static_cast<std::size_t>(m - 1)];
+      }
+      order[static_cast<std::size_t>(m)] = v;
+    }
     for (int n = 0; n < inlineCount_; ++n) {
       const auto i = static_cast<std::size_t>(order[static_cast<std::size_t>(n)]);
       f(static_cast<double>(keys_[i]), weights_[i], ((missingBits_ >> i) & 1u) != 0);
