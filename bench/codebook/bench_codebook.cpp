@@ -187,7 +187,16 @@ std::shared_ptr<data::Dataset> SurveyMix(std::int64_t cases) {
   });
 }
 
+// Peak resident memory since the last ResetPeakMemory(), from the kernel's
+// high-water mark (a forked child would otherwise inherit its parent's).
+void ResetPeakMemory() { std::ofstream("/proc/self/clear_refs") << "5"; }
+
 long PeakMegabytes() {
+  std::ifstream status("/proc/self/status");
+  std::string line;
+  while (std::getline(status, line)) {
+    if (line.rfind("VmHWM:", 0) == 0) return std::atol(line.c_str() + 6) / 1024;
+  }
   rusage usage{};
   getrusage(RUSAGE_SELF, &usage);
   return usage.ru_maxrss / 1024;
@@ -202,6 +211,7 @@ std::string InChild(Work work) {
   const pid_t child = fork();
   if (child == 0) {
     close(fds[0]);
+    ResetPeakMemory();
     const std::string result = work();
     if (write(fds[1], result.data(), result.size()) < 0) _exit(1);
     _exit(0);
