@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/output/render/item_writer.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
 
@@ -69,24 +70,10 @@ void RenderTable(std::string& out, const TableView& view) {
 }  // namespace
 
 void RenderCsv(const Document& document, std::ostream& out) {
-  std::string buffer;
-  bool first = true;
-  for (const Document::Item& item : document.Items()) {
-    buffer.clear();
-    if (const auto* table = std::get_if<Document::Table>(&item)) {
-      const TableView view(**table);
-      if (!view.Visible()) continue;
-      if (!first) buffer += "\r\n";
-      RenderTable(buffer, view);
-    } else {
-      const Message& message = std::get<Message>(item);
-      if (!first) buffer += "\r\n";
-      Field(buffer, std::string(SeverityName(message.severity)) + ": " + message.text, true);
-      buffer += "\r\n";
-    }
-    first = false;
-    out << buffer;
-  }
+  WriteItems(document, out, "\r\n", RenderTable, [](std::string& buffer, const Message& message) {
+    Field(buffer, std::string(SeverityName(message.severity)) + ": " + message.text, true);
+    buffer += "\r\n";
+  });
 }
 
 }  // namespace codebook::output

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/output/render/item_writer.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
 
@@ -98,27 +99,13 @@ void RenderTable(std::string& out, const TableView& view) {
 }  // namespace
 
 void RenderMarkdown(const Document& document, std::ostream& out) {
-  std::string buffer;
-  bool first = true;
-  for (const Document::Item& item : document.Items()) {
-    buffer.clear();
-    if (const auto* table = std::get_if<Document::Table>(&item)) {
-      const TableView view(**table);
-      if (!view.Visible()) continue;
-      if (!first) buffer += "\n";
-      RenderTable(buffer, view);
-    } else {
-      const Message& message = std::get<Message>(item);
-      if (!first) buffer += "\n";
-      buffer += "**";
-      buffer += SeverityName(message.severity);
-      buffer += ":** ";
-      Escape(buffer, message.text);
-      buffer += "\n";
-    }
-    first = false;
-    out << buffer;
-  }
+  WriteItems(document, out, "\n", RenderTable, [](std::string& buffer, const Message& message) {
+    buffer += "**";
+    buffer += SeverityName(message.severity);
+    buffer += ":** ";
+    Escape(buffer, message.text);
+    buffer += "\n";
+  });
 }
 
 }  // namespace codebook::output

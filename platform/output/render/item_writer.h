@@ -1,0 +1,37 @@
+// The walk over a document shared by the line-oriented renderers: every
+// visible table and every message, in order, a separator between items, each
+// item built in a buffer and written whole.
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "platform/output/document/document.h"
+#include "platform/output/render/table_view.h"
+
+namespace codebook::output {
+
+template <typename WriteTable, typename WriteMessage>
+void WriteItems(const Document& document, std::ostream& out, std::string_view separator,
+                WriteTable writeTable, WriteMessage writeMessage) {
+  std::string buffer;
+  bool first = true;
+  for (const Document::Item& item : document.Items()) {
+    buffer.clear();
+    if (const auto* table = std::get_if<Document::Table>(&item)) {
+      const TableView view(**table);
+      if (!view.Visible()) continue;
+      if (!first) buffer += separator;
+      writeTable(buffer, view);
+    } else {
+      if (!first) buffer += separator;
+      writeMessage(buffer, std::get<Message>(item));
+    }
+    first = false;
+    out << buffer;
+  }
+}
+
+}  // namespace codebook::output
