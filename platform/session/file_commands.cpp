@@ -97,7 +97,8 @@ std::optional<int> ByOrOff(const syntax::Command& command, const VELA_DataSource
 
 }  // namespace
 
-void Session::RunWeight(const syntax::Command& command) {
+void Session::SelectByVariable(const syntax::Command& command,
+                               void (*apply)(data::SelectionOptions&, int)) {
   const auto error = [&](const std::string& text) {
     Report(syntax::Severity::kError, command.name, command.line, text);
   };
@@ -105,20 +106,16 @@ void Session::RunWeight(const syntax::Command& command) {
   const std::optional<int> index = ByOrOff(command, *selection_->GetDataset(), error);
   if (!index) return;
   data::SelectionOptions options = selectionOptions_;
-  options.weightIndex = *index;
+  apply(options, *index);
   Select(options, command);
 }
 
+void Session::RunWeight(const syntax::Command& command) {
+  SelectByVariable(command, [](data::SelectionOptions& options, int index) { options.weightIndex = index; });
+}
+
 void Session::RunFilter(const syntax::Command& command) {
-  const auto error = [&](const std::string& text) {
-    Report(syntax::Severity::kError, command.name, command.line, text);
-  };
-  if (!selection_) return (void)Select(selectionOptions_, command);
-  const std::optional<int> index = ByOrOff(command, *selection_->GetDataset(), error);
-  if (!index) return;
-  data::SelectionOptions options = selectionOptions_;
-  options.filterIndex = *index;
-  Select(options, command);
+  SelectByVariable(command, [](data::SelectionOptions& options, int index) { options.filterIndex = index; });
 }
 
 void Session::RunNOfCases(const syntax::Command& command) {

@@ -66,6 +66,8 @@ class Session : public syntax::MessageSink {
   // Applies new selection options to the active dataset; false (reported)
   // when they do not fit it.
   bool Select(const data::SelectionOptions& options, const syntax::Command& command);
+  // WEIGHT and FILTER: "BY variable" or "OFF" (-1) applied to the options.
+  void SelectByVariable(const syntax::Command& command, void (*apply)(data::SelectionOptions&, int));
   const ProcedureModule& Module();
 
   SessionOptions options_;

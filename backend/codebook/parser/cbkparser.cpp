@@ -290,17 +290,19 @@ bool CbkParser::DecodeOPTIPION(const CommandSpec& spec) {
     ParamObj qualifier;
     varorder->getStringAndQual(qualifier, nullptr, nullptr);
     const std::string name = qualifier.getParamName();
-    if (IsEqual(name, kStrCbkFILE)) {
-      order = CbkRequest::OrderByFile;
-      noKeyword = false;
-    } else if (IsEqual(name, kStrCbkALPHA)) {
-      order = CbkRequest::OrderByAlpha;
-      noKeyword = false;
-    } else if (IsEqual(name, kStrCbkVARLIST)) {
-      order = CbkRequest::OrderByVarList;
-      noKeyword = false;
-    } else if (IsEqual(name, kStrCbkMEASURE)) {
-      order = CbkRequest::OrderByMeasure;
+    static const std::pair<const std::string*, CbkRequest::OrderBy> kOrders[] = {
+        {&kStrCbkFILE, CbkRequest::OrderByFile},
+        {&kStrCbkALPHA, CbkRequest::OrderByAlpha},
+        {&kStrCbkVARLIST, CbkRequest::OrderByVarList},
+        {&kStrCbkMEASURE, CbkRequest::OrderByMeasure}};
+    bool matched = false;
+    for (const auto& [keyword, value] : kOrders) {
+      if (!matched && IsEqual(name, *keyword)) {
+        order = value;
+        matched = true;
+      }
+    }
+    if (matched) {
       noKeyword = false;
     } else if (IsEqual(name, kStrCbkATTRIBUTE)) {
       order = CbkRequest::OrderByAttribute;

@@ -40,21 +40,21 @@ OBS* AsOBS(double& d) { return reinterpret_cast<OBS*>(&d); }
 
 namespace {
 
-int FormatTypeOf(const VELA_Variable* variable) {
+struct PrintFormat {
+  int type = 0;
+  int width = 0;
+};
+
+PrintFormat PrintFormatOf(const VELA_Variable* variable) {
   VELA_Format::FormatType type = VELA_Format::kNone;
   int width = 0;
   int decimals = 0;
   variable->GetFormatEx(type, width, decimals);
-  return type;
+  return {type, width};
 }
 
-int FormatWidthOf(const VELA_Variable* variable) {
-  VELA_Format::FormatType type = VELA_Format::kNone;
-  int width = 0;
-  int decimals = 0;
-  variable->GetFormatEx(type, width, decimals);
-  return width;
-}
+int FormatTypeOf(const VELA_Variable* variable) { return PrintFormatOf(variable).type; }
+int FormatWidthOf(const VELA_Variable* variable) { return PrintFormatOf(variable).width; }
 
 }  // namespace
 
