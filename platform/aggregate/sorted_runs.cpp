@@ -1,13 +1,18 @@
 #include "platform/aggregate/sorted_runs.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
 
 namespace codebook::aggregate {
 
 namespace {
 
+using Entry = SortedRuns::Entry;
+
 // Sums the weights of equal neighbours; returns the new length.
-std::size_t CombineEqual(std::vector<NumericEntry<NoExtra>>& entries) {
+std::size_t CombineEqual(std::vector<Entry>& entries) {
   std::size_t out = 0;
   for (std::size_t i = 0; i < entries.size(); ++i) {
     if (out > 0 && entries[out - 1].value == entries[i].value) {
@@ -19,36 +24,98 @@ std::size_t CombineEqual(std::vector<NumericEntry<NoExtra>>& entries) {
   return out;
 }
 
+// The bits of a double as an unsigned integer that sorts like the double.
+std::uint64_t OrderedBits(double x) {
+  const auto bits = std::bit_cast<std::uint64_t>(x);
+  return (bits >> 63) != 0 ? ~bits : bits | (std::uint64_t{1} << 63);
+}
+
 }  // namespace
 
-SortedRuns::SortedRuns(std::span<const Entry> sorted) : sorted_(sorted.begin(), sorted.end()) {
+void SortByValue(std::vector<Entry>& entries, std::vector<Entry>& scratch) {
+  const auto byValue = [](const Entry& a, const Entry& b) { return a.value < b.value; };
+  // Measurements often arrive in order (times, running numbers): one look
+  // settles it.
+  if (std::is_sorted(entries.begin(), entries.end(), byValue)) return;
+  if (entries.size() < 256) {
+    std::stable_sort(entries.begin(), entries.end(), byValue);
+    return;
+  }
+  // Least significant digit first, a byte at a time; a byte that is the same
+  // in every entry (the sign and exponent of most data) costs no pass.
+  std::array<std::array<std::size_t, 256>, 8> counts{};
+  for (const Entry& e : entries) {
+    const std::uint64_t k = OrderedBits(e.value);
+    for (std::size_t d = 0; d < 8; ++d) ++counts[d][(k >> (8 * d)) & 0xFF];
+  }
+  scratch.resize(entries.size());
+  for (std::size_t d = 0; d < 8; ++d) {
+    std::array<std::size_t, 256>& c = counts[d];
+    if (std::find(c.begin(), c.end(), entries.size()) != c.end()) continue;
+    std::size_t sum = 0;
+    for (std::size_t& n : c) sum += std::exchange(n, sum);
+    for (const Entry& e : entries) scratch[c[(OrderedBits(e.value) >> (8 * d)) & 0xFF]++] = e;
+    entries.swap(scratch);
+  }
+}
+
+SortedRuns::SortedRuns(std::span<const Entry> sorted) {
+  if (!sorted.empty()) runs_.emplace_back(sorted.begin(), sorted.end());
   pending_.reserve(kBuffer);
 }
 
-void SortedRuns::Merge() {
-  if (pending_.empty()) return;
-  std::sort(pending_.begin(), pending_.end(), [](const Entry& a, const Entry& b) { return a.value < b.value; });
-  pending_.resize(CombineEqual(pending_));
+std::size_t SortedRuns::size() const {
+  std::size_t n = pending_.size();
+  for (const auto& run : runs_) n += run.size();
+  return n;
+}
 
-  // Merge from the back into the grown array, so no second array is needed;
-  // growth by a quarter keeps the reallocation's peak small.
-  const std::size_t old = sorted_.size();
-  const std::size_t total = old + pending_.size();
-  if (total > sorted_.capacity()) sorted_.reserve(std::max(total, sorted_.capacity() + sorted_.capacity() / 4));
-  sorted_.resize(total);
-  std::size_t i = old;
-  std::size_t j = pending_.size();
-  std::size_t k = total;
-  while (j > 0) {
-    if (i > 0 && sorted_[i - 1].value > pending_[j - 1].value) {
-      sorted_[--k] = sorted_[--i];
+std::span<Entry> SortedRuns::Sorted() {
+  Seal();
+  while (runs_.size() > 1) MergeLastTwo();
+  if (runs_.empty()) return {};
+  return runs_.front();
+}
+
+void SortedRuns::Seal() {
+  if (pending_.empty()) return;
+  SortByValue(pending_, scratch_);
+  pending_.resize(CombineEqual(pending_));
+  runs_.push_back(std::move(pending_));
+  pending_ = std::vector<Entry>();
+  pending_.reserve(kBuffer);
+  // Like a binary counter: a run is merged into its elder while the elder is
+  // no larger, so there are few runs and each value moves few times.
+  while (runs_.size() > 1 && runs_[runs_.size() - 2].size() <= runs_.back().size()) MergeLastTwo();
+}
+
+void SortedRuns::MergeLastTwo() {
+  std::vector<Entry> b = std::move(runs_.back());
+  runs_.pop_back();
+  std::vector<Entry>& a = runs_.back();
+  if (b.empty()) return;
+  if (a.empty() || a.back().value < b.front().value) {
+    a.insert(a.end(), b.begin(), b.end());  // ordered data: the runs just follow each other
+    return;
+  }
+  std::vector<Entry> merged;
+  merged.reserve(a.size() + b.size());
+  std::size_t i = 0;
+  std::size_t j = 0;
+  while (i < a.size() && j < b.size()) {
+    if (a[i].value < b[j].value) {
+      merged.push_back(a[i++]);
+    } else if (b[j].value < a[i].value) {
+      merged.push_back(b[j++]);
     } else {
-      sorted_[--k] = pending_[--j];
+      merged.push_back({a[i].value, a[i].weight + b[j].weight, {}});
+      ++i;
+      ++j;
     }
   }
-  pending_.clear();
-  // A value met before and again in this run now sits twice, side by side.
-  sorted_.resize(CombineEqual(sorted_));
+  merged.insert(merged.end(), a.begin() + static_cast<std::ptrdiff_t>(i), a.end());
+  merged.insert(merged.end(), b.begin() + static_cast<std::ptrdiff_t>(j), b.end());
+  a = std::move(merged);
 }
 
 }  // namespace codebook::aggregate

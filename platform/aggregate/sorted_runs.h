@@ -1,8 +1,9 @@
 // Distinct values with summed weights for data where almost every value is
-// new (continuous measurements): values are appended to a buffer, and the
-// buffer is sorted and merged into one sorted array when full. Every access
-// is sequential, where a hash map would miss the cache on every case, and
-// the array costs 16 bytes per distinct value with no empty slots.
+// new (continuous measurements): values are appended to a small buffer; a
+// full buffer is sorted into a run, and runs of similar size are merged, so
+// each value is moved a logarithmic number of times. Every access is
+// sequential, where a hash map would miss the cache on every case, and the
+// runs cost 16 bytes per distinct value with no empty slots.
 #pragma once
 
 #include <cstddef>
@@ -24,22 +25,26 @@ class SortedRuns {
   // user-missing value); equal values must always come with the same sign.
   void Add(double value, double weight) {
     pending_.push_back({value, weight, {}});
-    if (pending_.size() == kBuffer) Merge();
+    if (pending_.size() == kBuffer) Seal();
   }
 
   // Every entry, sorted and distinct.
-  std::span<Entry> Sorted() {
-    Merge();
-    return sorted_;
-  }
-  std::size_t size() const { return sorted_.size() + pending_.size(); }  // upper bound before merging
+  std::span<Entry> Sorted();
+  std::size_t size() const;  // an upper bound until Sorted()
 
  private:
-  static constexpr std::size_t kBuffer = 1 << 16;
-  void Merge();
+  // Small enough that the buffers of several continuous variables stay in
+  // the second-level cache beside everything else a case touches.
+  static constexpr std::size_t kBuffer = 1 << 12;
+  void Seal();
+  void MergeLastTwo();
 
-  std::vector<Entry> sorted_;
+  std::vector<std::vector<Entry>> runs_;  // sizes shrink from front to back
   std::vector<Entry> pending_;
+  std::vector<Entry> scratch_;
 };
+
+// Sorts entries by value (not NaN; -0 normalised to +0), stably.
+void SortByValue(std::vector<NumericEntry<NoExtra>>& entries, std::vector<NumericEntry<NoExtra>>& scratch);
 
 }  // namespace codebook::aggregate

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <map>
 #include <random>
@@ -173,6 +174,60 @@ TEST(SortedRuns, MergesRunsIntoOneSortedDistinctArray) {
   EXPECT_EQ(sorted.size(), reference.size() + 1);
 }
 
+// The radix sort must agree with a comparison sort on every kind of double:
+// negative, tiny, huge, with equal values kept in their order of arrival.
+TEST(SortedRuns, SortByValueOrdersLikeAComparisonSortAndKeepsEqualValuesInOrder) {
+  std::mt19937_64 rng(11);
+  for (const std::size_t n : {std::size_t{5}, std::size_t{300}, std::size_t{5000}}) {
+    std::vector<NumericEntry<NoExtra>> entries;
+    for (std::size_t i = 0; i < n; ++i) {
+      double v = 0.0;
+      switch (rng() % 4) {
+        case 0: v = static_cast<double>(static_cast<int>(rng() % 41) - 20); break;  // repeats
+        case 1: v = -std::ldexp(static_cast<double>(rng() % 1000 + 1), static_cast<int>(rng() % 200) - 100); break;
+        case 2: v = std::ldexp(static_cast<double>(rng() % 1000 + 1), static_cast<int>(rng() % 600) - 300); break;
+        default: v = static_cast<double>(rng() % 7) * 0.1; break;
+      }
+      entries.push_back({v, static_cast<double>(i), {}});
+    }
+    auto expected = entries;
+    std::stable_sort(expected.begin(), expected.end(), [](const auto& a, const auto& b) { return a.value < b.value; });
+    std::vector<NumericEntry<NoExtra>> scratch;
+    SortByValue(entries, scratch);
+    ASSERT_EQ(entries.size(), expected.size());
+    for (std::size_t i = 0; i < n; ++i) {
+      ASSERT_EQ(entries[i].value, expected[i].value) << i;
+      ASSERT_EQ(entries[i].weight, expected[i].weight) << "equal values out of arrival order at " << i;
+    }
+  }
+}
+
+// Values that arrive in order (times, running numbers) take the path that
+// appends runs instead of merging them; the result must not differ.
+TEST(SortedRuns, OrderedAndInterleavedArrivalsGiveTheSameEntries) {
+  SortedRuns ordered({});
+  SortedRuns shuffled({});
+  std::vector<double> values;
+  for (int i = 0; i < 50000; ++i) values.push_back(-2000.0 + i * 0.125);
+  for (double v : values) ordered.Add(v, 1.0);
+  std::mt19937_64 rng(5);
+  auto copy = values;
+  std::shuffle(copy.begin(), copy.end(), rng);
+  for (double v : copy) shuffled.Add(v, 1.0);
+  for (double v : copy) shuffled.Add(v, 1.0);
+  for (double v : values) ordered.Add(v, 1.0);
+  auto a = ordered.Sorted();
+  auto b = shuffled.Sorted();
+  ASSERT_EQ(a.size(), values.size());
+  ASSERT_EQ(b.size(), values.size());
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    ASSERT_EQ(a[i].value, values[i]);
+    ASSERT_EQ(b[i].value, values[i]);
+    ASSERT_EQ(a[i].weight, 2.0);
+    ASSERT_EQ(b[i].weight, 2.0);
+  }
+}
+
 }  // namespace
 }  // namespace codebook::aggregate
 
@@ -206,14 +261,14 @@ TEST(SmallIntegerCounts, OnlyIntegersFromZeroTo255GoByIndex) {
   EXPECT_EQ(counts.count(), 0);
 }
 
-// Past the few inline codes the counts move to the indexed table: nothing
-// may be lost, reordered or lose its missing mark on the way.
-TEST(SmallIntegerCounts, KeepsEveryCodeAcrossTheMoveToTheIndexedTable) {
+// Codes below 16 are counted in place, larger ones in the indexed table:
+// across both, nothing may be lost, reordered or lose its missing mark.
+TEST(SmallIntegerCounts, KeepsEveryCodeInPlaceAndInTheIndexedTable) {
   SmallIntegerCounts counts;
   std::map<int, std::pair<double, bool>> expected;
   std::mt19937 random(7);
   for (int round = 0; round < 2000; ++round) {
-    const int k = static_cast<int>(random() % (round < 1000 ? 9 : 256));
+    const int k = static_cast<int>(random() % (round < 1000 ? 17 : 256));
     const double w = 1 + static_cast<double>(random() % 5);
     double* slot = counts.Find(k);
     if (slot == nullptr) {
