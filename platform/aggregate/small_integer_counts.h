@@ -1,11 +1,10 @@
 // Weights of the integers 0 to 255: the codes of most categorical variables
-// (and of many scale ones) are counted without hashing. A few distinct codes
-// live inline (a byte key scan), so a table's hot state stays a cache line
-// or two even when there are very many tables; past that a 256-entry table
-// indexed by the code is allocated.
+// (and of many scale ones) are counted without hashing. The codes 0 to 15,
+// which cover most coding schemes, are counted in place by index, so a
+// table's hot state stays two cache lines even with very many tables; a
+// 256-entry table indexed by the code is allocated for the first larger one.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <memory>
@@ -15,7 +14,7 @@ namespace codebook::aggregate {
 class SmallIntegerCounts {
  public:
   static constexpr int kLimit = 256;
-  static constexpr int kInline = 8;
+  static constexpr int kDense = 16;
 
   // The index of x when x is an integer in [0, kLimit) (-0 included), else
   // -1. NaN fails the first comparison.
@@ -29,30 +28,26 @@ class SmallIntegerCounts {
 
   // The weight slot of k, or null when k has not been seen.
   double* Find(int k) {
-    if (wide_) {
-      const auto i = static_cast<std::size_t>(k);
-      return wide_->state[i] != kUnseen ? &wide_->weights[i] : nullptr;
-    }
-    for (int i = 0; i < inlineCount_; ++i) {
-      if (keys_[static_cast<std::size_t>(i)] == k) return &weights_[static_cast<std::size_t>(i)];
-    }
-    return nullptr;
+    const auto i = static_cast<std::size_t>(k);
+    if (k < kDense) return ((seen_ >> k) & 1u) != 0 ? &dense_[i] : nullptr;
+    if (!wide_) return nullptr;
+    return wide_->state[i] != kUnseen ? &wide_->weights[i] : nullptr;
   }
 
   // Adds k, which Find did not know, with weight zero; returns its slot.
   double& Insert(int k, bool missing) {
     ++count_;
-    if (!wide_ && inlineCount_ == kInline) Widen();
-    if (wide_) {
-      const auto i = static_cast<std::size_t>(k);
-      wide_->state[i] = missing ? kMissing : kValid;
-      return wide_->weights[i];
+    const auto i = static_cast<std::size_t>(k);
+    if (k < kDense) {
+      seen_ = static_cast<std::uint16_t>(seen_ | (1u << k));
+      if (missing) missing_ = static_cast<std::uint16_t>(missing_ | (1u << k));
+      dense_[i] = 0.0;
+      return dense_[i];
     }
-    const auto i = static_cast<std::size_t>(inlineCount_++);
-    keys_[i] = static_cast<std::uint8_t>(k);
-    weights_[i] = 0.0;
-    if (missing) missingBits_ = static_cast<std::uint8_t>(missingBits_ | (1u << i));
-    return weights_[i];
+    if (!wide_) wide_ = std::make_unique<Wide>();
+    wide_->state[i] = missing ? kMissing : kValid;
+    wide_->weights[i] = 0.0;
+    return wide_->weights[i];
   }
 
   int count() const { return count_; }
@@ -60,37 +55,19 @@ class SmallIntegerCounts {
   // f(value, weight, missing) for every value seen, ascending.
   template <typename F>
   void ForEach(F&& f) const {
-    if (count_ == 0) return;
-    if (wide_) {
-      for (std::size_t k = 0; k < kLimit; ++k) {
-        if (wide_->state[k] != kUnseen) f(static_cast<double>(k), wide_->weights[k], wide_->state[k] == kMissing);
-      }
-      return;
+    for (int k = 0; k < kDense; ++k) {
+      if (((seen_ >> k) & 1u) != 0) f(static_cast<double>(k), dense_[static_cast<std::size_t>(k)], ((missing_ >> k) & 1u) != 0);
     }
-    std::array<int, kInline> order{};
-    for (int i = 0; i < inlineCount_; ++i) order[static_cast<std::size_t>(i)] = i;
-    // Insertion sort of at most kInline entries (std::sort here draws a
-    // false array-bounds warning in the sanitizer build).
-    for (int n = 1; n < inlineCount_; ++n) {
-      const int v = order[static_cast<std::size_t>(n)];
-      int m = n;
-      for (; m > 0 && keys_[static_cast<std::size_t>(order[static_cast<std::size_t>(m - 1)])] >
-                          keys_[static_cast<std::size_t>(v)];
-           --m) {
-        order[static_cast<std::size_t>(m)] = order[static_cast<std::size_t>(m - 1)];
-      }
-      order[static_cast<std::size_t>(m)] = v;
-    }
-    for (int n = 0; n < inlineCount_; ++n) {
-      const auto i = static_cast<std::size_t>(order[static_cast<std::size_t>(n)]);
-      f(static_cast<double>(keys_[i]), weights_[i], ((missingBits_ >> i) & 1u) != 0);
+    if (!wide_) return;
+    for (std::size_t k = kDense; k < kLimit; ++k) {
+      if (wide_->state[k] != kUnseen) f(static_cast<double>(k), wide_->weights[k], wide_->state[k] == kMissing);
     }
   }
 
   void Clear() {
     wide_.reset();
-    inlineCount_ = 0;
-    missingBits_ = 0;
+    seen_ = 0;
+    missing_ = 0;
     count_ = 0;
   }
 
@@ -101,22 +78,11 @@ class SmallIntegerCounts {
     std::array<std::uint8_t, kLimit> state{};
   };
 
-  void Widen() {
-    wide_ = std::make_unique<Wide>();
-    for (int n = 0; n < inlineCount_; ++n) {
-      const auto i = static_cast<std::size_t>(n);
-      const std::size_t k = keys_[i];
-      wide_->weights[k] = weights_[i];
-      wide_->state[k] = ((missingBits_ >> i) & 1u) != 0 ? kMissing : kValid;
-    }
-  }
-
-  std::array<double, kInline> weights_{};
-  std::array<std::uint8_t, kInline> keys_{};
-  std::uint8_t inlineCount_ = 0;
-  std::uint8_t missingBits_ = 0;  // bit i: inline entry i is user-missing
+  std::array<double, kDense> dense_{};
+  std::uint16_t seen_ = 0;     // bit k: code k has been seen
+  std::uint16_t missing_ = 0;  // bit k: code k is user-missing
   int count_ = 0;
-  std::unique_ptr<Wide> wide_;
+  std::unique_ptr<Wide> wide_;  // codes kDense..kLimit-1
 };
 
 }  // namespace codebook::aggregate
