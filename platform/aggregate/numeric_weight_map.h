@@ -3,6 +3,8 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -45,13 +47,18 @@ class NumericWeightMap {
   Entry& FindOrInsert(double value, bool& inserted) {
     if (sorted_ || Overloaded(size_ + 1, slots_.size())) Rebuild(GrownCapacity());
     std::size_t i = ReduceRange(HashDouble(value), slots_.size());
+    // Keys compare by their bits: one integer comparison instead of a
+    // floating-point one with its unordered case, and exact since keys are
+    // never NaN and -0 is normalised.
+    const auto key = std::bit_cast<std::uint64_t>(value);
     while (true) {
       Entry& slot = slots_[i];
-      if (slot.value == value) {
+      const auto bits = std::bit_cast<std::uint64_t>(slot.value);
+      if (bits == key) {
         inserted = false;
         return slot;
       }
-      if (IsEmpty(slot)) {
+      if (bits == kEmptyBits) {
         slot.value = value;
         slot.weight = 0.0;
         slot.extra = Extra{};
@@ -63,7 +70,14 @@ class NumericWeightMap {
     }
   }
 
+  // Starts loading the slot where `value` would be looked for, so that a
+  // caller with many values at hand overlaps the cache misses.
+  void Prefetch(double value) const {
+    if (!sorted_) __builtin_prefetch(&slots_[ReduceRange(HashDouble(value), slots_.size())]);
+  }
+
   const Entry* Find(double value) const {
+    if (std::isnan(value)) return nullptr;  // never a key, and its bits could be the empty mark
     if (sorted_) {
       auto end = slots_.begin() + static_cast<std::ptrdiff_t>(size_);
       auto it = std::lower_bound(slots_.begin(), end, value,
@@ -71,10 +85,12 @@ class NumericWeightMap {
       return (it != end && it->value == value) ? &*it : nullptr;
     }
     std::size_t i = ReduceRange(HashDouble(value), slots_.size());
+    const auto key = std::bit_cast<std::uint64_t>(value);
     while (true) {
       const Entry& slot = slots_[i];
-      if (slot.value == value) return &slot;
-      if (IsEmpty(slot)) return nullptr;
+      const auto bits = std::bit_cast<std::uint64_t>(slot.value);
+      if (bits == key) return &slot;
+      if (bits == kEmptyBits) return nullptr;
       if (++i == slots_.size()) i = 0;
     }
   }
@@ -112,6 +128,7 @@ class NumericWeightMap {
  private:
   static constexpr std::size_t kInitialCapacity = 16;
   static constexpr double kEmpty = std::numeric_limits<double>::quiet_NaN();
+  static constexpr std::uint64_t kEmptyBits = std::bit_cast<std::uint64_t>(kEmpty);
 
   static bool IsEmpty(const Entry& e) { return std::isnan(e.value); }
 

@@ -14,6 +14,18 @@ void ScaleAccumulator::Bind(const VELA_InputCaseIterator& cases) {
   } else {
     mode_ = variable_->GetType() <= 0 ? Mode::kNumeric : Mode::kString;
   }
+  if (mode_ == Mode::kNumeric && !batch_) batch_ = std::make_unique<Batched[]>(kBatch);
+}
+
+void ScaleAccumulator::Flush() {
+  if (batched_ == 0) return;
+  ++generation_;
+  constexpr std::size_t kAhead = 8;
+  for (std::size_t i = 0; i < batched_; ++i) {
+    if (i + kAhead < batched_ && !runs_) values_.Prefetch(NumericKey(batch_[i + kAhead].value));
+    AddNumber(batch_[i].value, batch_[i].weight);
+  }
+  batched_ = 0;
 }
 
 void ScaleAccumulator::MarkIfMissing(NumericEntry<NoExtra>& entry, const OBS* cell) {
@@ -31,6 +43,7 @@ void ScaleAccumulator::AddString(const OBS* cells, double weight) {
 }
 
 void ScaleAccumulator::Finish() {
+  Flush();
   if (finished_ == generation_) return;
   finished_ = generation_;
   small_.ForEach([&](double value, double weight, bool missing) {

@@ -26,7 +26,11 @@ class ScaleAccumulator {
   void Add(const OBS* cells, double weight) {
     switch (mode_) {
       case Mode::kNumeric:
-        AddNumber(cells + offset_, weight);
+        // Values are gathered and counted a batch at a time, so that the
+        // distinct values of one variable are in cache while they are
+        // counted, however many tables the pass feeds.
+        batch_[batched_] = {cells[offset_].d, weight};
+        if (++batched_ == kBatch) Flush();
         break;
       case Mode::kString:
         AddString(cells + offset_, weight);
@@ -46,26 +50,32 @@ class ScaleAccumulator {
  private:
   enum class Mode { kUnknownVariable, kNumeric, kString };
 
-  void AddNumber(const OBS* cell, double weight) {
-    const double x = cell->d;
+  struct Batched {
+    double value;
+    double weight;
+  };
+  static constexpr std::size_t kBatch = 256;
+  void Flush();
+  void AddNumber(double x, double weight) {
     if (IsSystemMissing(x)) {
       sysmisWeight_ += weight;
       return;
     }
-    ++generation_;
+    OBS cell;
+    cell.d = x;
     if (const int k = SmallIntegerCounts::IndexOf(x); k >= 0) {
       double* slot = small_.Find(k);
-      if (slot == nullptr) slot = &small_.Insert(k, variable_->IsMissing(cell) != 0);
+      if (slot == nullptr) slot = &small_.Insert(k, variable_->IsMissing(&cell) != 0);
       *slot += weight;
       return;
     }
     if (runs_) {
-      runs_->Add(NumericKey(x), variable_->IsMissing(cell) ? -weight : weight);
+      runs_->Add(NumericKey(x), variable_->IsMissing(&cell) ? -weight : weight);
       return;
     }
     bool inserted = false;
     auto& entry = values_.FindOrInsert(NumericKey(x), inserted);
-    if (inserted) MarkIfMissing(entry, cell);
+    if (inserted) MarkIfMissing(entry, &cell);
     AddWeight(entry, weight);
     if (inserted && values_.size() >= kRunsFrom) SwitchToRuns();  // after the last use of `entry`
   }
@@ -85,6 +95,8 @@ class ScaleAccumulator {
 
   int varIndex_;
   Mode mode_ = Mode::kUnknownVariable;
+  std::size_t batched_ = 0;
+  std::unique_ptr<Batched[]> batch_;  // kBatch values, for a numeric variable
   const VELA_Variable* variable_ = nullptr;
   int offset_ = -1;
   NumericWeightMap<> values_;
