@@ -12,22 +12,19 @@ using codebook::aggregate::CubeState;
 
 class AggregationCube::Impl {
  public:
-  explicit Impl(const VELA_InputCaseIterator& cases) : state(std::make_shared<CubeState>(cases)) {}
+  explicit Impl(AggregationTable& owner) : table(owner), state(std::make_shared<CubeState>(owner.cases_)) {}
+  AggregationTable& table;
   std::shared_ptr<CubeState> state;
 };
 
 class AggregationTable::Impl {
  public:
-  explicit Impl(VELA_InputCaseIterator& iterator) : cases(iterator) {}
-  VELA_InputCaseIterator& cases;
   std::unique_ptr<AggregationCube> cube;
-  CubeState* state = nullptr;  // the cube's, cached for the case loop
 };
 
 // ---- AggregationCube ----
 
-AggregationCube::AggregationCube(AggregationTable& table)
-    : impl_(std::make_unique<Impl>(table.impl().cases)) {}
+AggregationCube::AggregationCube(AggregationTable& table) : impl_(std::make_unique<Impl>(table)) {}
 
 AggregationCube::~AggregationCube() = default;
 
@@ -36,6 +33,7 @@ void AggregationCube::AddCategoricalVariable(AggregationVariable* variable,
   // One dimension per cube: a second one replaces the first, which the
   // cube owns and therefore frees.
   impl_->state->SetDimension(std::unique_ptr<AggregationVariable>(variable));
+  impl_->table.metadata_.dimension_ = impl_->state->tableDimension();
 }
 
 void AggregationCube::CreateCubeAggregator() {
@@ -57,37 +55,30 @@ void AggregationCube::AddCategoryAndTotalStatistics(const std::vector<Aggregatio
 
 AggregationTable::AggregationTable(VELA_InputCaseIterator& cases, bool /*layered*/, bool /*keepCategories*/,
                                    int /*layer*/)
-    : impl_(std::make_unique<Impl>(cases)), metadata_(*this) {}
+    : cases_(cases), impl_(std::make_unique<Impl>()) {}
 
 AggregationTable::~AggregationTable() = default;
 
 AggregationCube* AggregationTable::CreateCube() {
   if (!impl_->cube) {
     impl_->cube = std::make_unique<AggregationCube>(*this);
-    impl_->state = impl_->cube->impl().state.get();
+    state_ = impl_->cube->impl().state.get();
   }
   return impl_->cube.get();
 }
 
 void AggregationTable::AddNewCase() {
-  const double weight = impl_->cases.CaseWeight();
+  const double weight = cases_.CaseWeight();
   // Zero, negative, missing (system-missing or NaN) and infinite weights
   // take part in no statistic.
   if (!(weight > 0.0 && weight <= std::numeric_limits<double>::max())) return;
-  const OBS* cells = impl_->cases.CurrentCase();
-  if (cells == nullptr || impl_->state == nullptr) return;
-  impl_->state->AddCase(cells, weight);
+  const OBS* cells = cases_.CurrentCase();
+  if (cells == nullptr || state_ == nullptr) return;
+  state_->AddCase(cells, weight);
 }
-
-TableMetadata* AggregationTable::GetTableMetaData() { return &metadata_; }
 
 std::vector<CubeAggregator*> AggregationTable::GetCubeAggregators() {
   std::vector<CubeAggregator*> out;
   if (impl_->cube) out.push_back(new CubeAggregatorImpl(impl_->cube->impl().state));
   return out;
-}
-
-TableDimension* TableMetadata::GetDimension(int i) const {
-  const CubeState* state = table_.impl().state;
-  return i == 0 && state != nullptr ? state->tableDimension() : nullptr;
 }

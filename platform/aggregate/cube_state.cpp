@@ -14,6 +14,7 @@ CubeState::~CubeState() = default;
 void CubeState::SetDimension(std::unique_ptr<AggregationVariable> variable) {
   dimension_ = std::move(variable);
   dimensionImpl_ = dimension_ ? &dimension_->impl() : nullptr;
+  variable_ = dynamic_cast<VariableDimension*>(dimensionImpl_);
   tableDimension_ = dimensionImpl_ != nullptr ? &dimensionImpl_->Dimension() : nullptr;
   if (dimensionImpl_ != nullptr) dimensionImpl_->Attach(cases_);
 }

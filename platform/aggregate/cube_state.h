@@ -13,6 +13,7 @@
 #include "platform/aggregate/compensated_sum.h"
 #include "platform/aggregate/dimension.h"
 #include "platform/aggregate/scale_accumulator.h"
+#include "platform/aggregate/variable_dimension.h"
 
 namespace codebook::aggregate {
 
@@ -33,7 +34,11 @@ class CubeState {
   void AddCase(const OBS* cells, double weight) {
     if (!bound_) Bind();
     total_.Add(weight);
-    if (dimensionImpl_ != nullptr) dimensionImpl_->Add(cells, weight);
+    if (variable_ != nullptr) {
+      variable_->AddDirect(cells, weight);  // the common kind, without a virtual call
+    } else if (dimensionImpl_ != nullptr) {
+      dimensionImpl_->Add(cells, weight);
+    }
     for (ScaleAccumulator& s : scales_) s.Add(cells, weight);
   }
 
@@ -51,6 +56,7 @@ class CubeState {
   // tables each case visits every table's state once, and each miss counts.
   const VELA_InputCaseIterator& cases_;
   bool bound_ = false;
+  VariableDimension* variable_ = nullptr;  // the dimension, when it is over one variable
   AggregationVariable::Impl* dimensionImpl_ = nullptr;
   CompensatedSum total_;                  // W: weight of every case passed
   std::vector<ScaleAccumulator> scales_;  // one per variable of the scale statistics

@@ -74,6 +74,8 @@ class AggregationVariable::Impl {
     return categories_.view();
   }
   void AddTotal(codebook::aggregate::CategoryList& list, double weight) const;
+  // What Add does before AddCase, for kinds that take cases without it.
+  void NoteNewCase() { ++generation_; }
 
   const std::string& name() const { return name_; }
   const VELA_InputCaseIterator* cases() const { return cases_; }

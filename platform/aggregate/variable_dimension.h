@@ -20,6 +20,25 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
 
   void SetCategories(std::vector<std::unique_ptr<ParsedCategory>> categories) override;
 
+  // Add() for a caller that knows the kind: a code already met, the usual
+  // case of a categorical variable, costs a handful of instructions.
+  void AddDirect(const OBS* cells, double weight) {
+    NoteNewCase();
+    if (mode_ == Mode::kNumeric && !restricted_) {
+      total_ += weight;
+      const int k = SmallIntegerCounts::IndexOf(cells[offset_].d);
+      if (k >= 0) {
+        if (double* slot = small_.Find(k)) {
+          *slot += weight;
+          return;
+        }
+      }
+      AddNumeric(cells + offset_, weight);
+      return;
+    }
+    AddCase(cells, weight);
+  }
+
   double MissingWeight() const override;
   TableDimension& Dimension() override { return *this; }
 
@@ -53,21 +72,22 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   double& OnNewSmall(int k, const OBS* cell);
   void OnNewString(StringWeightMap::Entry& entry, const OBS* cells);
 
-  int varIndex_;
+  // What a case touches first.
   Mode mode_ = Mode::kUnknownVariable;
-  const VELA_Variable* variable_ = nullptr;
-  int offset_ = -1;
-  std::size_t width_ = 0;  // bytes of a string value
   bool restricted_ = false;
+  int offset_ = -1;
+  double total_ = 0.0;
+  SmallIntegerCounts small_;  // the integer codes 0..255 of a dimension that is not restricted
+  std::size_t categoryCount_ = 0;
+  double sysmisWeight_ = 0.0;
+
+  int varIndex_;
+  const VELA_Variable* variable_ = nullptr;
+  std::size_t width_ = 0;  // bytes of a string value
   std::vector<GivenValue> given_;
   std::vector<std::vector<OBS>> givenCells_;  // the given values at full width, after Bind
-
-  SmallIntegerCounts small_;  // the integer codes 0..255 of a dimension that is not restricted
   NumericWeightMap<NumericInfo> numbers_;
   StringWeightMap strings_;
-  std::size_t categoryCount_ = 0;
-  double total_ = 0.0;
-  double sysmisWeight_ = 0.0;
   double otherMissingWeight_ = 0.0;  // missing values outside the given categories
 };
 

@@ -15,15 +15,19 @@
 #include "host/host_api.h"
 
 class AggregationTable;
+namespace codebook::aggregate {
+class CubeState;
+}
 
 class HOST_API TableMetadata {
  public:
-  explicit TableMetadata(AggregationTable& table) : table_(table) {}
-  // Dimension i of the table, or null.
-  TableDimension* GetDimension(int i) const;
+  // Dimension i of the table, or null. Inline: the procedure asks for it on
+  // every case of its pass.
+  TableDimension* GetDimension(int i) const { return i == 0 ? dimension_ : nullptr; }
 
  private:
-  AggregationTable& table_;
+  friend class AggregationCube;
+  TableDimension* dimension_ = nullptr;
 };
 
 class HOST_API AggregationCube {
@@ -67,13 +71,18 @@ class HOST_API AggregationTable {
   AggregationCube* CreateCube();
   // Adds the iterator's current case.
   void AddNewCase();
-  TableMetadata* GetTableMetaData();
+  TableMetadata* GetTableMetaData() { return &metadata_; }
   // The aggregators of the table's cubes. The caller owns them from then on.
   std::vector<CubeAggregator*> GetCubeAggregators();
 
   Impl& impl() { return *impl_; }
 
  private:
-  std::unique_ptr<Impl> impl_;
+  friend class AggregationCube;
+  // What AddNewCase needs, in the table itself: a pass adds every case to
+  // every table, and each pointer followed there is a likely cache miss.
+  VELA_InputCaseIterator& cases_;
+  codebook::aggregate::CubeState* state_ = nullptr;  // the cube's
   TableMetadata metadata_;
+  std::unique_ptr<Impl> impl_;
 };
