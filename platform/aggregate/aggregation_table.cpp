@@ -6,13 +6,14 @@
 
 #include "platform/aggregate/cube_state.h"
 #include "platform/aggregate/dimension.h"
+#include "platform/aggregate/hot_arena.h"
 
 using codebook::aggregate::CubeAggregatorImpl;
 using codebook::aggregate::CubeState;
 
 class AggregationCube::Impl {
  public:
-  explicit Impl(AggregationTable& owner) : table(owner), state(std::make_shared<CubeState>(owner.cases_)) {}
+  explicit Impl(AggregationTable& owner) : table(owner), state(std::shared_ptr<CubeState>(new CubeState(owner.cases_))) {}
   AggregationTable& table;
   std::shared_ptr<CubeState> state;
 };
@@ -52,6 +53,11 @@ void AggregationCube::AddCategoryAndTotalStatistics(const std::vector<Aggregatio
 }
 
 // ---- AggregationTable ----
+
+// Tables are made one after another and visited in that order on every
+// case: they share the storage that keeps such objects side by side.
+void* AggregationTable::operator new(std::size_t bytes) { return codebook::aggregate::AllocateHot(bytes); }
+void AggregationTable::operator delete(void* p) noexcept { codebook::aggregate::ReleaseHot(p); }
 
 AggregationTable::AggregationTable(VELA_InputCaseIterator& cases, bool /*layered*/, bool /*keepCategories*/,
                                    int /*layer*/)

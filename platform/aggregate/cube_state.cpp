@@ -25,8 +25,7 @@ void CubeState::AddScaleStatistics(const std::vector<AggregationStatistic>& stat
     // Statistics may come after the first case; their variable then starts
     // from the cases that follow.
     if (bound_ && s.GetVarIndex() >= 0 && ScaleFor(s.GetVarIndex()) == nullptr) {
-      scales_.emplace_back(s.GetVarIndex());
-      scales_.back().Bind(cases_);
+      NewScale(s.GetVarIndex()).Bind(cases_);
     }
   }
 }
@@ -41,14 +40,27 @@ void CubeState::Bind() {
   bound_ = true;
   if (dimensionImpl_ != nullptr) dimensionImpl_->EnsureBound();
   for (const AggregationStatistic& s : scaleStatistics_) {
-    if (s.GetVarIndex() >= 0 && ScaleFor(s.GetVarIndex()) == nullptr) scales_.emplace_back(s.GetVarIndex());
+    if (s.GetVarIndex() >= 0 && ScaleFor(s.GetVarIndex()) == nullptr) NewScale(s.GetVarIndex()).Bind(cases_);
   }
-  for (ScaleAccumulator& s : scales_) s.Bind(cases_);
 }
 
 ScaleAccumulator* CubeState::ScaleFor(int varIndex) {
-  auto it = std::find_if(scales_.begin(), scales_.end(), [&](const auto& s) { return s.varIndex() == varIndex; });
-  return it == scales_.end() ? nullptr : &*it;
+  if (firstScale_ && firstScale_->varIndex() == varIndex) return firstScale_.get();
+  for (auto& s : moreScales_) {
+    if (s->varIndex() == varIndex) return s.get();
+  }
+  return nullptr;
+}
+
+ScaleAccumulator& CubeState::NewScale(int varIndex) {
+  auto scale = std::make_unique<ScaleAccumulator>(varIndex);
+  ScaleAccumulator& added = *scale;
+  if (!firstScale_) {
+    firstScale_ = std::move(scale);
+  } else {
+    moreScales_.push_back(std::move(scale));
+  }
+  return added;
 }
 
 double CubeState::ScaleValue(const AggregationStatistic& statistic) {

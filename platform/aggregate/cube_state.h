@@ -12,12 +12,13 @@
 #include "host/data/case_iterator.h"
 #include "platform/aggregate/compensated_sum.h"
 #include "platform/aggregate/dimension.h"
+#include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/scale_accumulator.h"
 #include "platform/aggregate/variable_dimension.h"
 
 namespace codebook::aggregate {
 
-class CubeState {
+class CubeState : public HotStorage {
  public:
   explicit CubeState(const VELA_InputCaseIterator& cases) : cases_(cases) {}
   ~CubeState();
@@ -39,7 +40,10 @@ class CubeState {
     } else if (dimensionImpl_ != nullptr) {
       dimensionImpl_->Add(cells, weight);
     }
-    for (ScaleAccumulator& s : scales_) s.Add(cells, weight);
+    if (firstScale_) {
+      firstScale_->Add(cells, weight);
+      for (auto& s : moreScales_) s->Add(cells, weight);
+    }
   }
 
   // The values of the cell that `selection` addresses, or null.
@@ -50,6 +54,7 @@ class CubeState {
  private:
   void Bind();
   ScaleAccumulator* ScaleFor(int varIndex);
+  ScaleAccumulator& NewScale(int varIndex);
   double ScaleValue(const AggregationStatistic& statistic);
 
   // What AddCase touches comes first, within one cache line: with many
@@ -59,7 +64,10 @@ class CubeState {
   VariableDimension* variable_ = nullptr;  // the dimension, when it is over one variable
   AggregationVariable::Impl* dimensionImpl_ = nullptr;
   CompensatedSum total_;                  // W: weight of every case passed
-  std::vector<ScaleAccumulator> scales_;  // one per variable of the scale statistics
+  // One per variable of the scale statistics; tables have one at most, held
+  // without a vector's extra indirection.
+  std::unique_ptr<ScaleAccumulator> firstScale_;
+  std::vector<std::unique_ptr<ScaleAccumulator>> moreScales_;
   TableDimension* tableDimension_ = nullptr;
   std::unique_ptr<AggregationVariable> dimension_;
   std::vector<AggregationStatistic> scaleStatistics_;

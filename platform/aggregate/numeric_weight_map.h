@@ -70,10 +70,12 @@ class NumericWeightMap {
     }
   }
 
-  // Starts loading the slot where `value` would be looked for, so that a
-  // caller with many values at hand overlaps the cache misses.
-  void Prefetch(double value) const {
-    if (!sorted_) __builtin_prefetch(&slots_[ReduceRange(HashDouble(value), slots_.size())]);
+  // Where `value` would be looked for first: a caller with many values at
+  // hand prefetches it to overlap the cache misses. (The prefetch itself is
+  // the caller's: a function made only of a prefetch looks free of effects
+  // to the optimiser, and its calls get dropped.)
+  const void* SlotAddress(double value) const {
+    return sorted_ ? nullptr : slots_.data() + ReduceRange(HashDouble(value), slots_.size());
   }
 
   const Entry* Find(double value) const {

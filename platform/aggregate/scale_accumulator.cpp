@@ -1,10 +1,15 @@
 #include "platform/aggregate/scale_accumulator.h"
 
+#include <atomic>
 #include <cmath>
 
 #include "platform/aggregate/cell_values.h"
 
 namespace codebook::aggregate {
+
+namespace {
+std::atomic<std::size_t> batchBytes{0};  // held by the batches of all accumulators
+}  // namespace
 
 void ScaleAccumulator::Bind(const VELA_InputCaseIterator& cases) {
   variable_ = cases.GetVariable(varIndex_);
@@ -14,15 +19,31 @@ void ScaleAccumulator::Bind(const VELA_InputCaseIterator& cases) {
   } else {
     mode_ = variable_->GetType() <= 0 ? Mode::kNumeric : Mode::kString;
   }
-  if (mode_ == Mode::kNumeric && !batch_) batch_ = std::make_unique<Batched[]>(kBatch);
+  if (mode_ == Mode::kNumeric && batch_ == nullptr) {
+    constexpr std::size_t bytes = kBatch * sizeof(Batched);
+    if (batchBytes.fetch_add(bytes) + bytes <= kBatchBudget) {
+      batch_ = static_cast<Batched*>(AllocateHot(bytes));
+    } else {
+      batchBytes.fetch_sub(bytes);
+    }
+  }
+}
+
+ScaleAccumulator::~ScaleAccumulator() {
+  if (batch_ != nullptr) {
+    ReleaseHot(batch_);
+    batchBytes.fetch_sub(kBatch * sizeof(Batched));
+  }
 }
 
 void ScaleAccumulator::Flush() {
   if (batched_ == 0) return;
   ++generation_;
-  constexpr std::size_t kAhead = 8;
+  constexpr std::size_t kAhead = 16;
   for (std::size_t i = 0; i < batched_; ++i) {
-    if (i + kAhead < batched_ && !runs_) values_.Prefetch(NumericKey(batch_[i + kAhead].value));
+    if (i + kAhead < batched_ && !runs_) {
+      if (const void* slot = values_.SlotAddress(NumericKey(batch_[i + kAhead].value))) __builtin_prefetch(slot);
+    }
     AddNumber(batch_[i].value, batch_[i].weight);
   }
   batched_ = 0;

@@ -9,6 +9,7 @@
 
 #include "host/data/case_iterator.h"
 #include "platform/aggregate/cell_values.h"
+#include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/numeric_weight_map.h"
 #include "platform/aggregate/small_integer_counts.h"
 #include "platform/aggregate/sorted_runs.h"
@@ -16,9 +17,12 @@
 
 namespace codebook::aggregate {
 
-class ScaleAccumulator {
+class ScaleAccumulator : public HotStorage {
  public:
   explicit ScaleAccumulator(int varIndex) : varIndex_(varIndex) {}
+  ~ScaleAccumulator();
+  ScaleAccumulator(const ScaleAccumulator&) = delete;
+  ScaleAccumulator& operator=(const ScaleAccumulator&) = delete;
 
   int varIndex() const { return varIndex_; }
   void Bind(const VELA_InputCaseIterator& cases);
@@ -29,8 +33,13 @@ class ScaleAccumulator {
         // Values are gathered and counted a batch at a time, so that the
         // distinct values of one variable are in cache while they are
         // counted, however many tables the pass feeds.
-        batch_[batched_] = {cells[offset_].d, weight};
-        if (++batched_ == kBatch) Flush();
+        if (batch_ != nullptr) {
+          batch_[batched_] = {cells[offset_].d, weight};
+          if (++batched_ == kBatch) Flush();
+        } else {
+          ++generation_;
+          AddNumber(cells[offset_].d, weight);
+        }
         break;
       case Mode::kString:
         AddString(cells + offset_, weight);
@@ -54,7 +63,11 @@ class ScaleAccumulator {
     double value;
     double weight;
   };
-  static constexpr std::size_t kBatch = 256;
+  static constexpr std::size_t kBatch = 1024;
+  // Batches of all accumulators together stay under this; past it an
+  // accumulator counts each value as it comes (a file with thousands of
+  // scale variables gains little from batching, and would pay in memory).
+  static constexpr std::size_t kBatchBudget = std::size_t{16} << 20;
   void Flush();
   void AddNumber(double x, double weight) {
     if (IsSystemMissing(x)) {
@@ -96,7 +109,7 @@ class ScaleAccumulator {
   int varIndex_;
   Mode mode_ = Mode::kUnknownVariable;
   std::size_t batched_ = 0;
-  std::unique_ptr<Batched[]> batch_;  // kBatch values, for a numeric variable
+  Batched* batch_ = nullptr;  // kBatch values, for a numeric variable, when the budget allows
   const VELA_Variable* variable_ = nullptr;
   int offset_ = -1;
   NumericWeightMap<> values_;

@@ -7,13 +7,14 @@
 #include <vector>
 
 #include "platform/aggregate/dimension.h"
+#include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/numeric_weight_map.h"
 #include "platform/aggregate/small_integer_counts.h"
 #include "platform/aggregate/string_weight_map.h"
 
 namespace codebook::aggregate {
 
-class VariableDimension final : public AggregationVariable::Impl, public TableDimension {
+class VariableDimension final : public AggregationVariable::Impl, public TableDimension, public HotStorage {
  public:
   VariableDimension(int varIndex, std::string name);
   ~VariableDimension() override;

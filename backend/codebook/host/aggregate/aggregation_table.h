@@ -3,6 +3,7 @@
 // statistics over all cases.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -66,6 +67,8 @@ class HOST_API AggregationTable {
   ~AggregationTable();
   AggregationTable(const AggregationTable&) = delete;
   AggregationTable& operator=(const AggregationTable&) = delete;
+  static void* operator new(std::size_t bytes);
+  static void operator delete(void* p) noexcept;
 
   // The table's cube, owned by the table.
   AggregationCube* CreateCube();
