@@ -1,8 +1,10 @@
 #include "platform/data/sav/read_dataset.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "platform/data/data_error.h"
+#include "platform/data/read_ahead_stream.h"
 #include "platform/data/sav/byte_source.h"
 #include "platform/data/sav/dictionary_decoder.h"
 #include "platform/data/sav/raw_dictionary.h"
@@ -10,6 +12,8 @@
 
 namespace codebook::data {
 namespace {
+
+constexpr std::uint64_t kReadAheadFrom = 1 << 20;  // bytes of case data
 
 ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions& options,
                 std::optional<std::string> fileSpec) {
@@ -49,8 +53,12 @@ ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions
     }
   }
   // A file without variables has no cases whatever its data section holds.
-  auto factory = [source, plan]() -> std::unique_ptr<CaseStream> {
-    return sav::OpenSavCases(source, plan);
+  // Files with more than a little data are decoded on a second thread while
+  // the procedure reads; a small one is not worth the thread.
+  const bool readAhead = source->Size() - std::min(source->Size(), plan->dataOffset) >= kReadAheadFrom;
+  auto factory = [source, plan, readAhead]() -> std::unique_ptr<CaseStream> {
+    std::unique_ptr<CaseStream> cases = sav::OpenSavCases(source, plan);
+    return readAhead ? ReadAhead(std::move(cases), plan->cellsPerCase) : std::move(cases);
   };
   ReadResult result;
   result.info = decoded.info;

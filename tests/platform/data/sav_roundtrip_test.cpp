@@ -10,6 +10,7 @@
 #include <sstream>
 #include <string>
 
+#include "platform/data/data_error.h"
 #include "platform/data/dataset_builder.h"
 #include "platform/data/sav/read_dataset.h"
 #include "platform/data/sav/write_dataset.h"
@@ -289,6 +290,41 @@ TEST(RoundTripFixturesTest, FixturesSurviveRewriting) {
       for (const auto& w : again.warnings) ADD_FAILURE() << name << ": " << w;
       EXPECT_EQ(expected, Describe(*again.dataset)) << name << " layout " << static_cast<int>(c);
       EXPECT_TRUE(bytes == WriteDatasetBytes(*again.dataset, options)) << name;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace codebook::data
+
+namespace codebook::data {
+namespace {
+
+// Files with more than a megabyte of cases are decoded on a second thread.
+// A large file cut inside a case must deliver the same cases and the same
+// error, at the same case number, as a small one does.
+TEST(RoundTripFileTest, LargeFileCutInsideACaseFailsAtTheSameCase) {
+  DatasetBuilder builder;
+  builder.Numeric("id").Numeric("x");
+  std::vector<Row> rows;
+  for (int c = 0; c < 200000; ++c) rows.push_back({Value(static_cast<double>(c)), Value(c * 0.5)});
+  auto ds = builder.Cases(std::move(rows)).Build();
+  for (auto compression : {FileCompression::kNone, FileCompression::kBytecode}) {
+    std::vector<std::uint8_t> bytes = WriteDatasetBytes(*ds, Options(compression));
+    ASSERT_GT(bytes.size(), std::size_t{2} << 20);
+    bytes.resize(bytes.size() - (compression == FileCompression::kNone ? 4 : bytes.size() / 3));
+    ReadResult read = ReadDatasetBytes(bytes, "cut.sav");
+    auto cases = read.dataset->OpenCases();
+    long c = 0;
+    try {
+      while (const OBS* row = cases->Next()) {
+        ASSERT_EQ(row[0].d, static_cast<double>(c));
+        ++c;
+      }
+      FAIL() << "no error after " << c << " cases";
+    } catch (const DataError& e) {
+      EXPECT_GT(c, 0);
+      EXPECT_NE(std::string(e.what()).find("case " + std::to_string(c + 1)), std::string::npos) << e.what();
     }
   }
 }
