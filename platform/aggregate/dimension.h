@@ -74,8 +74,9 @@ class AggregationVariable::Impl {
     return categories_.view();
   }
   void AddTotal(codebook::aggregate::CategoryList& list, double weight) const;
-  // What Add does before AddCase, for kinds that take cases without it.
-  void NoteNewCase() { ++generation_; }
+  // What Add does before AddCase, for kinds that take cases without it and
+  // note them when asked for their categories.
+  void NoteNewCase() const { ++generation_; }
 
   const std::string& name() const { return name_; }
   const VELA_InputCaseIterator* cases() const { return cases_; }
@@ -88,7 +89,7 @@ class AggregationVariable::Impl {
   bool excludeUserMissing_ = true;
   const VELA_InputCaseIterator* cases_ = nullptr;
   mutable bool bound_ = false;
-  std::uint64_t generation_ = 0;
+  mutable std::uint64_t generation_ = 0;
   mutable codebook::aggregate::CategoryList categories_;
 };
 

@@ -24,7 +24,7 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   // Add() for a caller that knows the kind: a code already met, the usual
   // case of a categorical variable, costs a handful of instructions.
   void AddDirect(const OBS* cells, double weight) {
-    NoteNewCase();
+    ++casesAdded_;  // beside the counts, where Add's own counter is a line away
     if (mode_ == Mode::kNumeric && !restricted_) {
       total_ += weight;
       const int k = SmallIntegerCounts::IndexOf(cells[offset_].d);
@@ -45,6 +45,10 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
 
   std::size_t GetCategoryCount() const override;
   const std::vector<const AggregationCategory*>& GetCategories() const override {
+    if (casesNoted_ != casesAdded_) {
+      casesNoted_ = casesAdded_;
+      NoteNewCase();
+    }
     return CurrentCategories();
   }
 
@@ -73,14 +77,16 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   double& OnNewSmall(int k, const OBS* cell);
   void OnNewString(StringWeightMap::Entry& entry, const OBS* cells);
 
-  // What a case touches first.
+  // What a case and the early stop's question touch, together.
   Mode mode_ = Mode::kUnknownVariable;
   bool restricted_ = false;
   int offset_ = -1;
   double total_ = 0.0;
-  SmallIntegerCounts small_;  // the integer codes 0..255 of a dimension that is not restricted
+  std::uint64_t casesAdded_ = 0;  // by AddDirect
   std::size_t categoryCount_ = 0;
   double sysmisWeight_ = 0.0;
+  SmallIntegerCounts small_;  // the integer codes 0..255 of a dimension that is not restricted
+  mutable std::uint64_t casesNoted_ = 0;
 
   int varIndex_;
   const VELA_Variable* variable_ = nullptr;
