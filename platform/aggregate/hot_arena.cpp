@@ -40,9 +40,8 @@ void* AllocateHot(std::size_t bytes) {
   if (current == nullptr || current->used + need > kChunkBytes) {
     void* memory = ::operator new(kChunkBytes, std::align_val_t{kAlign});
     Chunk* fresh = new (memory) Chunk{kChunkHeader, 0};
-    // The chunk being filled stays alive even when empty; the previous one
-    // goes once its last object does.
-    if (current != nullptr && current->live == 0) ::operator delete(current, std::align_val_t{kAlign});
+    // The previous chunk goes once its last object does (it has some: an
+    // empty chunk is freed as soon as it empties).
     current = fresh;
   }
   auto* header = reinterpret_cast<Header*>(reinterpret_cast<std::uint8_t*>(current) + current->used);
@@ -62,11 +61,10 @@ void ReleaseHot(void* p) noexcept {
   }
   std::lock_guard lock(mutex);
   if (--chunk->live == 0) {
-    if (chunk == current) {
-      chunk->used = kChunkHeader;  // empty: reuse from the start
-    } else {
-      ::operator delete(chunk, std::align_val_t{kAlign});
-    }
+    // An empty chunk goes at once, the current one too: nothing may outlive
+    // the last table (the library holding `current` can be unloaded).
+    if (chunk == current) current = nullptr;
+    ::operator delete(chunk, std::align_val_t{kAlign});
   }
 }
 

@@ -171,10 +171,11 @@ TEST(ScaleTable, BatchedAndUnbatchedTablesAgree) {
   for (int v = 0; v < kVariables; ++v) builder.Numeric("x" + std::to_string(v)).MissingDiscrete({-1});
   std::vector<data::Row> rows;
   for (int c = 0; c < 3000; ++c) {
-    data::Row row(kVariables, data::Value(0.0));
+    data::Row row;
+    row.reserve(kVariables);
     for (int v = 0; v < kVariables; ++v) {
       const int k = (c * 37 + v * 11) % 500;
-      row[static_cast<std::size_t>(v)] = data::Value(k == 0 ? kSysmis : k == 1 ? -1.0 : k * 0.5);
+      row.emplace_back(k == 0 ? kSysmis : k == 1 ? -1.0 : k * 0.5);
     }
     rows.push_back(std::move(row));
   }
