@@ -30,7 +30,7 @@ void CategorySetDimension::Bind(const VELA_InputCaseIterator& cases) {
 }
 
 void CategorySetDimension::AddCase(const OBS* cells, double weight) {
-  total_ += weight;
+  total_.Add(weight);
   bool any = false;
   if (stringValues_) {
     caseStrings_.clear();
@@ -91,7 +91,7 @@ void CategorySetDimension::BuildCategories(CategoryList& list) const {
                                           ValueLabelOf(m.variable, &cell), e.weight, false));
     }
   }
-  if (!noTotal()) AddTotal(list, total_);
+  if (!noTotal()) AddTotal(list, total_.Value());
 }
 
 }  // namespace codebook::aggregate

@@ -19,6 +19,7 @@ class CategorySetDimension final : public AggregationVariable::Impl, public Tabl
   ~CategorySetDimension() override;
 
   double MissingWeight() const override { return noValueWeight_; }
+  double TotalWeight() const override { return total_.Value(); }
   TableDimension& Dimension() override { return *this; }
   std::size_t GetCategoryCount() const override { return stringValues_ ? strings_.size() : numbers_.size(); }
   const std::vector<const AggregationCategory*>& GetCategories() const override {
@@ -43,7 +44,7 @@ class CategorySetDimension final : public AggregationVariable::Impl, public Tabl
   // The values met in the current case, so a value counts once per case.
   std::vector<double> caseNumbers_;
   std::vector<std::string_view> caseStrings_;
-  double total_ = 0.0;
+  CompensatedSum total_;
   double noValueWeight_ = 0.0;
 };
 

@@ -34,11 +34,12 @@ class CubeState : public HotStorage {
   // One case of positive weight.
   void AddCase(const OBS* cells, double weight) {
     if (!bound_) Bind();
-    total_.Add(weight);
     if (variable_ != nullptr) {
       variable_->AddDirect(cells, weight);  // the common kind, without a virtual call
     } else if (dimensionImpl_ != nullptr) {
       dimensionImpl_->Add(cells, weight);
+    } else {
+      total_.Add(weight);  // a dimension keeps the total itself
     }
     if (firstScale_) {
       firstScale_->Add(cells, weight);
@@ -49,7 +50,7 @@ class CubeState : public HotStorage {
   // The values of the cell that `selection` addresses, or null.
   const StatValues* Values(const std::vector<const AggregationCategory*>& selection, StatValues& out);
 
-  double TotalWeight() const { return total_.Value(); }
+  double TotalWeight() const { return dimensionImpl_ != nullptr ? dimensionImpl_->TotalWeight() : total_.Value(); }
 
  private:
   void Bind();
@@ -63,7 +64,7 @@ class CubeState : public HotStorage {
   bool bound_ = false;
   VariableDimension* variable_ = nullptr;  // the dimension, when it is over one variable
   AggregationVariable::Impl* dimensionImpl_ = nullptr;
-  CompensatedSum total_;                  // W: weight of every case passed
+  CompensatedSum total_;  // W, when there is no dimension to keep it
   // One per variable of the scale statistics; tables have one at most, held
   // without a vector's extra indirection.
   std::unique_ptr<ScaleAccumulator> firstScale_;

@@ -58,7 +58,7 @@ bool DichotomySetDimension::Holds(const SetMember& m, const OBS* cells) const {
 }
 
 void DichotomySetDimension::AddCase(const OBS* cells, double weight) {
-  total_ += weight;
+  total_.Add(weight);
   bool any = false;
   for (std::size_t i = 0; i < members_.size(); ++i) {
     if (!Holds(members_[i], cells)) continue;
@@ -86,7 +86,7 @@ void DichotomySetDimension::BuildCategories(CategoryList& list) const {
     list.Add(std::make_unique<Category>(owner(), m.varIndex, std::vector<OBS>{}, std::move(label), counts_[i],
                                         false));
   }
-  if (!noTotal()) AddTotal(list, total_);
+  if (!noTotal()) AddTotal(list, total_.Value());
 }
 
 }  // namespace codebook::aggregate

@@ -17,6 +17,7 @@ class DichotomySetDimension final : public AggregationVariable::Impl, public Tab
   ~DichotomySetDimension() override;
 
   double MissingWeight() const override { return noneWeight_; }
+  double TotalWeight() const override { return total_.Value(); }
   TableDimension& Dimension() override { return *this; }
   std::size_t GetCategoryCount() const override { return heldCount_; }
   const std::vector<const AggregationCategory*>& GetCategories() const override {
@@ -44,7 +45,7 @@ class DichotomySetDimension final : public AggregationVariable::Impl, public Tab
   std::vector<double> counts_;
   std::vector<bool> held_;
   std::size_t heldCount_ = 0;
-  double total_ = 0.0;
+  CompensatedSum total_;
   double noneWeight_ = 0.0;
 };
 

@@ -14,6 +14,7 @@
 #include "host/data/case_iterator.h"
 #include "host/data/obs.h"
 #include "platform/aggregate/category.h"
+#include "platform/aggregate/compensated_sum.h"
 
 class AggregationVariable::Impl {
  public:
@@ -43,6 +44,9 @@ class AggregationVariable::Impl {
   }
   // Weight of the cases that count as missing (statistic 198).
   virtual double MissingWeight() const = 0;
+  // Weight of every case passed (W): the table's total, kept by the
+  // dimension so that a case adds it once.
+  virtual double TotalWeight() const = 0;
   virtual TableDimension& Dimension() = 0;
 
   // The identity that this dimension's categories carry.

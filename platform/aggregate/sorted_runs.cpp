@@ -64,12 +64,6 @@ SortedRuns::SortedRuns(std::span<const Entry> sorted) {
   pending_.reserve(kBuffer);
 }
 
-std::size_t SortedRuns::size() const {
-  std::size_t n = pending_.size();
-  for (const auto& run : runs_) n += run.size();
-  return n;
-}
-
 std::span<Entry> SortedRuns::Sorted() {
   Seal();
   while (runs_.size() > 1) MergeLastTwo();

@@ -30,7 +30,6 @@ class SortedRuns {
 
   // Every entry, sorted and distinct.
   std::span<Entry> Sorted();
-  std::size_t size() const;  // an upper bound until Sorted()
 
  private:
   // Small enough that the buffers of several continuous variables stay in

@@ -75,23 +75,16 @@ void VariableDimension::Bind(const VELA_InputCaseIterator& cases) {
   }
 }
 
-void VariableDimension::AddCase(const OBS* cells, double weight) {
-  total_ += weight;
-  switch (mode_) {
-    case Mode::kNumeric:
-      AddNumeric(cells + offset_, weight);
-      break;
-    case Mode::kString:
-      AddString(cells + offset_, weight);
-      break;
-    case Mode::kUnknownVariable:
-      // A variable the dataset does not have holds no value in any case.
-      sysmisWeight_ += weight;
-      break;
+void VariableDimension::AddOther(const OBS* cells, double weight) {
+  if (mode_ == Mode::kString) {
+    AddString(cells + offset_, weight);
+  } else {
+    // A variable the dataset does not have holds no value in any case.
+    sysmisWeight_ += weight;
   }
 }
 
-void VariableDimension::AddNumeric(const OBS* cell, double weight) {
+void VariableDimension::AddNumericSlow(const OBS* cell, double weight) {
   const double x = cell->d;
   if (IsSystemMissing(x)) {
     sysmisWeight_ += weight;
@@ -206,7 +199,7 @@ void VariableDimension::BuildCategories(CategoryList& list) const {
                                           false));
     }
   }
-  if (!noTotal()) AddTotal(list, total_);
+  if (!noTotal()) AddTotal(list, total_.Value());
 }
 
 }  // namespace codebook::aggregate

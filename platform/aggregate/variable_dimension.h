@@ -21,26 +21,14 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
 
   void SetCategories(std::vector<std::unique_ptr<ParsedCategory>> categories) override;
 
-  // Add() for a caller that knows the kind: a code already met, the usual
-  // case of a categorical variable, costs a handful of instructions.
+  // Add() for a caller that knows the kind, without its virtual call.
   void AddDirect(const OBS* cells, double weight) {
     ++casesAdded_;  // beside the counts, where Add's own counter is a line away
-    if (mode_ == Mode::kNumeric && !restricted_) {
-      total_ += weight;
-      const int k = SmallIntegerCounts::IndexOf(cells[offset_].d);
-      if (k >= 0) {
-        if (double* slot = small_.Find(k)) {
-          *slot += weight;
-          return;
-        }
-      }
-      AddNumeric(cells + offset_, weight);
-      return;
-    }
     AddCase(cells, weight);
   }
 
   double MissingWeight() const override;
+  double TotalWeight() const override { return total_.Value(); }
   TableDimension& Dimension() override { return *this; }
 
   std::size_t GetCategoryCount() const override;
@@ -68,10 +56,31 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
 
   void OnAttach(const VELA_InputCaseIterator& cases) override;
   void Bind(const VELA_InputCaseIterator& cases) override;
-  void AddCase(const OBS* cells, double weight) override;
+  void AddCase(const OBS* cells, double weight) override {
+    total_.Add(weight);
+    if (mode_ == Mode::kNumeric) {
+      AddNumeric(cells + offset_, weight);
+    } else {
+      AddOther(cells, weight);
+    }
+  }
   void BuildCategories(CategoryList& list) const override;
 
-  void AddNumeric(const OBS* cell, double weight);
+  // A code already met, the usual case of a categorical variable, costs a
+  // handful of instructions; the rest is out of line.
+  void AddNumeric(const OBS* cell, double weight) {
+    if (!restricted_) {
+      if (const int k = SmallIntegerCounts::IndexOf(cell->d); k >= 0) {
+        if (double* slot = small_.Find(k)) {
+          *slot += weight;
+          return;
+        }
+      }
+    }
+    AddNumericSlow(cell, weight);
+  }
+  void AddNumericSlow(const OBS* cell, double weight);
+  void AddOther(const OBS* cells, double weight);
   void AddString(const OBS* cells, double weight);
   void OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell);
   double& OnNewSmall(int k, const OBS* cell);
@@ -81,7 +90,7 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   Mode mode_ = Mode::kUnknownVariable;
   bool restricted_ = false;
   int offset_ = -1;
-  double total_ = 0.0;
+  CompensatedSum total_;
   std::uint64_t casesAdded_ = 0;  // by AddDirect
   std::size_t categoryCount_ = 0;
   double sysmisWeight_ = 0.0;
