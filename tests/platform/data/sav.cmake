@@ -7,4 +7,5 @@ codebook_add_test(sav_test
     sav_roundtrip_test.cpp
     sav_bytecode_test.cpp
     sav_quirks_test.cpp
+    sav_text_encoding_test.cpp
   LIBS cb_data)
