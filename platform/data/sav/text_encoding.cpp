@@ -2,6 +2,7 @@
 
 #include <iconv.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <stdexcept>
@@ -160,21 +161,53 @@ std::string SanitizeUtf8(std::string_view bytes, bool* damaged) {
   return out;
 }
 
-struct TextDecoder::Iconv {
-  iconv_t cd;
-  explicit Iconv(const std::string& from) : cd(::iconv_open("UTF-8", from.c_str())) {
-    if (cd == reinterpret_cast<iconv_t>(-1)) throw std::runtime_error("unknown encoding " + from);
+// An iconv descriptor and the conversion loop that decoding and encoding
+// share; they differ only in what stands for bytes that cannot be converted.
+class IconvConverter {
+ public:
+  // `encoding` is the side other than UTF-8, named in the error.
+  IconvConverter(const std::string& to, const std::string& from, const std::string& encoding)
+      : cd_(::iconv_open(to.c_str(), from.c_str())) {
+    if (cd_ == reinterpret_cast<iconv_t>(-1)) throw std::runtime_error("unknown encoding " + encoding);
   }
-  ~Iconv() { ::iconv_close(cd); }
-  Iconv(const Iconv&) = delete;
-  Iconv& operator=(const Iconv&) = delete;
+  ~IconvConverter() { ::iconv_close(cd_); }
+  IconvConverter(const IconvConverter&) = delete;
+  IconvConverter& operator=(const IconvConverter&) = delete;
+
+  // Appends the conversion of `in` to `out`. At bytes that cannot be
+  // converted, `onInvalid(rest)` appends what stands for them and returns how
+  // many bytes to skip (at least one). Returns false when `in` ends inside a
+  // character, which is dropped.
+  template <typename OnInvalid>
+  bool Convert(std::string_view in, std::string& out, OnInvalid onInvalid) const {
+    ::iconv(cd_, nullptr, nullptr, nullptr, nullptr);
+    char* p = const_cast<char*>(in.data());
+    std::size_t left = in.size();
+    char buf[1024];
+    while (left > 0) {
+      char* o = buf;
+      std::size_t oLeft = sizeof buf;
+      const std::size_t r = ::iconv(cd_, &p, &left, &o, &oLeft);
+      out.append(buf, static_cast<std::size_t>(o - buf));
+      if (r != static_cast<std::size_t>(-1) || errno == E2BIG) continue;
+      if (errno == EINVAL) return false;
+      const std::size_t skip = std::min(left, std::max<std::size_t>(1, onInvalid(std::string_view(p, left))));
+      p += skip;
+      left -= skip;
+      ::iconv(cd_, nullptr, nullptr, nullptr, nullptr);
+    }
+    return true;
+  }
+
+ private:
+  iconv_t cd_;
 };
 
 TextDecoder::TextDecoder(const std::string& encoding) {
   std::string resolved = ResolveEncodingName(encoding);
   if (resolved.empty()) resolved = encoding;
   utf8_ = resolved == "UTF-8";
-  if (!utf8_) iconv_ = std::make_unique<Iconv>(resolved);
+  if (!utf8_) iconv_ = std::make_unique<IconvConverter>("UTF-8", resolved, resolved);
 }
 TextDecoder::~TextDecoder() = default;
 TextDecoder::TextDecoder(TextDecoder&&) noexcept = default;
@@ -199,41 +232,19 @@ void TextDecoder::DecodeAppend(std::string_view bytes, std::string& out, bool* d
     out += SanitizeUtf8(bytes, damaged);
     return;
   }
-  ::iconv(iconv_->cd, nullptr, nullptr, nullptr, nullptr);
-  char* in = const_cast<char*>(bytes.data());
-  std::size_t inLeft = bytes.size();
-  char buf[1024];
-  while (inLeft > 0) {
-    char* o = buf;
-    std::size_t oLeft = sizeof buf;
-    std::size_t r = ::iconv(iconv_->cd, &in, &inLeft, &o, &oLeft);
-    out.append(buf, static_cast<std::size_t>(o - buf));
-    if (r != static_cast<std::size_t>(-1)) continue;
-    if (errno == E2BIG) continue;
+  const bool whole = iconv_->Convert(bytes, out, [&](std::string_view) {
     if (damaged) *damaged = true;
-    if (errno == EINVAL) break;  // cut off at the end of the field
-    out += kReplacement;         // EILSEQ: skip one byte
-    ++in;
-    --inLeft;
-    ::iconv(iconv_->cd, nullptr, nullptr, nullptr, nullptr);
-  }
+    out += kReplacement;  // one byte at a time
+    return std::size_t{1};
+  });
+  if (!whole && damaged) *damaged = true;  // cut off at the end of the field
 }
-
-struct TextEncoder::Iconv {
-  iconv_t cd;
-  explicit Iconv(const std::string& to) : cd(::iconv_open(to.c_str(), "UTF-8")) {
-    if (cd == reinterpret_cast<iconv_t>(-1)) throw std::runtime_error("unknown encoding " + to);
-  }
-  ~Iconv() { ::iconv_close(cd); }
-  Iconv(const Iconv&) = delete;
-  Iconv& operator=(const Iconv&) = delete;
-};
 
 TextEncoder::TextEncoder(const std::string& encoding) {
   std::string resolved = ResolveEncodingName(encoding);
   if (resolved.empty()) throw std::runtime_error("unknown encoding " + encoding);
   utf8_ = resolved == "UTF-8";
-  if (!utf8_) iconv_ = std::make_unique<Iconv>(resolved);
+  if (!utf8_) iconv_ = std::make_unique<IconvConverter>(resolved, "UTF-8", resolved);
 }
 TextEncoder::~TextEncoder() = default;
 TextEncoder::TextEncoder(TextEncoder&&) noexcept = default;
@@ -242,26 +253,14 @@ TextEncoder& TextEncoder::operator=(TextEncoder&&) noexcept = default;
 std::string TextEncoder::Encode(std::string_view utf8) const {
   if (utf8_) return std::string(utf8);
   std::string out;
-  ::iconv(iconv_->cd, nullptr, nullptr, nullptr, nullptr);
-  char* in = const_cast<char*>(utf8.data());
-  std::size_t inLeft = utf8.size();
-  char buf[1024];
-  while (inLeft > 0) {
-    char* o = buf;
-    std::size_t oLeft = sizeof buf;
-    std::size_t r = ::iconv(iconv_->cd, &in, &inLeft, &o, &oLeft);
-    out.append(buf, static_cast<std::size_t>(o - buf));
-    if (r != static_cast<std::size_t>(-1) || errno == E2BIG) continue;
-    if (errno == EINVAL) break;
+  iconv_->Convert(utf8, out, [&](std::string_view rest) {
     // A character the target lacks (or invalid input): skip the whole
     // UTF-8 sequence and write '?'.
     out += '?';
     std::size_t skip = 1;
-    while (skip < inLeft && (static_cast<unsigned char>(in[skip]) & 0xC0) == 0x80) ++skip;
-    in += skip;
-    inLeft -= skip;
-    ::iconv(iconv_->cd, nullptr, nullptr, nullptr, nullptr);
-  }
+    while (skip < rest.size() && (static_cast<unsigned char>(rest[skip]) & 0xC0) == 0x80) ++skip;
+    return skip;
+  });
   return out;
 }
 

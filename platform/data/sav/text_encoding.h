@@ -27,6 +27,8 @@ bool IsValidUtf8(std::string_view bytes, bool* multibyte = nullptr);
 // Replaces invalid UTF-8 with U+FFFD (a cut trailing sequence is dropped).
 std::string SanitizeUtf8(std::string_view bytes, bool* damaged = nullptr);
 
+class IconvConverter;  // one conversion between UTF-8 and another encoding
+
 // Decodes text of one encoding to UTF-8. Invalid bytes become U+FFFD, a
 // multi-byte character cut off at the end of a field is dropped; `damaged`
 // reports either. Not thread-safe (one per reader or stream).
@@ -44,9 +46,8 @@ class TextDecoder {
   void DecodeAppend(std::string_view bytes, std::string& out, bool* damaged = nullptr) const;
 
  private:
-  struct Iconv;
   bool utf8_ = true;
-  std::unique_ptr<Iconv> iconv_;
+  std::unique_ptr<IconvConverter> iconv_;
 };
 
 // Encodes UTF-8 text into an encoding for the writer; characters the
@@ -62,9 +63,8 @@ class TextEncoder {
   std::string Encode(std::string_view utf8) const;
 
  private:
-  struct Iconv;
   bool utf8_ = true;
-  std::unique_ptr<Iconv> iconv_;
+  std::unique_ptr<IconvConverter> iconv_;
 };
 
 }  // namespace codebook::data::sav
