@@ -4,7 +4,9 @@
 // and a weight, streamed from a generator, one table per variable as the
 // procedure builds them. Prints "name: value unit" lines.
 //
-//   aggregate_bench [cases]
+//   aggregate_bench [cases] [categorical|scale|continuous|strings]
+//
+// The optional kind keeps only that kind's tables, to see what each costs.
 #include <sys/resource.h>
 #include <time.h>
 
@@ -91,19 +93,18 @@ class GeneratedCases final : public ProcDSIterator::Source {
         }
       }
     }
-    current_.resize(static_cast<std::size_t>(cellsPerCase_));
   }
 
   bool Next(CaseRef& out) override {
     if (next_ == cases_) return false;
-    const OBS* row = &pool_[static_cast<std::size_t>((next_ % kPoolRows) * cellsPerCase_)];
-    std::memcpy(current_.data(), row, current_.size() * sizeof(OBS));
+    // The row is handed out in place: copying it would cost more than some
+    // of the tables being measured.
+    OBS* row = &pool_[static_cast<std::size_t>((next_ % kPoolRows) * cellsPerCase_)];
     for (int c = 0; c < kContinuous; ++c) {
-      current_[static_cast<std::size_t>(offsets_[kCategorical + kScale + c])].d =
-          static_cast<double>(next_) * 1.0000001 + c * 0.1;
+      row[offsets_[kCategorical + kScale + c]].d = static_cast<double>(next_) * 1.0000001 + c * 0.1;
     }
-    out.cells = current_.data();
-    out.weight = current_[static_cast<std::size_t>(offsets_[kVariables - 1])].d;
+    out.cells = row;
+    out.weight = row[offsets_[kVariables - 1]].d;
     out.splitGroupEnd = false;
     ++next_;
     return true;
@@ -122,7 +123,6 @@ class GeneratedCases final : public ProcDSIterator::Source {
   std::vector<std::unique_ptr<codebook::data::Variable>> variables_;
   std::vector<int> offsets_;
   std::vector<OBS> pool_;
-  std::vector<OBS> current_;
 };
 
 std::vector<AggregationStatistic> ScaleStatistics(int v) {
@@ -139,13 +139,22 @@ bool IsCategorical(int v) {
   return v < kCategorical || (v >= kCategorical + kScale + kContinuous && v < kVariables - 1);
 }
 
+const char* KindOf(int v) {
+  if (v < kCategorical) return "categorical";
+  if (v < kCategorical + kScale) return "scale";
+  if (v < kCategorical + kScale + kContinuous) return "continuous";
+  return v < kVariables - 1 ? "strings" : "weight";
+}
+
 // One pass; with tables false only the cases are generated (the baseline).
-Timing Pass(std::int64_t cases, bool tables, double* checksum) {
+// `only` names one kind of variable to make tables for (all when empty).
+Timing Pass(std::int64_t cases, bool tables, const std::string& only, double* checksum) {
   ProcDSIterator iterator(std::make_unique<GeneratedCases>(cases));
   std::vector<std::unique_ptr<AggregationTable>> all;
   std::vector<AggregationVariable*> dimensions;
   if (tables) {
     for (int v = 0; v < kVariables; ++v) {
+      if (!only.empty() && KindOf(v) != only) continue;
       auto table = std::make_unique<AggregationTable>(iterator, false, true, -1);
       AggregationCube* cube = table->CreateCube();
       if (IsCategorical(v)) {
@@ -199,20 +208,22 @@ void Print(const char* name, double value, const char* unit) { std::printf("%s: 
 
 int main(int argc, char** argv) {
   const std::int64_t cases = argc > 1 ? std::atoll(argv[1]) : 1'000'000;
-  if (cases <= 0) {
-    std::fprintf(stderr, "usage: aggregate_bench [cases]\n");
+  const std::string only = argc > 2 ? argv[2] : "";
+  if (cases <= 0 || !(only.empty() || only == "categorical" || only == "scale" || only == "continuous" ||
+                      only == "strings")) {
+    std::fprintf(stderr, "usage: aggregate_bench [cases] [categorical|scale|continuous|strings]\n");
     return 2;
   }
   double checksum = 0;
   Timing baseline;
   for (int round = 0; round < 3; ++round) {
-    const Timing t = Pass(cases, false, &checksum);
+    const Timing t = Pass(cases, false, only, &checksum);
     baseline.wall = std::min(baseline.wall, t.wall);
     baseline.cpu = std::min(baseline.cpu, t.cpu);
   }
   Timing full;
   for (int round = 0; round < 2; ++round) {
-    const Timing t = Pass(cases, true, &checksum);
+    const Timing t = Pass(cases, true, only, &checksum);
     full.wall = std::min(full.wall, t.wall);
     full.cpu = std::min(full.cpu, t.cpu);
   }
@@ -223,7 +234,9 @@ int main(int argc, char** argv) {
   Print("aggregate_pass_100_variables", full.cpu * perCase, "ns/case");
   Print("aggregate_pass_100_variables_wall", full.wall * perCase, "ns/case");
   Print("aggregate_tables_only", (full.cpu - baseline.cpu) * perCase, "ns/case");
-  Print("aggregate_per_table_case", (full.cpu - baseline.cpu) * perCase / kVariables, "ns/table-case");
+  int tables = 0;
+  for (int v = 0; v < kVariables; ++v) tables += only.empty() || only == KindOf(v) ? 1 : 0;
+  Print("aggregate_per_table_case", (full.cpu - baseline.cpu) * perCase / tables, "ns/table-case");
   Print("aggregate_peak_rss", static_cast<double>(usage.ru_maxrss) / 1024.0, "MB");
   std::fprintf(stderr, "checksum %g\n", checksum);
   return 0;

@@ -4,7 +4,7 @@
 
 namespace codebook::aggregate {
 
-std::uint64_t HashBytes(std::string_view bytes) {
+std::uint64_t HashLongBytes(std::string_view bytes) {
   std::uint64_t h = 0x9e3779b97f4a7c15ULL ^ bytes.size();
   const char* p = bytes.data();
   std::size_t n = bytes.size();

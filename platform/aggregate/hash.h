@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace codebook::aggregate {
@@ -32,8 +33,48 @@ inline std::uint64_t HashDouble(double value) {
   return (bits ^ (bits >> 29)) * 0x9E3779B97F4A7C15ULL;
 }
 
-// Hash of a byte string, eight bytes at a time.
-std::uint64_t HashBytes(std::string_view bytes);
+// Hash of a byte string longer than 16 bytes, eight bytes at a time.
+std::uint64_t HashLongBytes(std::string_view bytes);
+
+// Hash of a byte string. Most string values are short, and a pass hashes
+// one per case and table: up to 16 bytes take two (overlapping) word loads
+// and no loop. Two strings of one length differ in one of the two words.
+inline std::uint64_t HashBytes(std::string_view bytes) {
+  const std::size_t n = bytes.size();
+  if (n > 16) return HashLongBytes(bytes);
+  const char* p = bytes.data();
+  std::uint64_t a = 0;
+  std::uint64_t b = 0;
+  if (n >= 8) {
+    std::memcpy(&a, p, 8);
+    std::memcpy(&b, p + n - 8, 8);
+  } else if (n >= 4) {
+    std::uint32_t x = 0;
+    std::uint32_t y = 0;
+    std::memcpy(&x, p, 4);
+    std::memcpy(&y, p + n - 4, 4);
+    a = x;
+    b = y;
+  } else if (n > 0) {
+    a = static_cast<unsigned char>(p[0]) | std::uint64_t{static_cast<unsigned char>(p[n / 2])} << 8 |
+        std::uint64_t{static_cast<unsigned char>(p[n - 1])} << 16;
+  }
+  return MixBits((a * 0x9E3779B97F4A7C15ULL) ^ std::rotl(b * 0xC2B2AE3D27D4EB4FULL, 29) ^ n);
+}
+
+// Whether n bytes at a and b are equal; short runs without a library call.
+inline bool EqualBytes(const char* a, const char* b, std::size_t n) {
+  if (n > 16) return std::memcmp(a, b, n) == 0;
+  if (n >= 8) {
+    std::uint64_t a0, a1, b0, b1;
+    std::memcpy(&a0, a, 8);
+    std::memcpy(&b0, b, 8);
+    std::memcpy(&a1, a + n - 8, 8);
+    std::memcpy(&b1, b + n - 8, 8);
+    return ((a0 ^ b0) | (a1 ^ b1)) == 0;
+  }
+  return n == 0 || std::memcmp(a, b, n) == 0;
+}
 
 // Maps a hash onto [0, n) by its high bits: no division, and n need not be a
 // power of two, which lets the maps grow by half instead of doubling.

@@ -1,10 +1,14 @@
-// Distinct strings (without trailing blanks) with their summed weights.
+// Distinct strings with their summed weights. Keys are compared byte for
+// byte; callers decide whether they carry trailing blanks (a variable's
+// values all have its width and keep them, saving the trim on every case).
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <vector>
+
+#include "platform/aggregate/hash.h"
 
 namespace codebook::aggregate {
 
@@ -28,8 +32,19 @@ class StringWeightMap {
   std::size_t size() const { return size_; }
 
   // The entry of `key`, created with zero weight when new.
-  Entry& FindOrInsert(std::string_view key, bool& inserted);
-  const Entry* Find(std::string_view key) const;
+  Entry& FindOrInsert(std::string_view key, bool& inserted) {
+    // Half empty: categorical tables are small, and short probes matter more.
+    if ((size_ + 1) * 2 > slots_.size()) Grow();
+    const std::uint64_t hash = HashBytes(key);
+    Entry& slot = slots_[Probe(hash, key)];
+    inserted = !slot.used;
+    if (inserted) Insert(slot, hash, key);
+    return slot;
+  }
+  const Entry* Find(std::string_view key) const {
+    const Entry& slot = slots_[Probe(HashBytes(key), key)];
+    return slot.used ? &slot : nullptr;
+  }
   Entry* Find(std::string_view key) {
     return const_cast<Entry*>(static_cast<const StringWeightMap*>(this)->Find(key));
   }
@@ -48,7 +63,19 @@ class StringWeightMap {
   std::vector<const Entry*> SortedEntries() const;
 
  private:
-  std::size_t Probe(std::uint64_t hash, std::string_view key) const;
+  std::size_t Probe(std::uint64_t hash, std::string_view key) const {
+    std::size_t i = ReduceRange(hash, slots_.size());
+    while (true) {
+      const Entry& slot = slots_[i];
+      if (!slot.used) return i;
+      if (slot.hash == hash && slot.length == key.size() &&
+          EqualBytes(arena_.data() + slot.offset, key.data(), key.size())) {
+        return i;
+      }
+      if (++i == slots_.size()) i = 0;
+    }
+  }
+  void Insert(Entry& slot, std::uint64_t hash, std::string_view key);
   void Grow();
 
   std::vector<Entry> slots_;

@@ -55,7 +55,7 @@ void VariableDimension::Bind(const VELA_InputCaseIterator& cases) {
       std::memset(cells.data(), ' ', cells.size() * sizeof(OBS));
       std::memcpy(cells.data(), g.cells.data(), std::min(cells.size(), g.cells.size()) * sizeof(OBS));
       bool inserted = false;
-      auto& entry = strings_.FindOrInsert(TrimmedString(cells.data(), width_), inserted);
+      auto& entry = strings_.FindOrInsert(PaddedKey(cells.data()), inserted);
       if (inserted) {
         entry.member = static_cast<std::int32_t>(i);
         entry.missing = variable_->IsMissing(cells.data()) != 0;
@@ -124,7 +124,7 @@ void VariableDimension::OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS
 }
 
 void VariableDimension::AddString(const OBS* cells, double weight) {
-  const std::string_view key = TrimmedString(cells, width_);
+  const std::string_view key = PaddedKey(cells);
   if (restricted_) {
     if (auto* entry = strings_.Find(key)) {
       entry->weight += weight;
@@ -169,7 +169,7 @@ void VariableDimension::BuildCategories(CategoryList& list) const {
       if (mode_ == Mode::kNumeric && !IsSystemMissing(cells[0].d)) {
         if (const auto* e = numbers_.Find(NumericKey(cells[0].d))) weight = e->weight;
       } else if (mode_ == Mode::kString) {
-        if (const auto* e = strings_.Find(TrimmedString(cells.data(), width_))) weight = e->weight;
+        if (const auto* e = strings_.Find(PaddedKey(cells.data()))) weight = e->weight;
       }
       list.Add(std::make_unique<Category>(owner(), varIndex_, cells, ValueLabelOf(variable_, cells.data()),
                                           weight, false));

@@ -82,6 +82,11 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   void AddNumericSlow(const OBS* cell, double weight);
   void AddOther(const OBS* cells, double weight);
   void AddString(const OBS* cells, double weight);
+  // A string value as the map's key: the variable's whole width, trailing
+  // blanks included, so that a case is looked up without trimming it.
+  std::string_view PaddedKey(const OBS* cells) const {
+    return {reinterpret_cast<const char*>(cells), width_};
+  }
   void OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell);
   double& OnNewSmall(int k, const OBS* cell);
   void OnNewString(StringWeightMap::Entry& entry, const OBS* cells);

@@ -118,6 +118,55 @@ TEST(StringWeightMap, KeysByContentAndSortsBytewise) {
   EXPECT_EQ(map.Find("c"), nullptr);
 }
 
+// Short keys hash and compare by whole (overlapping) words: a key that
+// differs from another of its length in any one byte, or only in length,
+// must still be a key of its own.
+TEST(StringWeightMap, KeysDifferingInOneByteAtAnyPositionStayApart) {
+  StringWeightMap map;
+  std::size_t expected = 0;
+  for (std::size_t length = 0; length <= 40; ++length) {
+    const std::string base(length, 'x');
+    bool inserted = false;
+    map.FindOrInsert(base, inserted).weight += 1;
+    EXPECT_TRUE(inserted) << length;
+    ++expected;
+    for (std::size_t at = 0; at < length; ++at) {
+      std::string other = base;
+      other[at] = '\x01';
+      map.FindOrInsert(other, inserted).weight += 2;
+      EXPECT_TRUE(inserted) << length << " " << at;
+      ++expected;
+    }
+  }
+  ASSERT_EQ(map.size(), expected);
+  for (std::size_t length = 0; length <= 40; ++length) {
+    const std::string base(length, 'x');
+    ASSERT_NE(map.Find(base), nullptr);
+    EXPECT_EQ(map.Find(base)->weight, 1.0);
+    if (length > 0) {
+      std::string last = base;
+      last[length - 1] = '\x01';
+      ASSERT_NE(map.Find(last), nullptr);
+      EXPECT_EQ(map.Find(last)->weight, 2.0);
+    }
+  }
+  EXPECT_EQ(map.Find(std::string(41, 'x')), nullptr);
+}
+
+// A variable's values are kept at its full width; they sort as if their
+// trailing blanks were not there, so a blank never sorts above a byte below it.
+TEST(StringWeightMap, BlankPaddedKeysSortAsTrimmed) {
+  StringWeightMap map;
+  bool inserted = false;
+  for (const std::string key : {"ab\x01   ", "ab    ", "a     ", "ab\x01\x01  "}) {
+    ASSERT_EQ(key.size(), 6u);
+    map.FindOrInsert(key, inserted);
+  }
+  std::vector<std::string> order;
+  for (const auto* e : map.SortedEntries()) order.emplace_back(map.Key(*e));
+  EXPECT_EQ(order, (std::vector<std::string>{"a     ", "ab    ", "ab\x01   ", "ab\x01\x01  "}));
+}
+
 TEST(StringWeightMap, GrowsPastManyKeysWithoutLosingAny) {
   StringWeightMap map;
   for (int round = 0; round < 2; ++round) {
