@@ -80,6 +80,7 @@ void ScaleAccumulator::Finish() {
   small_.Clear();
   auto sorted = SortedValues();
   moments_ = ComputeMoments(sorted);
+  percentileBase_ = PercentileBaseOf(sorted);
   userMissingWeight_ = 0.0;
   for (const auto& e : sorted) {
     if (std::signbit(e.weight)) userMissingWeight_ -= e.weight;
@@ -118,7 +119,7 @@ const Moments& ScaleAccumulator::GetMoments() {
 double ScaleAccumulator::Percentile(double percent) {
   Finish();
   if (mode_ != Mode::kNumeric) return kSysmis;
-  return WeightedPercentile(SortedValues(), percent);
+  return WeightedPercentile(SortedValues(), percent, percentileBase_);
 }
 
 }  // namespace codebook::aggregate

@@ -120,6 +120,7 @@ class ScaleAccumulator : public HotStorage {
   std::uint64_t generation_ = 0;
   std::uint64_t finished_ = ~std::uint64_t{0};
   Moments moments_;
+  PercentileBase percentileBase_;
   double userMissingWeight_ = 0.0;
 };
 

@@ -75,6 +75,14 @@ void SortedRuns::Seal() {
   if (pending_.empty()) return;
   SortByValue(pending_, scratch_);
   pending_.resize(CombineEqual(pending_));
+  if (!runs_.empty() && !runs_.back().empty() && runs_.back().back().value < pending_.front().value) {
+    // Values in order (times, running numbers) extend the last run, which
+    // grows like any vector: each value is copied about twice in all rather
+    // than once per merge level.
+    runs_.back().insert(runs_.back().end(), pending_.begin(), pending_.end());
+    pending_.clear();
+    return;
+  }
   runs_.push_back(std::move(pending_));
   pending_ = std::vector<Entry>();
   pending_.reserve(kBuffer);

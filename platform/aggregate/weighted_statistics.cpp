@@ -1,6 +1,8 @@
 #include "platform/aggregate/weighted_statistics.h"
 
 #include <cmath>
+#include <optional>
+#include <utility>
 
 #include "host/data/obs.h"
 #include "platform/aggregate/compensated_sum.h"
@@ -75,43 +77,55 @@ Moments ComputeMoments(std::span<const WeightedValue> sorted) {
 
 namespace {
 
-// x(k) of the percentile definition. The cumulative weights are summed in
-// order, and W is their final sum, so "k >= W" and "C_j >= k" agree.
-double ValueAtRank(std::span<const WeightedValue> sorted, double least, double greatest, double total,
-                   double k) {
-  if (k < 1.0) return least;
-  if (k >= total) return greatest;
+// x(k) and x(k + 1) of the percentile definition, in one scan. The
+// cumulative weights are summed in order, and W is their final sum, so
+// "k >= W" and "C_j >= k" agree.
+std::pair<double, double> ValuesAtRanks(std::span<const WeightedValue> sorted, const PercentileBase& base,
+                                        double k) {
+  const auto edge = [&](double rank) {
+    return rank < 1.0 ? std::optional<double>(base.least)
+                      : rank >= base.total ? std::optional<double>(base.greatest) : std::nullopt;
+  };
+  std::optional<double> low = edge(k);
+  std::optional<double> high = edge(k + 1.0);
   double cumulative = 0.0;
   for (const WeightedValue& e : sorted) {
+    if (low && high) break;
     if (!Counts(e)) continue;
     cumulative += e.weight;
-    if (cumulative >= k) return e.value;
+    if (!low && cumulative >= k) low = e.value;
+    if (!high && cumulative >= k + 1.0) high = e.value;
   }
-  return greatest;
+  return {low.value_or(base.greatest), high.value_or(base.greatest)};
 }
 
 }  // namespace
 
-double WeightedPercentile(std::span<const WeightedValue> sorted, double percent) {
-  if (!std::isfinite(percent)) return kSysmis;
-  double total = 0.0;
-  const WeightedValue* least = nullptr;
-  const WeightedValue* greatest = nullptr;
+PercentileBase PercentileBaseOf(std::span<const WeightedValue> sorted) {
+  PercentileBase base;
   for (const WeightedValue& e : sorted) {
     if (!Counts(e)) continue;
-    total += e.weight;
-    if (least == nullptr) least = &e;
-    greatest = &e;
+    base.total += e.weight;
+    if (base.empty) base.least = e.value;
+    base.greatest = e.value;
+    base.empty = false;
   }
-  if (least == nullptr || !std::isfinite(total)) return kSysmis;
-  const double t = (total + 1.0) * (percent / 100.0);
+  return base;
+}
+
+double WeightedPercentile(std::span<const WeightedValue> sorted, double percent, const PercentileBase& base) {
+  if (!std::isfinite(percent) || base.empty || !std::isfinite(base.total)) return kSysmis;
+  const double t = (base.total + 1.0) * (percent / 100.0);
   const double k = std::floor(t);
   const double g = t - k;
-  const double low = ValueAtRank(sorted, least->value, greatest->value, total, k);
+  const auto [low, high] = ValuesAtRanks(sorted, base, k);
   if (g == 0.0) return low;
-  const double high = ValueAtRank(sorted, least->value, greatest->value, total, k + 1.0);
   const double result = low + g * (high - low);
   return std::isfinite(result) ? result : kSysmis;
+}
+
+double WeightedPercentile(std::span<const WeightedValue> sorted, double percent) {
+  return WeightedPercentile(sorted, percent, PercentileBaseOf(sorted));
 }
 
 }  // namespace codebook::aggregate

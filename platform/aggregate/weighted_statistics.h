@@ -30,4 +30,16 @@ Moments ComputeMoments(std::span<const WeightedValue> sorted);
 // quantile; with integer weights the same as repeating each case.
 double WeightedPercentile(std::span<const WeightedValue> sorted, double percent);
 
+// What every percentile of one set of values needs first, in one pass: W
+// summed in order, and the least and greatest values. A table asked for
+// several percentiles of a million values computes it once.
+struct PercentileBase {
+  double total = 0.0;
+  double least = 0.0;
+  double greatest = 0.0;
+  bool empty = true;  // no value with a positive weight
+};
+PercentileBase PercentileBaseOf(std::span<const WeightedValue> sorted);
+double WeightedPercentile(std::span<const WeightedValue> sorted, double percent, const PercentileBase& base);
+
 }  // namespace codebook::aggregate
