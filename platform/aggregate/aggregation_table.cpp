@@ -59,9 +59,15 @@ void AggregationCube::AddCategoryAndTotalStatistics(const std::vector<Aggregatio
 void* AggregationTable::operator new(std::size_t bytes) { return codebook::aggregate::AllocateHot(bytes); }
 void AggregationTable::operator delete(void* p) noexcept { codebook::aggregate::ReleaseHot(p); }
 
+namespace {
+// The record of a table without a cube: kGeneral, so AddNewCase never
+// writes to it.
+codebook::aggregate::TableHot noCube;
+}  // namespace
+
 AggregationTable::AggregationTable(VELA_InputCaseIterator& cases, bool /*layered*/, bool /*keepCategories*/,
                                    int /*layer*/)
-    : cases_(cases), impl_(std::make_unique<Impl>()) {}
+    : cases_(cases), hot_(&noCube), impl_(std::make_unique<Impl>()) {}
 
 AggregationTable::~AggregationTable() = default;
 
@@ -69,11 +75,12 @@ AggregationCube* AggregationTable::CreateCube() {
   if (!impl_->cube) {
     impl_->cube = std::make_unique<AggregationCube>(*this);
     state_ = impl_->cube->impl().state.get();
+    hot_ = &state_->hot();
   }
   return impl_->cube.get();
 }
 
-void AggregationTable::AddNewCase() {
+void AggregationTable::AddNewCaseSlow() {
   const double weight = cases_.CaseWeight();
   // Zero, negative, missing (system-missing or NaN) and infinite weights
   // take part in no statistic.

@@ -1,6 +1,8 @@
 #include "platform/aggregate/cube_state.h"
 
 #include <algorithm>
+#include <atomic>
+#include <iterator>
 
 #include "platform/aggregate/category.h"
 #include "platform/aggregate/dimension.h"
@@ -9,14 +11,81 @@ namespace codebook::aggregate {
 
 using Codes = TableEncryptionCodes::StatisticCodes;
 
-CubeState::~CubeState() = default;
+namespace {
+// Values a scale table gathers before counting them: the distinct values of
+// one variable are then in cache while they are counted, however many
+// tables the pass feeds.
+constexpr std::size_t kBatch = 1024;
+// Batches of all tables together stay under this; past it a table counts
+// each value as it comes (a file with thousands of scale variables gains
+// little from batching, and would pay in memory).
+constexpr std::size_t kBatchBudget = std::size_t{16} << 20;
+constexpr std::size_t kBatchBytes = kBatch * sizeof(WeightedCell);
+std::atomic<std::size_t> batchBytes{0};  // held by the batches of all tables
+}  // namespace
+
+CubeState::~CubeState() {
+  if (batch_ != nullptr) {
+    ReleaseHot(batch_);
+    batchBytes.fetch_sub(kBatchBytes);
+  }
+}
 
 void CubeState::SetDimension(std::unique_ptr<AggregationVariable> variable) {
+  // Codes counted in the record belong to the dimension being replaced.
+  hot_.seen = 0;
+  std::fill(std::begin(hot_.counts), std::end(hot_.counts), 0.0);
   dimension_ = std::move(variable);
   dimensionImpl_ = dimension_ ? &dimension_->impl() : nullptr;
   variable_ = dynamic_cast<VariableDimension*>(dimensionImpl_);
   tableDimension_ = dimensionImpl_ != nullptr ? &dimensionImpl_->Dimension() : nullptr;
+  if (variable_ != nullptr) variable_->UseHot(hot_);
   if (dimensionImpl_ != nullptr) dimensionImpl_->Attach(cases_);
+  if (bound_) {
+    if (dimensionImpl_ != nullptr) dimensionImpl_->EnsureBound();
+    ChooseFastPath();
+  }
+}
+
+void CubeState::ChooseFastPath() {
+  FlushValues();
+  hot_.kind = TableHot::kGeneral;
+  if (variable_ != nullptr) {
+    if (!firstScale_ && variable_->CountsCodesInPlace()) {
+      hot_.kind = TableHot::kCodes;
+      hot_.offset = variable_->offset();
+    }
+    return;
+  }
+  if (dimensionImpl_ != nullptr || !firstScale_ || !moreScales_.empty() || !firstScale_->numeric()) return;
+  // A scale variable starts like a categorical one, its codes 0..15 counted
+  // in place; the first other value switches it to batches (see AddCase).
+  firstScale_->CountCodesIn(hot_);
+  hot_.offset = firstScale_->offset();
+  hot_.kind = TableHot::kCodes;
+}
+
+bool CubeState::StartBatches() {
+  if (batch_ == nullptr) {
+    if (batchRefused_) return false;
+    if (batchBytes.fetch_add(kBatchBytes) + kBatchBytes > kBatchBudget) {
+      batchBytes.fetch_sub(kBatchBytes);
+      batchRefused_ = true;
+      return false;
+    }
+    batch_ = static_cast<WeightedCell*>(AllocateHot(kBatchBytes));
+  }
+  hot_.kind = TableHot::kValues;
+  hot_.batch = batch_;
+  hot_.batched = 0;
+  hot_.capacity = kBatch;
+  return true;
+}
+
+void CubeState::FlushValues() {
+  if (hot_.batched == 0) return;
+  firstScale_->AddBatch(hot_.batch, hot_.batched);
+  hot_.batched = 0;
 }
 
 void CubeState::AddScaleStatistics(const std::vector<AggregationStatistic>& statistics) {
@@ -25,7 +94,9 @@ void CubeState::AddScaleStatistics(const std::vector<AggregationStatistic>& stat
     // Statistics may come after the first case; their variable then starts
     // from the cases that follow.
     if (bound_ && s.GetVarIndex() >= 0 && ScaleFor(s.GetVarIndex()) == nullptr) {
+      FlushValues();  // before another scale can change the kind
       NewScale(s.GetVarIndex()).Bind(cases_);
+      ChooseFastPath();
     }
   }
 }
@@ -42,6 +113,7 @@ void CubeState::Bind() {
   for (const AggregationStatistic& s : scaleStatistics_) {
     if (s.GetVarIndex() >= 0 && ScaleFor(s.GetVarIndex()) == nullptr) NewScale(s.GetVarIndex()).Bind(cases_);
   }
+  ChooseFastPath();
 }
 
 ScaleAccumulator* CubeState::ScaleFor(int varIndex) {
@@ -64,6 +136,7 @@ ScaleAccumulator& CubeState::NewScale(int varIndex) {
 }
 
 double CubeState::ScaleValue(const AggregationStatistic& statistic) {
+  FlushValues();
   if (statistic.GetSummaryStatistic() == TableEncryptionCodes::kStatTotalCount) return TotalWeight();
   ScaleAccumulator* scale = ScaleFor(statistic.GetVarIndex());
   if (scale == nullptr) {

@@ -9,8 +9,9 @@
 #include "host/aggregate/aggregation_statistic.h"
 #include "host/aggregate/aggregation_variable.h"
 #include "host/aggregate/cube_aggregator.h"
+#include "host/aggregate/table_hot.h"
 #include "host/data/case_iterator.h"
-#include "platform/aggregate/compensated_sum.h"
+#include "host/aggregate/compensated_sum.h"
 #include "platform/aggregate/dimension.h"
 #include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/scale_accumulator.h"
@@ -22,6 +23,11 @@ class CubeState : public HotStorage {
  public:
   explicit CubeState(const VELA_InputCaseIterator& cases) : cases_(cases) {}
   ~CubeState();
+  CubeState(const CubeState&) = delete;
+  CubeState& operator=(const CubeState&) = delete;
+
+  // The record that the table's AddNewCase reads; the cube's totals live there.
+  TableHot& hot() { return hot_; }
 
   void SetDimension(std::unique_ptr<AggregationVariable> variable);
   AggregationVariable* dimension() const { return dimension_.get(); }
@@ -31,15 +37,25 @@ class CubeState : public HotStorage {
   void AddCategoryStatistics(const std::vector<AggregationStatistic>& category,
                              const std::vector<AggregationStatistic>& total);
 
-  // One case of positive weight.
+  // One case of positive weight that the table's inline path did not take.
   void AddCase(const OBS* cells, double weight) {
     if (!bound_) Bind();
+    hot_.total.Add(weight);
+    ++hot_.cases;
+    if (hot_.kind == TableHot::kValues) {  // the batch is full
+      FlushValues();
+      hot_.batch[hot_.batched++] = {cells[hot_.offset].d, weight};
+      return;
+    }
+    if (hot_.kind == TableHot::kCodes && variable_ == nullptr && !IsCode(cells[hot_.offset].d) && StartBatches()) {
+      // A scale variable with values other than small codes.
+      hot_.batch[hot_.batched++] = {cells[hot_.offset].d, weight};
+      return;
+    }
     if (variable_ != nullptr) {
       variable_->AddDirect(cells, weight);  // the common kind, without a virtual call
     } else if (dimensionImpl_ != nullptr) {
       dimensionImpl_->Add(cells, weight);
-    } else {
-      total_.Add(weight);  // a dimension keeps the total itself
     }
     if (firstScale_) {
       firstScale_->Add(cells, weight);
@@ -50,21 +66,34 @@ class CubeState : public HotStorage {
   // The values of the cell that `selection` addresses, or null.
   const StatValues* Values(const std::vector<const AggregationCategory*>& selection, StatValues& out);
 
-  double TotalWeight() const { return dimensionImpl_ != nullptr ? dimensionImpl_->TotalWeight() : total_.Value(); }
+  double TotalWeight() const { return hot_.total.Value(); }
 
  private:
   void Bind();
+  // Sets the record's kind from what the cube holds; after Bind, and again
+  // when statistics or a dimension arrive later.
+  void ChooseFastPath();
+  // Counts the values waiting in the batch.
+  void FlushValues();
+  // Switches a scale variable's record to batches, if the budget allows.
+  bool StartBatches();
+  static bool IsCode(double x) {
+    const int k = SmallIntegerCounts::IndexOf(x);
+    return k >= 0 && k < TableHot::kCodeSlots;
+  }
   ScaleAccumulator* ScaleFor(int varIndex);
   ScaleAccumulator& NewScale(int varIndex);
   double ScaleValue(const AggregationStatistic& statistic);
 
-  // What AddCase touches comes first, within one cache line: with many
-  // tables each case visits every table's state once, and each miss counts.
+  // What a case touches comes first: with many tables each case visits
+  // every table's state once, and each miss counts.
+  TableHot hot_;
   const VELA_InputCaseIterator& cases_;
   bool bound_ = false;
   VariableDimension* variable_ = nullptr;  // the dimension, when it is over one variable
   AggregationVariable::Impl* dimensionImpl_ = nullptr;
-  CompensatedSum total_;  // W, when there is no dimension to keep it
+  WeightedCell* batch_ = nullptr;  // kBatch values of the scale variable, when the budget allows
+  bool batchRefused_ = false;      // the budget was spent when this table asked
   // One per variable of the scale statistics; tables have one at most, held
   // without a vector's extra indirection.
   std::unique_ptr<ScaleAccumulator> firstScale_;

@@ -14,7 +14,7 @@
 #include "host/data/case_iterator.h"
 #include "host/data/obs.h"
 #include "platform/aggregate/category.h"
-#include "platform/aggregate/compensated_sum.h"
+#include "host/aggregate/compensated_sum.h"
 
 class AggregationVariable::Impl {
  public:

@@ -1,15 +1,10 @@
 #include "platform/aggregate/scale_accumulator.h"
 
-#include <atomic>
 #include <cmath>
 
 #include "platform/aggregate/cell_values.h"
 
 namespace codebook::aggregate {
-
-namespace {
-std::atomic<std::size_t> batchBytes{0};  // held by the batches of all accumulators
-}  // namespace
 
 void ScaleAccumulator::Bind(const VELA_InputCaseIterator& cases) {
   variable_ = cases.GetVariable(varIndex_);
@@ -19,34 +14,27 @@ void ScaleAccumulator::Bind(const VELA_InputCaseIterator& cases) {
   } else {
     mode_ = variable_->GetType() <= 0 ? Mode::kNumeric : Mode::kString;
   }
-  if (mode_ == Mode::kNumeric && batch_ == nullptr) {
-    constexpr std::size_t bytes = kBatch * sizeof(Batched);
-    if (batchBytes.fetch_add(bytes) + bytes <= kBatchBudget) {
-      batch_ = static_cast<Batched*>(AllocateHot(bytes));
-    } else {
-      batchBytes.fetch_sub(bytes);
-    }
-  }
 }
 
-ScaleAccumulator::~ScaleAccumulator() {
-  if (batch_ != nullptr) {
-    ReleaseHot(batch_);
-    batchBytes.fetch_sub(kBatch * sizeof(Batched));
-  }
-}
+ScaleAccumulator::~ScaleAccumulator() = default;
 
-void ScaleAccumulator::Flush() {
-  if (batched_ == 0) return;
+void ScaleAccumulator::AddBatch(const WeightedCell* values, std::size_t n) {
+  if (n == 0) return;
   ++generation_;
   constexpr std::size_t kAhead = 16;
-  for (std::size_t i = 0; i < batched_; ++i) {
-    if (i + kAhead < batched_ && !runs_) {
-      if (const void* slot = values_.SlotAddress(NumericKey(batch_[i + kAhead].value))) __builtin_prefetch(slot);
+  for (std::size_t i = 0; i < n; ++i) {
+    if (i + kAhead < n && !runs_) {
+      if (const void* slot = values_.SlotAddress(NumericKey(values[i + kAhead].value))) __builtin_prefetch(slot);
     }
-    AddNumber(batch_[i].value, batch_[i].weight);
+    AddNumber(values[i].value, values[i].weight);
   }
-  batched_ = 0;
+}
+
+void ScaleAccumulator::NewCode(int k, const OBS* cell) {
+  const auto bit = static_cast<std::uint16_t>(1u << k);
+  if (variable_->IsMissing(cell) != 0) codeMissing_ = static_cast<std::uint16_t>(codeMissing_ | bit);
+  codes_->counts[k] = 0.0;
+  codes_->seen = static_cast<std::uint16_t>(codes_->seen | bit);
 }
 
 void ScaleAccumulator::MarkIfMissing(NumericEntry<NoExtra>& entry, const OBS* cell) {
@@ -64,10 +52,12 @@ void ScaleAccumulator::AddString(const OBS* cells, double weight) {
 }
 
 void ScaleAccumulator::Finish() {
-  Flush();
-  if (finished_ == generation_) return;
-  finished_ = generation_;
-  small_.ForEach([&](double value, double weight, bool missing) {
+  // The table's inline path counts codes without telling the accumulator;
+  // its case count tells.
+  const std::uint64_t now = generation_ + (codes_ != nullptr ? codes_->cases : 0);
+  if (finished_ == now) return;
+  finished_ = now;
+  const auto take = [&](double value, double weight, bool missing) {
     if (runs_) {
       runs_->Add(value, missing ? -weight : weight);
       return;
@@ -76,8 +66,17 @@ void ScaleAccumulator::Finish() {
     auto& entry = values_.FindOrInsert(value, inserted);
     if (inserted && missing) entry.weight = -0.0;
     AddWeight(entry, weight);
-  });
+  };
+  small_.ForEach(take);
   small_.Clear();
+  if (codes_ != nullptr) {
+    // Moved out like small_'s: a later case of a code starts its slot again.
+    for (int k = 0; k < TableHot::kCodeSlots; ++k) {
+      if (((codes_->seen >> k) & 1u) != 0) take(static_cast<double>(k), codes_->counts[k], ((codeMissing_ >> k) & 1u) != 0);
+    }
+    codes_->seen = 0;
+    codeMissing_ = 0;
+  }
   auto sorted = SortedValues();
   moments_ = ComputeMoments(sorted);
   percentileBase_ = PercentileBaseOf(sorted);

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "host/aggregate/table_hot.h"
 #include "host/data/case_iterator.h"
 #include "platform/aggregate/cell_values.h"
 #include "platform/aggregate/hot_arena.h"
@@ -26,20 +27,15 @@ class ScaleAccumulator : public HotStorage {
 
   int varIndex() const { return varIndex_; }
   void Bind(const VELA_InputCaseIterator& cases);
+  // After Bind: whether the variable is numeric, and its cell.
+  bool numeric() const { return mode_ == Mode::kNumeric; }
+  int offset() const { return offset_; }
 
   void Add(const OBS* cells, double weight) {
     switch (mode_) {
       case Mode::kNumeric:
-        // Values are gathered and counted a batch at a time, so that the
-        // distinct values of one variable are in cache while they are
-        // counted, however many tables the pass feeds.
-        if (batch_ != nullptr) {
-          batch_[batched_] = {cells[offset_].d, weight};
-          if (++batched_ == kBatch) Flush();
-        } else {
-          ++generation_;
-          AddNumber(cells[offset_].d, weight);
-        }
+        ++generation_;
+        AddNumber(cells[offset_].d, weight);
         break;
       case Mode::kString:
         AddString(cells + offset_, weight);
@@ -50,6 +46,12 @@ class ScaleAccumulator : public HotStorage {
     }
   }
 
+  // Values of the numeric variable that its table gathered.
+  void AddBatch(const WeightedCell* values, std::size_t n);
+  // The codes 0..15 are counted in the table's record from now on, where
+  // the table's inline path counts them too.
+  void CountCodesIn(TableHot& hot) { codes_ = &hot; }
+
   // Results; the first call after new cases sorts the distinct values.
   double ValidWeight();
   double MissingWeight();
@@ -59,16 +61,6 @@ class ScaleAccumulator : public HotStorage {
  private:
   enum class Mode { kUnknownVariable, kNumeric, kString };
 
-  struct Batched {
-    double value;
-    double weight;
-  };
-  static constexpr std::size_t kBatch = 1024;
-  // Batches of all accumulators together stay under this; past it an
-  // accumulator counts each value as it comes (a file with thousands of
-  // scale variables gains little from batching, and would pay in memory).
-  static constexpr std::size_t kBatchBudget = std::size_t{16} << 20;
-  void Flush();
   void AddNumber(double x, double weight) {
     if (IsSystemMissing(x)) {
       sysmisWeight_ += weight;
@@ -77,6 +69,10 @@ class ScaleAccumulator : public HotStorage {
     OBS cell;
     cell.d = x;
     if (const int k = SmallIntegerCounts::IndexOf(x); k >= 0) {
+      if (codes_ != nullptr && k < TableHot::kCodeSlots) {
+        AddCode(k, &cell, weight);
+        return;
+      }
       double* slot = small_.Find(k);
       if (slot == nullptr) slot = &small_.Insert(k, variable_->IsMissing(&cell) != 0);
       *slot += weight;
@@ -100,6 +96,11 @@ class ScaleAccumulator : public HotStorage {
   // Past this many distinct values the data are continuous: most cases
   // bring a new value, and sorted runs beat hashing in time and memory.
   static constexpr std::size_t kRunsFrom = 1 << 12;
+  void AddCode(int k, const OBS* cell, double weight) {
+    if (((codes_->seen >> k) & 1u) == 0) NewCode(k, cell);
+    codes_->counts[k] += weight;
+  }
+  void NewCode(int k, const OBS* cell);
   void SwitchToRuns();
   std::span<NumericEntry<NoExtra>> SortedValues();
   void AddString(const OBS* cells, double weight);
@@ -108,13 +109,13 @@ class ScaleAccumulator : public HotStorage {
 
   int varIndex_;
   Mode mode_ = Mode::kUnknownVariable;
-  std::size_t batched_ = 0;
-  Batched* batch_ = nullptr;  // kBatch values, for a numeric variable, when the budget allows
   const VELA_Variable* variable_ = nullptr;
   int offset_ = -1;
   NumericWeightMap<> values_;
   std::unique_ptr<SortedRuns> runs_;  // replaces values_ once the data look continuous
   SmallIntegerCounts small_;  // integers 0..255, moved into values_ when results are asked
+  TableHot* codes_ = nullptr;  // when set, holds the codes 0..15 instead of small_
+  std::uint16_t codeMissing_ = 0;  // bit k: code k in codes_ is user-missing
   double sysmisWeight_ = 0.0;  // system-missing, and every missing string
   double validStringWeight_ = 0.0;
   std::uint64_t generation_ = 0;

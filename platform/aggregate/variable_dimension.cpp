@@ -14,6 +14,7 @@ VariableDimension::~VariableDimension() = default;
 
 void VariableDimension::SetCategories(std::vector<std::unique_ptr<ParsedCategory>> categories) {
   restricted_ = true;
+  hot_->kind = TableHot::kGeneral;  // only the given values count from now on
   given_.clear();
   for (const auto& category : categories) {
     if (category == nullptr || category->value() == nullptr) continue;
@@ -100,6 +101,11 @@ void VariableDimension::AddNumericSlow(const OBS* cell, double weight) {
     return;
   }
   if (const int k = SmallIntegerCounts::IndexOf(x); k >= 0) {
+    if (k < TableHot::kCodeSlots) {
+      if (((hot_->seen >> k) & 1u) == 0) OnNewCode(k, cell);
+      hot_->counts[k] += weight;
+      return;
+    }
     double* slot = small_.Find(k);
     if (slot == nullptr) slot = &OnNewSmall(k, cell);
     *slot += weight;
@@ -115,6 +121,15 @@ double& VariableDimension::OnNewSmall(int k, const OBS* cell) {
   const bool missing = variable_->IsMissing(cell) != 0;
   if (!(missing && excludeUserMissing())) ++categoryCount_;
   return small_.Insert(k, missing);
+}
+
+void VariableDimension::OnNewCode(int k, const OBS* cell) {
+  const bool missing = variable_->IsMissing(cell) != 0;
+  if (!(missing && excludeUserMissing())) ++categoryCount_;
+  const auto bit = static_cast<std::uint16_t>(1u << k);
+  if (missing) codeMissing_ = static_cast<std::uint16_t>(codeMissing_ | bit);
+  hot_->counts[k] = 0.0;
+  hot_->seen = static_cast<std::uint16_t>(hot_->seen | bit);
 }
 
 void VariableDimension::OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell) {
@@ -153,7 +168,7 @@ double VariableDimension::MissingWeight() const {
   numbers_.ForEach([&](const auto& e) {
     if (e.extra.missing) missing += e.weight;
   });
-  small_.ForEach([&](double, double weight, bool isMissing) {
+  ForEachCode([&](double, double weight, bool isMissing) {
     if (isMissing) missing += weight;
   });
   strings_.ForEach([&](const auto& e) {
@@ -180,7 +195,7 @@ void VariableDimension::BuildCategories(CategoryList& list) const {
     numbers_.ForEach([&](const auto& e) {
       if (!(e.extra.missing && excludeUserMissing())) entries.push_back(e);
     });
-    small_.ForEach([&](double value, double weight, bool missing) {
+    ForEachCode([&](double value, double weight, bool missing) {
       if (!(missing && excludeUserMissing())) entries.push_back({value, weight, NumericInfo{-1, missing}});
     });
     std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.value < b.value; });
@@ -199,7 +214,7 @@ void VariableDimension::BuildCategories(CategoryList& list) const {
                                           false));
     }
   }
-  if (!noTotal()) AddTotal(list, total_.Value());
+  if (!noTotal()) AddTotal(list, hot_->total.Value());
 }
 
 }  // namespace codebook::aggregate

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "host/aggregate/table_hot.h"
 #include "platform/aggregate/dimension.h"
 #include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/numeric_weight_map.h"
@@ -21,20 +22,27 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
 
   void SetCategories(std::vector<std::unique_ptr<ParsedCategory>> categories) override;
 
-  // Add() for a caller that knows the kind, without its virtual call.
-  void AddDirect(const OBS* cells, double weight) {
-    ++casesAdded_;  // beside the counts, where Add's own counter is a line away
-    AddCase(cells, weight);
-  }
+  // The record of the table this dimension counts for: the codes 0..15,
+  // the table's total and its case count live there. Until a cube gives
+  // one, the dimension has its own.
+  void UseHot(TableHot& hot) { hot_ = &hot; }
+  // Whether the table may count this dimension's codes 0..15 in its record
+  // (after binding): a numeric variable not restricted to given values.
+  bool CountsCodesInPlace() const { return mode_ == Mode::kNumeric && !restricted_; }
+  int offset() const { return offset_; }
+
+  // Add() for a caller that knows the kind, without its virtual call; the
+  // caller has counted the case and its weight in the record.
+  void AddDirect(const OBS* cells, double weight) { AddCase(cells, weight); }
 
   double MissingWeight() const override;
-  double TotalWeight() const override { return total_.Value(); }
+  double TotalWeight() const override { return hot_->total.Value(); }
   TableDimension& Dimension() override { return *this; }
 
   std::size_t GetCategoryCount() const override;
   const std::vector<const AggregationCategory*>& GetCategories() const override {
-    if (casesNoted_ != casesAdded_) {
-      casesNoted_ = casesAdded_;
+    if (casesNoted_ != hot_->cases) {
+      casesNoted_ = hot_->cases;
       NoteNewCase();
     }
     return CurrentCategories();
@@ -57,7 +65,6 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   void OnAttach(const VELA_InputCaseIterator& cases) override;
   void Bind(const VELA_InputCaseIterator& cases) override;
   void AddCase(const OBS* cells, double weight) override {
-    total_.Add(weight);
     if (mode_ == Mode::kNumeric) {
       AddNumeric(cells + offset_, weight);
     } else {
@@ -70,9 +77,11 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   // handful of instructions; the rest is out of line.
   void AddNumeric(const OBS* cell, double weight) {
     if (!restricted_) {
-      if (const int k = SmallIntegerCounts::IndexOf(cell->d); k >= 0) {
-        if (double* slot = small_.Find(k)) {
-          *slot += weight;
+      const double x = cell->d;
+      if (x >= 0.0 && x < TableHot::kCodeSlots) {
+        const int k = static_cast<int>(x);
+        if (static_cast<double>(k) == x && ((hot_->seen >> k) & 1u) != 0) {
+          hot_->counts[k] += weight;
           return;
         }
       }
@@ -82,6 +91,14 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   void AddNumericSlow(const OBS* cell, double weight);
   void AddOther(const OBS* cells, double weight);
   void AddString(const OBS* cells, double weight);
+  // f(value, weight, missing) for every integer code 0..255 met, ascending.
+  template <typename F>
+  void ForEachCode(F&& f) const {
+    for (int k = 0; k < TableHot::kCodeSlots; ++k) {
+      if (((hot_->seen >> k) & 1u) != 0) f(static_cast<double>(k), hot_->counts[k], ((codeMissing_ >> k) & 1u) != 0);
+    }
+    small_.ForEach(f);  // holds the codes from 16 on
+  }
   // A string value as the map's key: the variable's whole width, trailing
   // blanks included, so that a case is looked up without trimming it.
   std::string_view PaddedKey(const OBS* cells) const {
@@ -89,18 +106,20 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   }
   void OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell);
   double& OnNewSmall(int k, const OBS* cell);
+  void OnNewCode(int k, const OBS* cell);
   void OnNewString(StringWeightMap::Entry& entry, const OBS* cells);
 
   // What a case and the early stop's question touch, together.
   Mode mode_ = Mode::kUnknownVariable;
   bool restricted_ = false;
+  std::uint16_t codeMissing_ = 0;  // bit k: code k (< 16) is user-missing
   int offset_ = -1;
-  CompensatedSum total_;
-  std::uint64_t casesAdded_ = 0;  // by AddDirect
+  TableHot* hot_ = &ownHot_;
   std::size_t categoryCount_ = 0;
   double sysmisWeight_ = 0.0;
-  SmallIntegerCounts small_;  // the integer codes 0..255 of a dimension that is not restricted
   mutable std::uint64_t casesNoted_ = 0;
+  SmallIntegerCounts small_;  // the integer codes 16..255 of a dimension that is not restricted
+  TableHot ownHot_;
 
   int varIndex_;
   const VELA_Variable* variable_ = nullptr;

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "host/data/obs.h"
-#include "platform/aggregate/compensated_sum.h"
+#include "host/aggregate/compensated_sum.h"
 
 namespace codebook::aggregate {
 

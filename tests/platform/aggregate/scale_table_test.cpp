@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <memory>
 
 #include "host/aggregate/aggregation_table.h"
 #include "platform/aggregate/weighted_statistics.h"
@@ -158,6 +160,85 @@ TEST(ScaleTable, ContinuousDataGiveTheSameAnswerAsTheDefinition) {
   EXPECT_DOUBLE_EQ(s.p25, WeightedPercentile(reference, 25));
   EXPECT_DOUBLE_EQ(s.p50, WeightedPercentile(reference, 50));
   EXPECT_DOUBLE_EQ(s.p75, WeightedPercentile(reference, 75));
+}
+
+// A scale table counts the codes 0..15 in place, like a categorical one,
+// until a value of another kind comes; then it gathers batches. Three such
+// tables (codes only; codes then fractions and larger integers from the
+// middle of the data on; codes with a user-missing one) are read in the
+// middle of the pass and at its end, and must agree with the definitions
+// over the cases seen so far.
+TEST(ScaleTable, CodesCountedInPlaceThenInBatchesMatchTheDefinition) {
+  constexpr int kCases = 2000;
+  constexpr int kMiddle = 700;
+  auto value = [](int v, int c) {
+    const double code = (c * 7 + v) % 6;  // 0..5
+    if (v == 1 && c >= 600 && c % 3 == 0) return c % 2 == 0 ? 2.5 : 40.0 + c % 5;
+    return code;
+  };
+  auto weight = [](int c) { return c % 10 == 0 ? 0.0 : 0.5 + (c % 4) * 0.25; };
+  std::vector<data::Row> rows;
+  for (int c = 0; c < kCases; ++c) rows.push_back({value(0, c), value(1, c), value(2, c), weight(c)});
+  auto ds = DatasetBuilder()
+                .Numeric("likert")
+                .Numeric("mixed")
+                .Numeric("coded")
+                .MissingDiscrete({3})
+                .Numeric("w")
+                .Weight("w")
+                .Cases(std::move(rows))
+                .Build();
+  // The definitions over the first `cases` cases of variable v.
+  struct Expected {
+    std::vector<WeightedValue> values;
+    double missing = 0;
+  };
+  auto expected = [&](int v, int cases) {
+    Expected e;
+    std::map<double, double> sums;
+    for (int c = 0; c < cases; ++c) {
+      if (weight(c) <= 0) continue;
+      if (v == 2 && value(v, c) == 3) {
+        e.missing += weight(c);
+      } else {
+        sums[value(v, c)] += weight(c);
+      }
+    }
+    for (const auto& [x, w] : sums) e.values.push_back({x, w, {}});
+    return e;
+  };
+  auto check = [&](CubeAggregator& aggregator, int v, int cases) {
+    const StatValues* values = aggregator.GetStatValues({}, -1);
+    ASSERT_NE(values, nullptr);
+    auto at = [&](int j) { return values->GetStatValue(j).GetValue1(); };
+    const Expected e = expected(v, cases);
+    const Moments m = ComputeMoments(e.values);
+    EXPECT_NEAR(at(0), m.weight, 1e-12 * m.weight) << v << " after " << cases;
+    EXPECT_NEAR(at(1), e.missing, 1e-12) << v << " after " << cases;
+    EXPECT_NEAR(at(2), m.mean, 1e-12 * std::fabs(m.mean)) << v << " after " << cases;
+    EXPECT_NEAR(at(3), m.stdDev, 1e-12 * m.stdDev) << v << " after " << cases;
+    EXPECT_DOUBLE_EQ(at(4), WeightedPercentile(e.values, 25)) << v << " after " << cases;
+    EXPECT_DOUBLE_EQ(at(5), WeightedPercentile(e.values, 50)) << v << " after " << cases;
+    EXPECT_DOUBLE_EQ(at(6), WeightedPercentile(e.values, 75)) << v << " after " << cases;
+  };
+
+  TableHarness run(ds);
+  for (int v = 0; v < 3; ++v) run.AddScale(v);
+  int seen = 0;
+  while (run.iterator().NextCase()) {
+    for (int v = 0; v < 3; ++v) run.table(v).AddNewCase();
+    if (++seen == kMiddle) {
+      for (int v = 0; v < 3; ++v) {
+        std::unique_ptr<CubeAggregator> middle(run.table(v).GetCubeAggregators().at(0));
+        check(*middle, v, kMiddle);
+      }
+    }
+  }
+  ASSERT_EQ(seen, kCases);
+  for (int v = 0; v < 3; ++v) {
+    std::unique_ptr<CubeAggregator> end(run.table(v).GetCubeAggregators().at(0));
+    check(*end, v, kCases);
+  }
 }
 
 // Scale tables gather their values in batches while a memory budget lasts;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "host/aggregate/aggregation_variable.h"
 #include "host/aggregate/cube_aggregator.h"
 #include "host/aggregate/statistic_codes.h"
+#include "host/aggregate/table_hot.h"
 #include "host/data/case_iterator.h"
 #include "host/host_api.h"
 
@@ -72,8 +74,37 @@ class HOST_API AggregationTable {
 
   // The table's cube, owned by the table.
   AggregationCube* CreateCube();
-  // Adds the iterator's current case.
-  void AddNewCase();
+  // Adds the iterator's current case. Inline, and forced so: the common
+  // kinds of table count a case here, without a call (see table_hot.h).
+  [[gnu::always_inline]] void AddNewCase() {
+    using codebook::aggregate::TableHot;
+    TableHot& hot = *hot_;
+    const double weight = cases_.CaseWeight();
+    const OBS* cells = cases_.CurrentCase();
+    // Zero, negative, missing (NaN) and infinite weights take the general
+    // path, which leaves such cases out of every statistic.
+    if (hot.kind != TableHot::kGeneral && cells != nullptr && weight > 0.0 &&
+        weight <= std::numeric_limits<double>::max()) {
+      const double x = cells[hot.offset].d;
+      if (hot.kind == TableHot::kCodes) {
+        if (x >= 0.0 && x < TableHot::kCodeSlots) {
+          const int k = static_cast<int>(x);
+          if (static_cast<double>(k) == x && ((hot.seen >> k) & 1u) != 0) {
+            hot.counts[k] += weight;
+            hot.total.Add(weight);
+            ++hot.cases;
+            return;
+          }
+        }
+      } else if (hot.batched < hot.capacity) {
+        hot.batch[hot.batched++] = {x, weight};
+        hot.total.Add(weight);
+        ++hot.cases;
+        return;
+      }
+    }
+    AddNewCaseSlow();
+  }
   TableMetadata* GetTableMetaData() { return &metadata_; }
   // The aggregators of the table's cubes. The caller owns them from then on.
   std::vector<CubeAggregator*> GetCubeAggregators();
@@ -82,9 +113,12 @@ class HOST_API AggregationTable {
 
  private:
   friend class AggregationCube;
+  void AddNewCaseSlow();
+
   // What AddNewCase needs, in the table itself: a pass adds every case to
   // every table, and each pointer followed there is a likely cache miss.
   VELA_InputCaseIterator& cases_;
+  codebook::aggregate::TableHot* hot_;               // the cube's, or a shared kGeneral one
   codebook::aggregate::CubeState* state_ = nullptr;  // the cube's
   TableMetadata metadata_;
   std::unique_ptr<Impl> impl_;
