@@ -13,7 +13,8 @@ using codebook::aggregate::CubeState;
 
 class AggregationCube::Impl {
  public:
-  explicit Impl(AggregationTable& owner) : table(owner), state(std::shared_ptr<CubeState>(new CubeState(owner.cases_))) {}
+  explicit Impl(AggregationTable& owner)
+      : table(owner), state(std::shared_ptr<CubeState>(new CubeState(owner.cases_, owner.hot_))) {}
   AggregationTable& table;
   std::shared_ptr<CubeState> state;
 };
@@ -59,23 +60,19 @@ void AggregationCube::AddCategoryAndTotalStatistics(const std::vector<Aggregatio
 void* AggregationTable::operator new(std::size_t bytes) { return codebook::aggregate::AllocateHot(bytes); }
 void AggregationTable::operator delete(void* p) noexcept { codebook::aggregate::ReleaseHot(p); }
 
-namespace {
-// The record of a table without a cube: kGeneral, so AddNewCase never
-// writes to it.
-codebook::aggregate::TableHot noCube;
-}  // namespace
-
 AggregationTable::AggregationTable(VELA_InputCaseIterator& cases, bool /*layered*/, bool /*keepCategories*/,
                                    int /*layer*/)
-    : cases_(cases), hot_(&noCube), impl_(std::make_unique<Impl>()) {}
+    : cases_(cases), impl_(std::make_unique<Impl>()) {}
 
-AggregationTable::~AggregationTable() = default;
+AggregationTable::~AggregationTable() {
+  // The aggregators handed out may outlive the table; they read the record.
+  if (state_ != nullptr) state_->KeepHot();
+}
 
 AggregationCube* AggregationTable::CreateCube() {
   if (!impl_->cube) {
     impl_->cube = std::make_unique<AggregationCube>(*this);
     state_ = impl_->cube->impl().state.get();
-    hot_ = &state_->hot();
   }
   return impl_->cube.get();
 }

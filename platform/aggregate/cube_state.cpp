@@ -31,15 +31,28 @@ CubeState::~CubeState() {
   }
 }
 
+void CubeState::KeepHot() {
+  kept_ = std::make_unique<TableHot>(*hot_);
+  hot_ = kept_.get();
+  if (variable_ != nullptr) variable_->UseHot(*hot_);
+  if (firstScale_) firstScale_->MoveCodes(*hot_);
+}
+
+void CubeState::ClearCodes() {
+  hot_->seen = 0;
+  std::fill(std::begin(hot_->counts), std::end(hot_->counts), 0.0);
+}
+
 void CubeState::SetDimension(std::unique_ptr<AggregationVariable> variable) {
   // Codes counted in the record belong to the dimension being replaced.
-  hot_.seen = 0;
-  std::fill(std::begin(hot_.counts), std::end(hot_.counts), 0.0);
+  FlushValues();
+  ClearCodes();
+  hot_->kind = TableHot::kGeneral;
   dimension_ = std::move(variable);
   dimensionImpl_ = dimension_ ? &dimension_->impl() : nullptr;
   variable_ = dynamic_cast<VariableDimension*>(dimensionImpl_);
   tableDimension_ = dimensionImpl_ != nullptr ? &dimensionImpl_->Dimension() : nullptr;
-  if (variable_ != nullptr) variable_->UseHot(hot_);
+  if (variable_ != nullptr) variable_->UseHot(*hot_);
   if (dimensionImpl_ != nullptr) dimensionImpl_->Attach(cases_);
   if (bound_) {
     if (dimensionImpl_ != nullptr) dimensionImpl_->EnsureBound();
@@ -48,21 +61,25 @@ void CubeState::SetDimension(std::unique_ptr<AggregationVariable> variable) {
 }
 
 void CubeState::ChooseFastPath() {
-  FlushValues();
-  hot_.kind = TableHot::kGeneral;
+  TableHot& hot = *hot_;
+  if (hot.kind == TableHot::kValues) {
+    FlushValues();
+    ClearCodes();
+  }
+  hot.kind = TableHot::kGeneral;
   if (variable_ != nullptr) {
     if (!firstScale_ && variable_->CountsCodesInPlace()) {
-      hot_.kind = TableHot::kCodes;
-      hot_.offset = variable_->offset();
+      hot.kind = TableHot::kCodes;
+      hot.offset = variable_->offset();
     }
     return;
   }
   if (dimensionImpl_ != nullptr || !firstScale_ || !moreScales_.empty() || !firstScale_->numeric()) return;
   // A scale variable starts like a categorical one, its codes 0..15 counted
   // in place; the first other value switches it to batches (see AddCase).
-  firstScale_->CountCodesIn(hot_);
-  hot_.offset = firstScale_->offset();
-  hot_.kind = TableHot::kCodes;
+  firstScale_->CountCodesIn(hot);
+  hot.offset = firstScale_->offset();
+  hot.kind = TableHot::kCodes;
 }
 
 bool CubeState::StartBatches() {
@@ -75,17 +92,23 @@ bool CubeState::StartBatches() {
     }
     batch_ = static_cast<WeightedCell*>(AllocateHot(kBatchBytes));
   }
-  hot_.kind = TableHot::kValues;
-  hot_.batch = batch_;
-  hot_.batched = 0;
-  hot_.capacity = kBatch;
+  // The codes counted so far go to the accumulator, which counts the
+  // batches' codes itself: the union is about to hold the batch.
+  firstScale_->ReleaseCodes();
+  TableHot& hot = *hot_;
+  hot.kind = TableHot::kValues;
+  hot.values.batch = batch_;
+  hot.values.batched = 0;
+  hot.values.capacity = kBatch;
   return true;
 }
 
 void CubeState::FlushValues() {
-  if (hot_.batched == 0) return;
-  firstScale_->AddBatch(hot_.batch, hot_.batched);
-  hot_.batched = 0;
+  TableHot& hot = *hot_;
+  if (hot.kind != TableHot::kValues || hot.values.batched == 0) return;
+  for (std::uint32_t i = 0; i < hot.values.batched; ++i) hot.total.Add(hot.values.batch[i].weight);
+  firstScale_->AddBatch(hot.values.batch, hot.values.batched);
+  hot.values.batched = 0;
 }
 
 void CubeState::AddScaleStatistics(const std::vector<AggregationStatistic>& statistics) {

@@ -21,13 +21,15 @@ namespace codebook::aggregate {
 
 class CubeState : public HotStorage {
  public:
-  explicit CubeState(const VELA_InputCaseIterator& cases) : cases_(cases) {}
+  // `hot` is the record in the table, which AddNewCase reads; the cube's
+  // counts and total live there.
+  CubeState(const VELA_InputCaseIterator& cases, TableHot& hot) : hot_(&hot), cases_(cases) {}
   ~CubeState();
   CubeState(const CubeState&) = delete;
   CubeState& operator=(const CubeState&) = delete;
 
-  // The record that the table's AddNewCase reads; the cube's totals live there.
-  TableHot& hot() { return hot_; }
+  // The table is going: its record moves here.
+  void KeepHot();
 
   void SetDimension(std::unique_ptr<AggregationVariable> variable);
   AggregationVariable* dimension() const { return dimension_.get(); }
@@ -40,33 +42,36 @@ class CubeState : public HotStorage {
   // One case of positive weight that the table's inline path did not take.
   void AddCase(const OBS* cells, double weight) {
     if (!bound_) Bind();
-    hot_.total.Add(weight);
-    ++hot_.cases;
-    if (hot_.kind == TableHot::kValues) {  // the batch is full
+    TableHot& hot = *hot_;
+    ++hot.generalCases;
+    if (hot.kind == TableHot::kValues) {  // the batch is full
       FlushValues();
-      hot_.batch[hot_.batched++] = {cells[hot_.offset].d, weight};
+      hot.values.batch[hot.values.batched++] = {cells[hot.offset].d, weight};
       return;
     }
-    if (hot_.kind == TableHot::kCodes && variable_ == nullptr && !IsCode(cells[hot_.offset].d) && StartBatches()) {
+    if (hot.kind == TableHot::kCodes && variable_ == nullptr && !IsCode(cells[hot.offset].d) && StartBatches()) {
       // A scale variable with values other than small codes.
-      hot_.batch[hot_.batched++] = {cells[hot_.offset].d, weight};
+      hot.values.batch[hot.values.batched++] = {cells[hot.offset].d, weight};
       return;
     }
+    // A weight counted in the record's code slots is not in its total.
+    bool inRecord = false;
     if (variable_ != nullptr) {
-      variable_->AddDirect(cells, weight);  // the common kind, without a virtual call
+      inRecord = variable_->AddDirect(cells, weight);  // the common kind, without a virtual call
     } else if (dimensionImpl_ != nullptr) {
       dimensionImpl_->Add(cells, weight);
     }
     if (firstScale_) {
-      firstScale_->Add(cells, weight);
+      inRecord = firstScale_->Add(cells, weight) || inRecord;
       for (auto& s : moreScales_) s->Add(cells, weight);
     }
+    if (!inRecord) hot.total.Add(weight);
   }
 
   // The values of the cell that `selection` addresses, or null.
   const StatValues* Values(const std::vector<const AggregationCategory*>& selection, StatValues& out);
 
-  double TotalWeight() const { return hot_.total.Value(); }
+  double TotalWeight() const { return hot_->TotalWeight(); }
 
  private:
   void Bind();
@@ -77,6 +82,9 @@ class CubeState : public HotStorage {
   void FlushValues();
   // Switches a scale variable's record to batches, if the budget allows.
   bool StartBatches();
+  // Empties the record's code slots (after a kValues record, whose union
+  // holds a batch).
+  void ClearCodes();
   static bool IsCode(double x) {
     const int k = SmallIntegerCounts::IndexOf(x);
     return k >= 0 && k < TableHot::kCodeSlots;
@@ -87,13 +95,14 @@ class CubeState : public HotStorage {
 
   // What a case touches comes first: with many tables each case visits
   // every table's state once, and each miss counts.
-  TableHot hot_;
+  TableHot* hot_;  // the table's, or kept_
   const VELA_InputCaseIterator& cases_;
   bool bound_ = false;
   VariableDimension* variable_ = nullptr;  // the dimension, when it is over one variable
   AggregationVariable::Impl* dimensionImpl_ = nullptr;
   WeightedCell* batch_ = nullptr;  // kBatch values of the scale variable, when the budget allows
   bool batchRefused_ = false;      // the budget was spent when this table asked
+  std::unique_ptr<TableHot> kept_;  // the record, once the table is gone
   // One per variable of the scale statistics; tables have one at most, held
   // without a vector's extra indirection.
   std::unique_ptr<ScaleAccumulator> firstScale_;

@@ -37,6 +37,21 @@ void ScaleAccumulator::NewCode(int k, const OBS* cell) {
   codes_->seen = static_cast<std::uint16_t>(codes_->seen | bit);
 }
 
+void ScaleAccumulator::ReleaseCodes() {
+  if (codes_ == nullptr) return;
+  for (int k = 0; k < TableHot::kCodeSlots; ++k) {
+    if (((codes_->seen >> k) & 1u) == 0) continue;
+    double* slot = small_.Find(k);
+    if (slot == nullptr) slot = &small_.Insert(k, ((codeMissing_ >> k) & 1u) != 0);
+    *slot += codes_->counts[k];
+    codes_->total.Add(codes_->counts[k]);
+  }
+  codes_->seen = 0;
+  codeMissing_ = 0;
+  codes_ = nullptr;
+  ++generation_;
+}
+
 void ScaleAccumulator::MarkIfMissing(NumericEntry<NoExtra>& entry, const OBS* cell) {
   if (variable_->IsMissing(cell)) entry.weight = -0.0;
 }
@@ -52,11 +67,10 @@ void ScaleAccumulator::AddString(const OBS* cells, double weight) {
 }
 
 void ScaleAccumulator::Finish() {
-  // The table's inline path counts codes without telling the accumulator;
-  // its case count tells.
-  const std::uint64_t now = generation_ + (codes_ != nullptr ? codes_->cases : 0);
-  if (finished_ == now) return;
-  finished_ = now;
+  // The table's inline path counts codes without telling the accumulator,
+  // but only codes already in the record, which the last Finish emptied.
+  if (finished_ == generation_ && (codes_ == nullptr || codes_->seen == 0)) return;
+  finished_ = generation_;
   const auto take = [&](double value, double weight, bool missing) {
     if (runs_) {
       runs_->Add(value, missing ? -weight : weight);
@@ -72,7 +86,9 @@ void ScaleAccumulator::Finish() {
   if (codes_ != nullptr) {
     // Moved out like small_'s: a later case of a code starts its slot again.
     for (int k = 0; k < TableHot::kCodeSlots; ++k) {
-      if (((codes_->seen >> k) & 1u) != 0) take(static_cast<double>(k), codes_->counts[k], ((codeMissing_ >> k) & 1u) != 0);
+      if (((codes_->seen >> k) & 1u) == 0) continue;
+      take(static_cast<double>(k), codes_->counts[k], ((codeMissing_ >> k) & 1u) != 0);
+      codes_->total.Add(codes_->counts[k]);
     }
     codes_->seen = 0;
     codeMissing_ = 0;

@@ -31,19 +31,20 @@ class ScaleAccumulator : public HotStorage {
   bool numeric() const { return mode_ == Mode::kNumeric; }
   int offset() const { return offset_; }
 
-  void Add(const OBS* cells, double weight) {
+  // Returns whether the weight went into the table's record (a code slot).
+  bool Add(const OBS* cells, double weight) {
     switch (mode_) {
       case Mode::kNumeric:
         ++generation_;
-        AddNumber(cells[offset_].d, weight);
-        break;
+        return AddNumber(cells[offset_].d, weight);
       case Mode::kString:
         AddString(cells + offset_, weight);
-        break;
+        return false;
       case Mode::kUnknownVariable:
         sysmisWeight_ += weight;
-        break;
+        return false;
     }
+    return false;
   }
 
   // Values of the numeric variable that its table gathered.
@@ -51,6 +52,13 @@ class ScaleAccumulator : public HotStorage {
   // The codes 0..15 are counted in the table's record from now on, where
   // the table's inline path counts them too.
   void CountCodesIn(TableHot& hot) { codes_ = &hot; }
+  // The record moved (its table is gone).
+  void MoveCodes(TableHot& hot) {
+    if (codes_ != nullptr) codes_ = &hot;
+  }
+  // The codes leave the record for this accumulator, their weights for the
+  // record's total, and later codes are counted here.
+  void ReleaseCodes();
 
   // Results; the first call after new cases sorts the distinct values.
   double ValidWeight();
@@ -61,32 +69,34 @@ class ScaleAccumulator : public HotStorage {
  private:
   enum class Mode { kUnknownVariable, kNumeric, kString };
 
-  void AddNumber(double x, double weight) {
+  // Returns whether the weight went into the table's record.
+  bool AddNumber(double x, double weight) {
     if (IsSystemMissing(x)) {
       sysmisWeight_ += weight;
-      return;
+      return false;
     }
     OBS cell;
     cell.d = x;
     if (const int k = SmallIntegerCounts::IndexOf(x); k >= 0) {
       if (codes_ != nullptr && k < TableHot::kCodeSlots) {
         AddCode(k, &cell, weight);
-        return;
+        return true;
       }
       double* slot = small_.Find(k);
       if (slot == nullptr) slot = &small_.Insert(k, variable_->IsMissing(&cell) != 0);
       *slot += weight;
-      return;
+      return false;
     }
     if (runs_) {
       runs_->Add(NumericKey(x), variable_->IsMissing(&cell) ? -weight : weight);
-      return;
+      return false;
     }
     bool inserted = false;
     auto& entry = values_.FindOrInsert(NumericKey(x), inserted);
     if (inserted) MarkIfMissing(entry, &cell);
     AddWeight(entry, weight);
     if (inserted && values_.size() >= kRunsFrom) SwitchToRuns();  // after the last use of `entry`
+    return false;
   }
   // A user-missing value carries its weight negated: one probe per case
   // serves valid and missing values, and entries stay 16 bytes.

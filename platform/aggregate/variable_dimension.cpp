@@ -20,6 +20,8 @@ void VariableDimension::SetCategories(std::vector<std::unique_ptr<ParsedCategory
     if (category == nullptr || category->value() == nullptr) continue;
     given_.push_back({std::vector<OBS>{*category->value()}, category->value()});
   }
+  // Exactly these categories, whatever was met before.
+  categoryCount_ = given_.size();
   // The categories themselves are no longer needed: their values are kept.
   if (cases() != nullptr) OnAttach(*cases());
 }
@@ -85,11 +87,11 @@ void VariableDimension::AddOther(const OBS* cells, double weight) {
   }
 }
 
-void VariableDimension::AddNumericSlow(const OBS* cell, double weight) {
+bool VariableDimension::AddNumericSlow(const OBS* cell, double weight) {
   const double x = cell->d;
   if (IsSystemMissing(x)) {
     sysmisWeight_ += weight;
-    return;
+    return false;
   }
   if (restricted_) {
     // Only the given values are counted; the map holds them already.
@@ -98,23 +100,35 @@ void VariableDimension::AddNumericSlow(const OBS* cell, double weight) {
     } else if (variable_->IsMissing(cell)) {
       otherMissingWeight_ += weight;
     }
-    return;
+    return false;
   }
   if (const int k = SmallIntegerCounts::IndexOf(x); k >= 0) {
     if (k < TableHot::kCodeSlots) {
       if (((hot_->seen >> k) & 1u) == 0) OnNewCode(k, cell);
       hot_->counts[k] += weight;
-      return;
+      return true;
     }
     double* slot = small_.Find(k);
     if (slot == nullptr) slot = &OnNewSmall(k, cell);
     *slot += weight;
-    return;
+    return false;
   }
   bool inserted = false;
   auto& entry = numbers_.FindOrInsert(NumericKey(x), inserted);
   if (inserted) OnNewNumeric(entry, cell);
   entry.weight += weight;
+  return false;
+}
+
+const std::vector<const AggregationCategory*>& VariableDimension::GetCategories() const {
+  // Cases of known codes reach only the record's slots, inline; any other
+  // case goes through the general path, which counts it.
+  if (casesNoted_ != hot_->generalCases || std::memcmp(countsNoted_, hot_->counts, sizeof countsNoted_) != 0) {
+    casesNoted_ = hot_->generalCases;
+    std::memcpy(countsNoted_, hot_->counts, sizeof countsNoted_);
+    NoteNewCase();
+  }
+  return CurrentCategories();
 }
 
 double& VariableDimension::OnNewSmall(int k, const OBS* cell) {
@@ -157,10 +171,6 @@ void VariableDimension::AddString(const OBS* cells, double weight) {
 void VariableDimension::OnNewString(StringWeightMap::Entry& entry, const OBS* cells) {
   entry.missing = variable_->IsMissing(cells) != 0;
   if (!(entry.missing && excludeUserMissing())) ++categoryCount_;
-}
-
-std::size_t VariableDimension::GetCategoryCount() const {
-  return restricted_ ? given_.size() : categoryCount_;
 }
 
 double VariableDimension::MissingWeight() const {
@@ -214,7 +224,7 @@ void VariableDimension::BuildCategories(CategoryList& list) const {
                                           false));
     }
   }
-  if (!noTotal()) AddTotal(list, hot_->total.Value());
+  if (!noTotal()) AddTotal(list, hot_->TotalWeight());
 }
 
 }  // namespace codebook::aggregate

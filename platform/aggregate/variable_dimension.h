@@ -15,7 +15,17 @@
 
 namespace codebook::aggregate {
 
-class VariableDimension final : public AggregationVariable::Impl, public TableDimension, public HotStorage {
+// The count that the early stop asks for on every case, right behind the
+// vtable pointer it is asked through: one cache line per table and case.
+class CountedDimension : public TableDimension {
+ public:
+  std::size_t GetCategoryCount() const final { return categoryCount_; }
+
+ protected:
+  std::size_t categoryCount_ = 0;
+};
+
+class VariableDimension final : public CountedDimension, public AggregationVariable::Impl, public HotStorage {
  public:
   VariableDimension(int varIndex, std::string name);
   ~VariableDimension() override;
@@ -31,22 +41,20 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   bool CountsCodesInPlace() const { return mode_ == Mode::kNumeric && !restricted_; }
   int offset() const { return offset_; }
 
-  // Add() for a caller that knows the kind, without its virtual call; the
-  // caller has counted the case and its weight in the record.
-  void AddDirect(const OBS* cells, double weight) { AddCase(cells, weight); }
+  // Add() for a caller that knows the kind, without its virtual call.
+  // Returns whether the weight went into the record's code slots (the
+  // caller keeps the total of the rest).
+  bool AddDirect(const OBS* cells, double weight) {
+    if (mode_ == Mode::kNumeric) return AddNumeric(cells + offset_, weight);
+    AddOther(cells, weight);
+    return false;
+  }
 
   double MissingWeight() const override;
-  double TotalWeight() const override { return hot_->total.Value(); }
+  double TotalWeight() const override { return hot_->TotalWeight(); }
   TableDimension& Dimension() override { return *this; }
 
-  std::size_t GetCategoryCount() const override;
-  const std::vector<const AggregationCategory*>& GetCategories() const override {
-    if (casesNoted_ != hot_->cases) {
-      casesNoted_ = hot_->cases;
-      NoteNewCase();
-    }
-    return CurrentCategories();
-  }
+  const std::vector<const AggregationCategory*>& GetCategories() const override;
 
  private:
   struct NumericInfo {
@@ -64,31 +72,25 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
 
   void OnAttach(const VELA_InputCaseIterator& cases) override;
   void Bind(const VELA_InputCaseIterator& cases) override;
-  void AddCase(const OBS* cells, double weight) override {
-    if (mode_ == Mode::kNumeric) {
-      AddNumeric(cells + offset_, weight);
-    } else {
-      AddOther(cells, weight);
-    }
-  }
+  void AddCase(const OBS* cells, double weight) override { AddDirect(cells, weight); }
   void BuildCategories(CategoryList& list) const override;
 
   // A code already met, the usual case of a categorical variable, costs a
   // handful of instructions; the rest is out of line.
-  void AddNumeric(const OBS* cell, double weight) {
+  bool AddNumeric(const OBS* cell, double weight) {
     if (!restricted_) {
       const double x = cell->d;
       if (x >= 0.0 && x < TableHot::kCodeSlots) {
         const int k = static_cast<int>(x);
         if (static_cast<double>(k) == x && ((hot_->seen >> k) & 1u) != 0) {
           hot_->counts[k] += weight;
-          return;
+          return true;
         }
       }
     }
-    AddNumericSlow(cell, weight);
+    return AddNumericSlow(cell, weight);
   }
-  void AddNumericSlow(const OBS* cell, double weight);
+  bool AddNumericSlow(const OBS* cell, double weight);
   void AddOther(const OBS* cells, double weight);
   void AddString(const OBS* cells, double weight);
   // f(value, weight, missing) for every integer code 0..255 met, ascending.
@@ -115,9 +117,10 @@ class VariableDimension final : public AggregationVariable::Impl, public TableDi
   std::uint16_t codeMissing_ = 0;  // bit k: code k (< 16) is user-missing
   int offset_ = -1;
   TableHot* hot_ = &ownHot_;
-  std::size_t categoryCount_ = 0;
   double sysmisWeight_ = 0.0;
+  // What the category list was built from: it is rebuilt when either changed.
   mutable std::uint64_t casesNoted_ = 0;
+  mutable double countsNoted_[TableHot::kCodeSlots] = {};
   SmallIntegerCounts small_;  // the integer codes 16..255 of a dimension that is not restricted
   TableHot ownHot_;
 

@@ -239,6 +239,30 @@ TEST(AggregationTable, AggregatorsOutliveTheirTableAndMayBeTakenTwice) {
   EXPECT_EQ(b->GetStatValues({}, -1)->GetStatValue(0).GetValue1(), 3);
 }
 
+// A table counts codes in a record inside itself; its aggregator and its
+// dimension keep the counts when the table goes.
+TEST(AggregationTable, CategoryCountsOutliveTheTable) {
+  auto ds = DatasetBuilder().Numeric("x").Numeric("w").Weight("w").Cases({{1, 2}, {2, 0.5}, {2, 1}, {3.5, 1}, {kSysmis, 4}}).Build();
+  auto selection = std::make_shared<ProcedureDataSource::Selection>(ds);
+  auto iterator = selection->CreateIterator();
+  auto table = std::make_unique<AggregationTable>(*iterator, false, true, -1);
+  auto* dimension = new AggregationVariable(0, "x");
+  dimension->SetIsTotalNo(false);
+  AggregationCube* cube = table->CreateCube();
+  cube->AddCategoricalVariable(dimension, TableEncryptionCodes::kDimensionRow);
+  cube->CreateCubeAggregator();
+  cube->AddCategoryAndTotalStatistics({AggregationStatistic(TableEncryptionCodes::kStatCount)}, dimension,
+                                      {AggregationStatistic(TableEncryptionCodes::kStatTotalCount)});
+  while (iterator->NextCase()) table->AddNewCase();
+  std::unique_ptr<CubeAggregator> aggregator(table->GetCubeAggregators().at(0));
+  table.reset();
+  const auto& categories = dimension->GetDimension()->GetCategories();
+  ASSERT_EQ(categories.size(), 4u);  // 1, 2, 3.5, total
+  std::vector<double> counts;
+  for (const AggregationCategory* c : categories) counts.push_back(aggregator->GetStatValues({c}, -1)->GetStatValue(0).GetValue1());
+  EXPECT_EQ(counts, (std::vector<double>{2, 1.5, 1, 8.5}));
+}
+
 }  // namespace
 }  // namespace codebook::aggregate
 

@@ -78,28 +78,23 @@ class HOST_API AggregationTable {
   // kinds of table count a case here, without a call (see table_hot.h).
   [[gnu::always_inline]] void AddNewCase() {
     using codebook::aggregate::TableHot;
-    TableHot& hot = *hot_;
     const double weight = cases_.CaseWeight();
     const OBS* cells = cases_.CurrentCase();
     // Zero, negative, missing (NaN) and infinite weights take the general
     // path, which leaves such cases out of every statistic.
-    if (hot.kind != TableHot::kGeneral && cells != nullptr && weight > 0.0 &&
+    if (hot_.kind != TableHot::kGeneral && cells != nullptr && weight > 0.0 &&
         weight <= std::numeric_limits<double>::max()) {
-      const double x = cells[hot.offset].d;
-      if (hot.kind == TableHot::kCodes) {
+      const double x = cells[hot_.offset].d;
+      if (hot_.kind == TableHot::kCodes) {
         if (x >= 0.0 && x < TableHot::kCodeSlots) {
           const int k = static_cast<int>(x);
-          if (static_cast<double>(k) == x && ((hot.seen >> k) & 1u) != 0) {
-            hot.counts[k] += weight;
-            hot.total.Add(weight);
-            ++hot.cases;
+          if (static_cast<double>(k) == x && ((hot_.seen >> k) & 1u) != 0) {
+            hot_.counts[k] += weight;
             return;
           }
         }
-      } else if (hot.batched < hot.capacity) {
-        hot.batch[hot.batched++] = {x, weight};
-        hot.total.Add(weight);
-        ++hot.cases;
+      } else if (hot_.values.batched < hot_.values.capacity) {
+        hot_.values.batch[hot_.values.batched++] = {x, weight};
         return;
       }
     }
@@ -115,11 +110,13 @@ class HOST_API AggregationTable {
   friend class AggregationCube;
   void AddNewCaseSlow();
 
-  // What AddNewCase needs, in the table itself: a pass adds every case to
-  // every table, and each pointer followed there is a likely cache miss.
+  // What a pass needs on every case, in the table itself, in the order
+  // AddNewCase and the early stop's question read it: a pass adds every
+  // case to every table, and each pointer followed there is a likely cache
+  // miss. The cube's state keeps the record once the table is gone.
   VELA_InputCaseIterator& cases_;
-  codebook::aggregate::TableHot* hot_;               // the cube's, or a shared kGeneral one
-  codebook::aggregate::CubeState* state_ = nullptr;  // the cube's
   TableMetadata metadata_;
+  codebook::aggregate::TableHot hot_;
+  codebook::aggregate::CubeState* state_ = nullptr;  // the cube's
   std::unique_ptr<Impl> impl_;
 };

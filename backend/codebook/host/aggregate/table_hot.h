@@ -18,23 +18,45 @@ struct WeightedCell {
   double weight;
 };
 
+// Laid out for the inline path: kind, codes met and cell first, then the
+// first code slots, so a variable coded 1 to 5 costs its table one cache
+// line per case. What only the general path touches comes last.
 struct TableHot {
   enum Kind : std::uint8_t {
     kGeneral,  // every case through the table's cube
-    kCodes,    // a categorical variable: the codes 0..15 in `seen` are counted here
-    kValues,   // a scale variable: values gather in `batch`, counted a batch at a time
+    kCodes,    // the codes 0..15 in `seen` are counted in `counts`
+    kValues,   // a scale variable: values gather in `values.batch`
   };
   static constexpr int kCodeSlots = 16;
 
   Kind kind = kGeneral;
-  std::uint16_t seen = 0;      // kCodes: bit k, code k has its slot in `counts`
-  std::int32_t offset = 0;     // the variable's cell
-  std::uint32_t batched = 0;   // kValues: values in `batch`
-  std::uint32_t capacity = 0;  // kValues: room in `batch`
-  std::uint64_t cases = 0;     // cases added (of positive weight)
-  CompensatedSum total;        // their weight, W
-  WeightedCell* batch = nullptr;
-  double counts[kCodeSlots] = {};
+  std::uint16_t seen = 0;   // bit k: code k has its slot in `counts`
+  std::int32_t offset = 0;  // the variable's cell
+  union {
+    double counts[kCodeSlots] = {};  // weights of the codes in `seen`
+    struct {
+      WeightedCell* batch;
+      std::uint32_t batched;   // values in `batch`
+      std::uint32_t capacity;  // room in `batch`
+    } values;                  // kValues, where no code is counted here
+  };
+  // The general path's: the weight of the cases neither in `counts` nor in
+  // a batch, and the number of cases it took.
+  CompensatedSum total;
+  std::uint64_t generalCases = 0;
+
+  // W: the general path's total and the weights waiting in the record.
+  double TotalWeight() const {
+    CompensatedSum sum = total;
+    if (kind == kValues) {
+      for (std::uint32_t i = 0; i < values.batched; ++i) sum.Add(values.batch[i].weight);
+    } else {
+      for (int k = 0; k < kCodeSlots; ++k) {
+        if (((seen >> k) & 1u) != 0) sum.Add(counts[k]);
+      }
+    }
+    return sum.Value();
+  }
 };
 
 }  // namespace codebook::aggregate
