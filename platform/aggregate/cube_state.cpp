@@ -106,7 +106,11 @@ bool CubeState::StartBatches() {
 void CubeState::FlushValues() {
   TableHot& hot = *hot_;
   if (hot.kind != TableHot::kValues || hot.values.batched == 0) return;
-  for (std::uint32_t i = 0; i < hot.values.batched; ++i) hot.total.Add(hot.values.batch[i].weight);
+  // Weights are positive, so a plain sum of one batch of 1,024 loses at most
+  // about three digits of sixteen; across batches the total stays compensated.
+  double sum = 0.0;
+  for (std::uint32_t i = 0; i < hot.values.batched; ++i) sum += hot.values.batch[i].weight;
+  hot.total.Add(sum);
   firstScale_->AddBatch(hot.values.batch, hot.values.batched);
   hot.values.batched = 0;
 }

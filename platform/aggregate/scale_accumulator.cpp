@@ -21,12 +21,27 @@ ScaleAccumulator::~ScaleAccumulator() = default;
 void ScaleAccumulator::AddBatch(const WeightedCell* values, std::size_t n) {
   if (n == 0) return;
   ++generation_;
+  if (runs_) {
+    for (std::size_t i = 0; i < n; ++i) AddNumber(values[i].value, values[i].weight);
+    return;
+  }
+  // Most values of a batch were met before: they are found inline, with the
+  // slot of a value a few places ahead already on its way into the cache.
+  // Codes and system-missing values (never in the map) and new values take
+  // AddNumber.
   constexpr std::size_t kAhead = 16;
   for (std::size_t i = 0; i < n; ++i) {
-    if (i + kAhead < n && !runs_) {
+    if (i + kAhead < n) {
       if (const void* slot = values_.SlotAddress(NumericKey(values[i + kAhead].value))) __builtin_prefetch(slot);
     }
-    AddNumber(values[i].value, values[i].weight);
+    const double x = values[i].value;
+    if (SmallIntegerCounts::IndexOf(x) < 0) {
+      if (auto* entry = values_.FindExisting(NumericKey(x))) {
+        AddWeight(*entry, values[i].weight);
+        continue;
+      }
+    }
+    AddNumber(x, values[i].weight);
   }
 }
 
