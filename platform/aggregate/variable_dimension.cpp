@@ -78,15 +78,6 @@ void VariableDimension::Bind(const VELA_InputCaseIterator& cases) {
   }
 }
 
-void VariableDimension::AddOther(const OBS* cells, double weight) {
-  if (mode_ == Mode::kString) {
-    AddString(cells + offset_, weight);
-  } else {
-    // A variable the dataset does not have holds no value in any case.
-    sysmisWeight_ += weight;
-  }
-}
-
 bool VariableDimension::AddNumericSlow(const OBS* cell, double weight) {
   const double x = cell->d;
   if (IsSystemMissing(x)) {

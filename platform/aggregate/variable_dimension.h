@@ -46,7 +46,11 @@ class VariableDimension final : public CountedDimension, public AggregationVaria
   // caller keeps the total of the rest).
   bool AddDirect(const OBS* cells, double weight) {
     if (mode_ == Mode::kNumeric) return AddNumeric(cells + offset_, weight);
-    AddOther(cells, weight);
+    if (mode_ == Mode::kString) {
+      AddString(cells + offset_, weight);
+    } else {
+      sysmisWeight_ += weight;  // a variable the dataset does not have holds no value
+    }
     return false;
   }
 
@@ -91,7 +95,6 @@ class VariableDimension final : public CountedDimension, public AggregationVaria
     return AddNumericSlow(cell, weight);
   }
   bool AddNumericSlow(const OBS* cell, double weight);
-  void AddOther(const OBS* cells, double weight);
   void AddString(const OBS* cells, double weight);
   // f(value, weight, missing) for every integer code 0..255 met, ascending.
   template <typename F>
