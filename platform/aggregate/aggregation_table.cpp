@@ -57,7 +57,9 @@ void AggregationCube::AddCategoryAndTotalStatistics(const std::vector<Aggregatio
 
 // Tables are made one after another and visited in that order on every
 // case: they share the storage that keeps such objects side by side.
-void* AggregationTable::operator new(std::size_t bytes) { return codebook::aggregate::AllocateHot(bytes); }
+// On a cache line: the fields AddNewCase reads and the first code slots
+// then share one.
+void* AggregationTable::operator new(std::size_t bytes) { return codebook::aggregate::AllocateHot(bytes, true); }
 void AggregationTable::operator delete(void* p) noexcept { codebook::aggregate::ReleaseHot(p); }
 
 AggregationTable::AggregationTable(VELA_InputCaseIterator& cases, bool /*layered*/, bool /*keepCategories*/,

@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::size_t kChunkBytes = 256 * 1024;
 constexpr std::size_t kAlign = 16;
+constexpr std::size_t kChunkAlign = 64;  // a cache line, for objects that ask for one
 
 // Each object is preceded by the chunk it came from (null for an object too
 // large for a chunk, which has its own allocation).
@@ -29,23 +30,33 @@ std::size_t Rounded(std::size_t bytes) { return (bytes + kAlign - 1) / kAlign * 
 
 }  // namespace
 
-void* AllocateHot(std::size_t bytes) {
-  const std::size_t need = sizeof(Header) + Rounded(bytes);
+void* AllocateHot(std::size_t bytes, bool lineAligned) {
+  const std::size_t alignment = lineAligned ? kChunkAlign : kAlign;
+  // Padding in front of the header puts the object on the boundary asked for.
+  const std::size_t pad = alignment - kAlign;
+  const std::size_t need = pad + sizeof(Header) + Rounded(bytes);
   if (need > kChunkBytes - kChunkHeader) {
-    auto* header = static_cast<Header*>(::operator new(need, std::align_val_t{kAlign}));
+    auto* memory = static_cast<std::uint8_t*>(::operator new(need, std::align_val_t{kChunkAlign}));
+    auto* header = reinterpret_cast<Header*>(memory + pad);
     header->chunk = nullptr;
     return header + 1;
   }
   std::lock_guard lock(mutex);
-  if (current == nullptr || current->used + need > kChunkBytes) {
-    void* memory = ::operator new(kChunkBytes, std::align_val_t{kAlign});
+  std::size_t skip = 0;
+  if (current != nullptr && alignment > kAlign) {
+    const std::size_t object = current->used + sizeof(Header);
+    skip = (alignment - object % alignment) % alignment;
+  }
+  if (current == nullptr || current->used + skip + sizeof(Header) + Rounded(bytes) > kChunkBytes) {
+    void* memory = ::operator new(kChunkBytes, std::align_val_t{kChunkAlign});
     Chunk* fresh = new (memory) Chunk{kChunkHeader, 0};
     // The previous chunk goes once its last object does (it has some: an
     // empty chunk is freed as soon as it empties).
     current = fresh;
+    skip = alignment > kAlign ? (alignment - (current->used + sizeof(Header)) % alignment) % alignment : 0;
   }
-  auto* header = reinterpret_cast<Header*>(reinterpret_cast<std::uint8_t*>(current) + current->used);
-  current->used += need;
+  auto* header = reinterpret_cast<Header*>(reinterpret_cast<std::uint8_t*>(current) + current->used + skip);
+  current->used += skip + sizeof(Header) + Rounded(bytes);
   ++current->live;
   header->chunk = current;
   return header + 1;
@@ -56,7 +67,11 @@ void ReleaseHot(void* p) noexcept {
   Header* header = static_cast<Header*>(p) - 1;
   Chunk* chunk = header->chunk;
   if (chunk == nullptr) {
-    ::operator delete(header, std::align_val_t{kAlign});
+    // Its own allocation, which began `pad` bytes before the header; the
+    // object's alignment tells the pad again.
+    const auto address = reinterpret_cast<std::uintptr_t>(p);
+    const std::size_t pad = address % kChunkAlign == 0 ? kChunkAlign - kAlign : 0;
+    ::operator delete(reinterpret_cast<std::uint8_t*>(header) - pad, std::align_val_t{kChunkAlign});
     return;
   }
   std::lock_guard lock(mutex);
@@ -64,7 +79,7 @@ void ReleaseHot(void* p) noexcept {
     // An empty chunk goes at once, the current one too: nothing may outlive
     // the last table (the library holding `current` can be unloaded).
     if (chunk == current) current = nullptr;
-    ::operator delete(chunk, std::align_val_t{kAlign});
+    ::operator delete(chunk, std::align_val_t{kChunkAlign});
   }
 }
 

@@ -12,7 +12,9 @@ namespace codebook::aggregate {
 
 // Memory for one object, carved in order from large chunks; a chunk goes
 // back to the system when everything carved from it has been released.
-void* AllocateHot(std::size_t bytes);
+// lineAligned: the object starts on a cache line (64 bytes), so that its
+// first fields share one line however the objects before it fell.
+void* AllocateHot(std::size_t bytes, bool lineAligned = false);
 void ReleaseHot(void* p) noexcept;
 
 // Gives a class the storage above: `struct T : HotStorage { ... };`.

@@ -34,10 +34,12 @@ TEST(HotArena, ObjectsKeepTheirBytesAcrossInterleavedAllocationAndRelease) {
       live.pop_back();
       continue;
     }
-    // Mostly small states, now and then one larger than a chunk.
+    // Mostly small states, now and then one larger than a chunk; some on a
+    // cache line, like tables.
     const std::size_t size = rng() % 500 == 0 ? 300000 + rng() % 1000 : 1 + rng() % 700;
-    auto* p = static_cast<std::uint8_t*>(AllocateHot(size));
-    ASSERT_EQ(reinterpret_cast<std::uintptr_t>(p) % 16, 0u);
+    const bool lineAligned = rng() % 4 == 0;
+    auto* p = static_cast<std::uint8_t*>(AllocateHot(size, lineAligned));
+    ASSERT_EQ(reinterpret_cast<std::uintptr_t>(p) % (lineAligned ? 64 : 16), 0u);
     const auto fill = static_cast<std::uint8_t>(rng());
     std::memset(p, fill, size);
     live.push_back({p, size, fill});
