@@ -2,6 +2,7 @@
 // cube shares its state with the aggregators it hands out.
 #include "host/aggregate/aggregation_table.h"
 
+#include <array>
 #include <limits>
 
 #include "platform/aggregate/cube_state.h"
@@ -36,6 +37,7 @@ void AggregationCube::AddCategoricalVariable(AggregationVariable* variable,
   // cube owns and therefore frees.
   impl_->state->SetDimension(std::unique_ptr<AggregationVariable>(variable));
   impl_->table.metadata_.dimension_ = impl_->state->tableDimension();
+  if (impl_->table.behind_ != nullptr) impl_->table.behind_->aheadDimension_ = impl_->table.metadata_.dimension_;
 }
 
 void AggregationCube::CreateCubeAggregator() {
@@ -62,11 +64,51 @@ void AggregationCube::AddCategoryAndTotalStatistics(const std::vector<Aggregatio
 void* AggregationTable::operator new(std::size_t bytes) { return codebook::aggregate::AllocateHot(bytes, true); }
 void AggregationTable::operator delete(void* p) noexcept { codebook::aggregate::ReleaseHot(p); }
 
+// Links each table to the one made kAhead tables after it on the same
+// thread, for AddNewCase's prefetch. A link is mutual (ahead_ / behind_) and
+// undone when either table goes, so a table only ever writes to live ones.
+struct TableChain {
+  static constexpr std::size_t kAhead = 32;
+  struct Recent {
+    std::array<AggregationTable*, kAhead> tables{};
+    std::size_t next = 0;
+  };
+  static Recent& recent() {
+    thread_local Recent r;
+    return r;
+  }
+  static void Add(AggregationTable* table) {
+    Recent& r = recent();
+    AggregationTable*& slot = r.tables[r.next];
+    if (slot != nullptr) {
+      slot->ahead_ = table;
+      table->behind_ = slot;
+    }
+    slot = table;
+    r.next = (r.next + 1) % kAhead;
+  }
+  static void Remove(AggregationTable* table) {
+    for (AggregationTable*& slot : recent().tables) {
+      if (slot == table) slot = nullptr;
+    }
+    if (table->behind_ != nullptr) {
+      table->behind_->ahead_ = nullptr;
+      table->behind_->aheadDimension_ = nullptr;
+    }
+    // The table made kAhead after this one is alive while linked: its own
+    // going would have undone the link.
+    if (table->ahead_ != nullptr) static_cast<AggregationTable*>(const_cast<void*>(table->ahead_))->behind_ = nullptr;
+  }
+};
+
 AggregationTable::AggregationTable(VELA_InputCaseIterator& cases, bool /*layered*/, bool /*keepCategories*/,
                                    int /*layer*/)
-    : cases_(cases), impl_(std::make_unique<Impl>()) {}
+    : cases_(cases), impl_(std::make_unique<Impl>()) {
+  TableChain::Add(this);
+}
 
 AggregationTable::~AggregationTable() {
+  TableChain::Remove(this);
   // The aggregators handed out may outlive the table; they read the record.
   if (state_ != nullptr) state_->KeepHot();
 }

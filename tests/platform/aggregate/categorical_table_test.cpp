@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <random>
 
 #include "host/aggregate/aggregation_table.h"
 #include "platform/data/dataset_builder.h"
@@ -261,6 +262,58 @@ TEST(AggregationTable, CategoryCountsOutliveTheTable) {
   std::vector<double> counts;
   for (const AggregationCategory* c : categories) counts.push_back(aggregator->GetStatValues({c}, -1)->GetStatValue(0).GetValue1());
   EXPECT_EQ(counts, (std::vector<double>{2, 1.5, 1, 8.5}));
+}
+
+// Each table knows the one made some tables after it (for prefetching) and
+// that one knows it back. Tables made, given dimensions and deleted in any
+// order must never touch a deleted neighbour (AddressSanitizer watches) and
+// must count as if alone.
+TEST(AggregationTable, TablesMadeAndDeletedInAnyOrderCountAlone) {
+  auto ds = DatasetBuilder().Numeric("x").Cases({{1}, {2}, {2}, {7}}).Build();
+  auto selection = std::make_shared<ProcedureDataSource::Selection>(ds);
+  auto iterator = selection->CreateIterator();
+  std::mt19937 rng(5);
+  std::vector<std::unique_ptr<AggregationTable>> tables;
+  std::vector<AggregationVariable*> dimensions;
+  auto make = [&] {
+    tables.push_back(std::make_unique<AggregationTable>(*iterator, false, true, -1));
+    dimensions.push_back(nullptr);
+  };
+  auto attach = [&](std::size_t i) {
+    auto* dimension = new AggregationVariable(0, "x");
+    dimension->SetIsTotalNo(false);
+    AggregationCube* cube = tables[i]->CreateCube();
+    cube->AddCategoricalVariable(dimension, TableEncryptionCodes::kDimensionRow);
+    cube->AddCategoryAndTotalStatistics({AggregationStatistic(TableEncryptionCodes::kStatCount)}, dimension, {});
+    dimensions[i] = dimension;
+  };
+  auto drop = [&](std::size_t i) {
+    tables.erase(tables.begin() + static_cast<std::ptrdiff_t>(i));
+    dimensions.erase(dimensions.begin() + static_cast<std::ptrdiff_t>(i));
+  };
+  for (int round = 0; round < 3; ++round) {
+    for (int i = 0; i < 60; ++i) make();
+    // Dimensions join late and out of order, some tables go before theirs does.
+    for (int i = 0; i < 30; ++i) drop(rng() % tables.size());
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+      if (dimensions[i] == nullptr && rng() % 2 == 0) attach(i);
+    }
+  }
+  for (std::size_t i = 0; i < tables.size(); ++i) {
+    if (dimensions[i] == nullptr) attach(i);
+  }
+  while (iterator->NextCase()) {
+    for (auto& t : tables) t->AddNewCase();
+  }
+  for (std::size_t i = 0; i < tables.size(); ++i) {
+    std::unique_ptr<CubeAggregator> aggregator(tables[i]->GetCubeAggregators().at(0));
+    std::vector<double> counts;
+    for (const AggregationCategory* c : dimensions[i]->GetDimension()->GetCategories()) {
+      if (const StatValues* v = aggregator->GetStatValues({c}, -1)) counts.push_back(v->GetStatValue(0).GetValue1());
+    }
+    EXPECT_EQ(counts, (std::vector<double>{1, 2, 1})) << i;
+  }
+  while (!tables.empty()) drop(rng() % tables.size());
 }
 
 }  // namespace

@@ -78,6 +78,12 @@ class HOST_API AggregationTable {
   // kinds of table count a case here, without a call (see table_hot.h).
   [[gnu::always_inline]] void AddNewCase() {
     using codebook::aggregate::TableHot;
+    // The table made kAhead tables later, and its dimension: a pass visits
+    // tables in the order they were made, and with many tables their
+    // state comes from memory; asking now overlaps the waits.
+    __builtin_prefetch(ahead_);
+    __builtin_prefetch(static_cast<const char*>(ahead_) + 64);
+    __builtin_prefetch(aheadDimension_);
     const double weight = cases_.CaseWeight();
     const OBS* cells = cases_.CurrentCase();
     // Zero, negative, missing (NaN) and infinite weights take the general
@@ -108,6 +114,7 @@ class HOST_API AggregationTable {
 
  private:
   friend class AggregationCube;
+  friend struct TableChain;
   void AddNewCaseSlow();
 
   // What a pass needs on every case, in the table itself, in the order
@@ -116,7 +123,11 @@ class HOST_API AggregationTable {
   // miss. The cube's state keeps the record once the table is gone.
   VELA_InputCaseIterator& cases_;
   TableMetadata metadata_;
+  // Only ever prefetched, never read through: either may have been freed.
+  const void* ahead_ = nullptr;
+  const void* aheadDimension_ = nullptr;
   codebook::aggregate::TableHot hot_;
   codebook::aggregate::CubeState* state_ = nullptr;  // the cube's
+  AggregationTable* behind_ = nullptr;  // the table whose ahead_ this one is
   std::unique_ptr<Impl> impl_;
 };
