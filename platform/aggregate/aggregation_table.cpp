@@ -4,6 +4,7 @@
 
 #include <array>
 #include <limits>
+#include <mutex>
 
 #include "platform/aggregate/cube_state.h"
 #include "platform/aggregate/dimension.h"
@@ -25,6 +26,55 @@ class AggregationTable::Impl {
   std::unique_ptr<AggregationCube> cube;
 };
 
+// Links each table to the one made kAhead tables after it, for
+// AddNewCase's prefetch. A link is mutual (ahead_ / behind_) and undone when
+// either table goes, so a table only ever writes to live ones. Tables are
+// made and deleted far less often than cases are added: a lock is cheap.
+struct TableChain {
+  static constexpr std::size_t kAhead = 32;
+  // Fewer tables keep their state in the second-level cache, where the
+  // prefetch would only cost instructions: the first ones get no link.
+  static constexpr std::size_t kLinkFrom = 2048;
+
+  static void Add(AggregationTable* table) {
+    std::lock_guard lock(mutex);
+    ++live;
+    AggregationTable*& slot = recent[next];
+    if (slot != nullptr && live > kLinkFrom) {
+      slot->ahead_ = table;
+      table->behind_ = slot;
+    }
+    slot = table;
+    next = (next + 1) % kAhead;
+  }
+
+  static void Remove(AggregationTable* table) {
+    std::lock_guard lock(mutex);
+    --live;
+    for (AggregationTable*& slot : recent) {
+      if (slot == table) slot = nullptr;
+    }
+    if (table->behind_ != nullptr) {
+      table->behind_->ahead_ = nullptr;
+      table->behind_->aheadDimension_ = nullptr;
+    }
+    // The table made kAhead after this one is alive while linked: its own
+    // going would have undone the link.
+    if (table->ahead_ != nullptr) static_cast<AggregationTable*>(const_cast<void*>(table->ahead_))->behind_ = nullptr;
+  }
+
+  static void SetDimension(AggregationTable& table, const void* dimension) {
+    std::lock_guard lock(mutex);
+    if (table.behind_ != nullptr) table.behind_->aheadDimension_ = dimension;
+  }
+
+ private:
+  static inline std::mutex mutex;
+  static inline std::array<AggregationTable*, kAhead> recent{};
+  static inline std::size_t next = 0;
+  static inline std::size_t live = 0;  // tables in existence
+};
+
 // ---- AggregationCube ----
 
 AggregationCube::AggregationCube(AggregationTable& table) : impl_(std::make_unique<Impl>(table)) {}
@@ -37,7 +87,7 @@ void AggregationCube::AddCategoricalVariable(AggregationVariable* variable,
   // cube owns and therefore frees.
   impl_->state->SetDimension(std::unique_ptr<AggregationVariable>(variable));
   impl_->table.metadata_.dimension_ = impl_->state->tableDimension();
-  if (impl_->table.behind_ != nullptr) impl_->table.behind_->aheadDimension_ = impl_->table.metadata_.dimension_;
+  TableChain::SetDimension(impl_->table, impl_->table.metadata_.dimension_);
 }
 
 void AggregationCube::CreateCubeAggregator() {
@@ -63,43 +113,6 @@ void AggregationCube::AddCategoryAndTotalStatistics(const std::vector<Aggregatio
 // then share one.
 void* AggregationTable::operator new(std::size_t bytes) { return codebook::aggregate::AllocateHot(bytes, true); }
 void AggregationTable::operator delete(void* p) noexcept { codebook::aggregate::ReleaseHot(p); }
-
-// Links each table to the one made kAhead tables after it on the same
-// thread, for AddNewCase's prefetch. A link is mutual (ahead_ / behind_) and
-// undone when either table goes, so a table only ever writes to live ones.
-struct TableChain {
-  static constexpr std::size_t kAhead = 32;
-  struct Recent {
-    std::array<AggregationTable*, kAhead> tables{};
-    std::size_t next = 0;
-  };
-  static Recent& recent() {
-    thread_local Recent r;
-    return r;
-  }
-  static void Add(AggregationTable* table) {
-    Recent& r = recent();
-    AggregationTable*& slot = r.tables[r.next];
-    if (slot != nullptr) {
-      slot->ahead_ = table;
-      table->behind_ = slot;
-    }
-    slot = table;
-    r.next = (r.next + 1) % kAhead;
-  }
-  static void Remove(AggregationTable* table) {
-    for (AggregationTable*& slot : recent().tables) {
-      if (slot == table) slot = nullptr;
-    }
-    if (table->behind_ != nullptr) {
-      table->behind_->ahead_ = nullptr;
-      table->behind_->aheadDimension_ = nullptr;
-    }
-    // The table made kAhead after this one is alive while linked: its own
-    // going would have undone the link.
-    if (table->ahead_ != nullptr) static_cast<AggregationTable*>(const_cast<void*>(table->ahead_))->behind_ = nullptr;
-  }
-};
 
 AggregationTable::AggregationTable(VELA_InputCaseIterator& cases, bool /*layered*/, bool /*keepCategories*/,
                                    int /*layer*/)

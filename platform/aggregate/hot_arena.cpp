@@ -4,6 +4,10 @@
 #include <mutex>
 #include <new>
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#endif
+
 namespace codebook::aggregate {
 namespace {
 
@@ -19,7 +23,16 @@ struct Chunk {
 };
 struct alignas(kAlign) Header {
   Chunk* chunk;
+  std::size_t bytes;  // of the object, for the address sanitizer
 };
+
+// Under the address sanitizer a released object is marked unusable until its
+// chunk goes, so a use after release is caught as it would be on the heap.
+#if defined(__SANITIZE_ADDRESS__)
+void MarkReleased(void* p, std::size_t bytes) { __asan_poison_memory_region(p, bytes); }
+#else
+void MarkReleased(void*, std::size_t) {}
+#endif
 
 constexpr std::size_t kChunkHeader = (sizeof(Chunk) + kAlign - 1) / kAlign * kAlign;
 
@@ -39,6 +52,7 @@ void* AllocateHot(std::size_t bytes, bool lineAligned) {
     auto* memory = static_cast<std::uint8_t*>(::operator new(need, std::align_val_t{kChunkAlign}));
     auto* header = reinterpret_cast<Header*>(memory + pad);
     header->chunk = nullptr;
+    header->bytes = bytes;
     return header + 1;
   }
   std::lock_guard lock(mutex);
@@ -59,6 +73,7 @@ void* AllocateHot(std::size_t bytes, bool lineAligned) {
   current->used += skip + sizeof(Header) + Rounded(bytes);
   ++current->live;
   header->chunk = current;
+  header->bytes = bytes;
   return header + 1;
 }
 
@@ -74,6 +89,7 @@ void ReleaseHot(void* p) noexcept {
     ::operator delete(reinterpret_cast<std::uint8_t*>(header) - pad, std::align_val_t{kChunkAlign});
     return;
   }
+  MarkReleased(p, header->bytes);
   std::lock_guard lock(mutex);
   if (--chunk->live == 0) {
     // An empty chunk goes at once, the current one too: nothing may outlive

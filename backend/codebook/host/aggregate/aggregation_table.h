@@ -78,12 +78,15 @@ class HOST_API AggregationTable {
   // kinds of table count a case here, without a call (see table_hot.h).
   [[gnu::always_inline]] void AddNewCase() {
     using codebook::aggregate::TableHot;
-    // The table made kAhead tables later, and its dimension: a pass visits
-    // tables in the order they were made, and with many tables their
-    // state comes from memory; asking now overlaps the waits.
-    __builtin_prefetch(ahead_);
-    __builtin_prefetch(static_cast<const char*>(ahead_) + 64);
-    __builtin_prefetch(aheadDimension_);
+    // The table made some tables later, and its dimension: a pass visits
+    // tables in the order they were made, and with many tables their state
+    // comes from memory; asking now overlaps the waits. Small sets of
+    // tables have no such link.
+    if (ahead_ != nullptr) {
+      __builtin_prefetch(ahead_);
+      __builtin_prefetch(static_cast<const char*>(ahead_) + 64);
+      __builtin_prefetch(aheadDimension_);
+    }
     const double weight = cases_.CaseWeight();
     const OBS* cells = cases_.CurrentCase();
     // Zero, negative, missing (NaN) and infinite weights take the general
