@@ -46,21 +46,18 @@ void ScaleAccumulator::AddBatch(const WeightedCell* values, std::size_t n) {
 }
 
 void ScaleAccumulator::NewCode(int k, const OBS* cell) {
-  const auto bit = static_cast<std::uint16_t>(1u << k);
-  if (variable_->IsMissing(cell) != 0) codeMissing_ = static_cast<std::uint16_t>(codeMissing_ | bit);
-  codes_->counts[k] = 0.0;
-  codes_->seen = static_cast<std::uint16_t>(codes_->seen | bit);
+  if (variable_->IsMissing(cell) != 0) codeMissing_ = static_cast<std::uint16_t>(codeMissing_ | (1u << k));
+  codes_->OpenSlot(k);
 }
 
 void ScaleAccumulator::ReleaseCodes() {
   if (codes_ == nullptr) return;
-  for (int k = 0; k < TableHot::kCodeSlots; ++k) {
-    if (((codes_->seen >> k) & 1u) == 0) continue;
+  codes_->ForEachSlot([&](int k, double weight) {
     double* slot = small_.Find(k);
     if (slot == nullptr) slot = &small_.Insert(k, ((codeMissing_ >> k) & 1u) != 0);
-    *slot += codes_->counts[k];
-    codes_->total.Add(codes_->counts[k]);
-  }
+    *slot += weight;
+    codes_->total.Add(weight);
+  });
   codes_->seen = 0;
   codeMissing_ = 0;
   codes_ = nullptr;
@@ -100,11 +97,10 @@ void ScaleAccumulator::Finish() {
   small_.Clear();
   if (codes_ != nullptr) {
     // Moved out like small_'s: a later case of a code starts its slot again.
-    for (int k = 0; k < TableHot::kCodeSlots; ++k) {
-      if (((codes_->seen >> k) & 1u) == 0) continue;
-      take(static_cast<double>(k), codes_->counts[k], ((codeMissing_ >> k) & 1u) != 0);
-      codes_->total.Add(codes_->counts[k]);
-    }
+    codes_->ForEachSlot([&](int k, double weight) {
+      take(static_cast<double>(k), weight, ((codeMissing_ >> k) & 1u) != 0);
+      codes_->total.Add(weight);
+    });
     codes_->seen = 0;
     codeMissing_ = 0;
   }

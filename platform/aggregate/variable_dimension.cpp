@@ -131,10 +131,8 @@ double& VariableDimension::OnNewSmall(int k, const OBS* cell) {
 void VariableDimension::OnNewCode(int k, const OBS* cell) {
   const bool missing = variable_->IsMissing(cell) != 0;
   if (!(missing && excludeUserMissing())) ++categoryCount_;
-  const auto bit = static_cast<std::uint16_t>(1u << k);
-  if (missing) codeMissing_ = static_cast<std::uint16_t>(codeMissing_ | bit);
-  hot_->counts[k] = 0.0;
-  hot_->seen = static_cast<std::uint16_t>(hot_->seen | bit);
+  if (missing) codeMissing_ = static_cast<std::uint16_t>(codeMissing_ | (1u << k));
+  hot_->OpenSlot(k);
 }
 
 void VariableDimension::OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell) {

@@ -83,13 +83,9 @@ class VariableDimension final : public CountedDimension, public AggregationVaria
   // handful of instructions; the rest is out of line.
   bool AddNumeric(const OBS* cell, double weight) {
     if (!restricted_) {
-      const double x = cell->d;
-      if (x >= 0.0 && x < TableHot::kCodeSlots) {
-        const int k = static_cast<int>(x);
-        if (static_cast<double>(k) == x && ((hot_->seen >> k) & 1u) != 0) {
-          hot_->counts[k] += weight;
-          return true;
-        }
+      if (const int k = hot_->SlotOf(cell->d); k >= 0) {
+        hot_->counts[k] += weight;
+        return true;
       }
     }
     return AddNumericSlow(cell, weight);
@@ -99,9 +95,7 @@ class VariableDimension final : public CountedDimension, public AggregationVaria
   // f(value, weight, missing) for every integer code 0..255 met, ascending.
   template <typename F>
   void ForEachCode(F&& f) const {
-    for (int k = 0; k < TableHot::kCodeSlots; ++k) {
-      if (((hot_->seen >> k) & 1u) != 0) f(static_cast<double>(k), hot_->counts[k], ((codeMissing_ >> k) & 1u) != 0);
-    }
+    hot_->ForEachSlot([&](int k, double weight) { f(static_cast<double>(k), weight, ((codeMissing_ >> k) & 1u) != 0); });
     small_.ForEach(f);  // holds the codes from 16 on
   }
   // A string value as the map's key: the variable's whole width, trailing

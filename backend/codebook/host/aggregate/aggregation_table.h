@@ -95,12 +95,9 @@ class HOST_API AggregationTable {
         weight <= std::numeric_limits<double>::max()) {
       const double x = cells[hot_.offset].d;
       if (hot_.kind == TableHot::kCodes) {
-        if (x >= 0.0 && x < TableHot::kCodeSlots) {
-          const int k = static_cast<int>(x);
-          if (static_cast<double>(k) == x && ((hot_.seen >> k) & 1u) != 0) {
-            hot_.counts[k] += weight;
-            return;
-          }
+        if (const int k = hot_.SlotOf(x); k >= 0) {
+          hot_.counts[k] += weight;
+          return;
         }
       } else if (hot_.values.batched < hot_.values.capacity) {
         hot_.values.batch[hot_.values.batched++] = {x, weight};

@@ -45,15 +45,36 @@ struct TableHot {
   CompensatedSum total;
   std::uint64_t generalCases = 0;
 
+  // The slot of x when x is a code met before (an integer 0..15 in
+  // `seen`), else -1.
+  int SlotOf(double x) const {
+    if (x >= 0.0 && x < kCodeSlots) {
+      const int k = static_cast<int>(x);
+      if (static_cast<double>(k) == x && ((seen >> k) & 1u) != 0) return k;
+    }
+    return -1;
+  }
+  // Gives code k (0..15, not yet in `seen`) its slot, empty.
+  void OpenSlot(int k) {
+    counts[k] = 0.0;
+    seen = static_cast<std::uint16_t>(seen | (1u << k));
+  }
+
+  // f(k, weight) for every code in `seen`, ascending.
+  template <typename F>
+  void ForEachSlot(F&& f) const {
+    for (int k = 0; k < kCodeSlots; ++k) {
+      if (((seen >> k) & 1u) != 0) f(k, counts[k]);
+    }
+  }
+
   // W: the general path's total and the weights waiting in the record.
   double TotalWeight() const {
     CompensatedSum sum = total;
     if (kind == kValues) {
       for (std::uint32_t i = 0; i < values.batched; ++i) sum.Add(values.batch[i].weight);
     } else {
-      for (int k = 0; k < kCodeSlots; ++k) {
-        if (((seen >> k) & 1u) != 0) sum.Add(counts[k]);
-      }
+      ForEachSlot([&](int, double weight) { sum.Add(weight); });
     }
     return sum.Value();
   }
