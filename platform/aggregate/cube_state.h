@@ -8,10 +8,10 @@
 
 #include "host/aggregate/aggregation_statistic.h"
 #include "host/aggregate/aggregation_variable.h"
+#include "host/aggregate/compensated_sum.h"
 #include "host/aggregate/cube_aggregator.h"
 #include "host/aggregate/table_hot.h"
 #include "host/data/case_iterator.h"
-#include "host/aggregate/compensated_sum.h"
 #include "platform/aggregate/dimension.h"
 #include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/scale_accumulator.h"

@@ -11,10 +11,10 @@
 
 #include "host/aggregate/aggregation_category.h"
 #include "host/aggregate/aggregation_variable.h"
+#include "host/aggregate/compensated_sum.h"
 #include "host/data/case_iterator.h"
 #include "host/data/obs.h"
 #include "platform/aggregate/category.h"
-#include "host/aggregate/compensated_sum.h"
 
 class AggregationVariable::Impl {
  public:

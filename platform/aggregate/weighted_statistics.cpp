@@ -4,8 +4,8 @@
 #include <optional>
 #include <utility>
 
-#include "host/data/obs.h"
 #include "host/aggregate/compensated_sum.h"
+#include "host/data/obs.h"
 
 namespace codebook::aggregate {
 

@@ -123,7 +123,9 @@ class HOST_API AggregationTable {
   // miss. The cube's state keeps the record once the table is gone.
   VELA_InputCaseIterator& cases_;
   TableMetadata metadata_;
-  // Only ever prefetched, never read through: either may have been freed.
+  // For AddNewCase's prefetch: the table made some tables after this one,
+  // and its dimension (which may have been replaced since; a prefetch of
+  // freed memory is harmless).
   const void* ahead_ = nullptr;
   const void* aheadDimension_ = nullptr;
   codebook::aggregate::TableHot hot_;
