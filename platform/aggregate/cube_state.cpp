@@ -40,6 +40,7 @@ void CubeState::KeepHot() {
 
 void CubeState::ClearCodes() {
   hot_->seen = 0;
+  hot_->missing = 0;
   std::fill(std::begin(hot_->counts), std::end(hot_->counts), 0.0);
 }
 

@@ -46,20 +46,16 @@ void ScaleAccumulator::AddBatch(const WeightedCell* values, std::size_t n) {
 }
 
 void ScaleAccumulator::NewCode(int k, const OBS* cell) {
-  if (variable_->IsMissing(cell) != 0) codeMissing_ = static_cast<std::uint16_t>(codeMissing_ | (1u << k));
-  codes_->OpenSlot(k);
+  codes_->OpenSlot(k, variable_->IsMissing(cell) != 0);
 }
 
 void ScaleAccumulator::ReleaseCodes() {
   if (codes_ == nullptr) return;
-  codes_->ForEachSlot([&](int k, double weight) {
+  codes_->DrainSlots([&](int k, double weight, bool missing) {
     double* slot = small_.Find(k);
-    if (slot == nullptr) slot = &small_.Insert(k, ((codeMissing_ >> k) & 1u) != 0);
+    if (slot == nullptr) slot = &small_.Insert(k, missing);
     *slot += weight;
-    codes_->total.Add(weight);
   });
-  codes_->seen = 0;
-  codeMissing_ = 0;
   codes_ = nullptr;
   ++generation_;
 }
@@ -97,12 +93,7 @@ void ScaleAccumulator::Finish() {
   small_.Clear();
   if (codes_ != nullptr) {
     // Moved out like small_'s: a later case of a code starts its slot again.
-    codes_->ForEachSlot([&](int k, double weight) {
-      take(static_cast<double>(k), weight, ((codeMissing_ >> k) & 1u) != 0);
-      codes_->total.Add(weight);
-    });
-    codes_->seen = 0;
-    codeMissing_ = 0;
+    codes_->DrainSlots([&](int k, double weight, bool missing) { take(static_cast<double>(k), weight, missing); });
   }
   auto sorted = SortedValues();
   moments_ = ComputeMoments(sorted);

@@ -125,7 +125,6 @@ class ScaleAccumulator : public HotStorage {
   std::unique_ptr<SortedRuns> runs_;  // replaces values_ once the data look continuous
   SmallIntegerCounts small_;  // integers 0..255, moved into values_ when results are asked
   TableHot* codes_ = nullptr;  // when set, holds the codes 0..15 instead of small_
-  std::uint16_t codeMissing_ = 0;  // bit k: code k in codes_ is user-missing
   double sysmisWeight_ = 0.0;  // system-missing, and every missing string
   double validStringWeight_ = 0.0;
   std::uint64_t generation_ = 0;

@@ -131,8 +131,7 @@ double& VariableDimension::OnNewSmall(int k, const OBS* cell) {
 void VariableDimension::OnNewCode(int k, const OBS* cell) {
   const bool missing = variable_->IsMissing(cell) != 0;
   if (!(missing && excludeUserMissing())) ++categoryCount_;
-  if (missing) codeMissing_ = static_cast<std::uint16_t>(codeMissing_ | (1u << k));
-  hot_->OpenSlot(k);
+  hot_->OpenSlot(k, missing);
 }
 
 void VariableDimension::OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell) {

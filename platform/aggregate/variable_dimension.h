@@ -95,7 +95,7 @@ class VariableDimension final : public CountedDimension, public AggregationVaria
   // f(value, weight, missing) for every integer code 0..255 met, ascending.
   template <typename F>
   void ForEachCode(F&& f) const {
-    hot_->ForEachSlot([&](int k, double weight) { f(static_cast<double>(k), weight, ((codeMissing_ >> k) & 1u) != 0); });
+    hot_->ForEachSlot([&](int k, double weight, bool missing) { f(static_cast<double>(k), weight, missing); });
     small_.ForEach(f);  // holds the codes from 16 on
   }
   // A string value as the map's key: the variable's whole width, trailing
@@ -111,7 +111,6 @@ class VariableDimension final : public CountedDimension, public AggregationVaria
   // What a case and the early stop's question touch, together.
   Mode mode_ = Mode::kUnknownVariable;
   bool restricted_ = false;
-  std::uint16_t codeMissing_ = 0;  // bit k: code k (< 16) is user-missing
   int offset_ = -1;
   TableHot* hot_ = &ownHot_;
   double sysmisWeight_ = 0.0;

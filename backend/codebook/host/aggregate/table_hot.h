@@ -19,8 +19,8 @@ struct WeightedCell {
 };
 
 // Laid out for the inline path: kind, codes met and cell first, then the
-// first code slots, so a variable coded 1 to 5 costs its table one cache
-// line per case. What only the general path touches comes last.
+// code slots, the first of them on the table's first cache line. What only
+// the general path touches comes last.
 struct TableHot {
   enum Kind : std::uint8_t {
     kGeneral,  // every case through the table's cube
@@ -44,6 +44,7 @@ struct TableHot {
   // a batch, and the number of cases it took.
   CompensatedSum total;
   std::uint64_t generalCases = 0;
+  std::uint16_t missing = 0;  // bit k: code k in `seen` is user-missing
 
   // The slot of x when x is a code met before (an integer 0..15 in
   // `seen`), else -1.
@@ -55,17 +56,29 @@ struct TableHot {
     return -1;
   }
   // Gives code k (0..15, not yet in `seen`) its slot, empty.
-  void OpenSlot(int k) {
+  void OpenSlot(int k, bool isMissing) {
     counts[k] = 0.0;
     seen = static_cast<std::uint16_t>(seen | (1u << k));
+    if (isMissing) missing = static_cast<std::uint16_t>(missing | (1u << k));
   }
 
-  // f(k, weight) for every code in `seen`, ascending.
+  // f(k, weight, missing) for every code in `seen`, ascending.
   template <typename F>
   void ForEachSlot(F&& f) const {
     for (int k = 0; k < kCodeSlots; ++k) {
-      if (((seen >> k) & 1u) != 0) f(k, counts[k]);
+      if (((seen >> k) & 1u) != 0) f(k, counts[k], ((missing >> k) & 1u) != 0);
     }
+  }
+  // The same, and the slots' weights move into `total` and the slots are
+  // closed: for a caller that takes the codes over.
+  template <typename F>
+  void DrainSlots(F&& f) {
+    ForEachSlot([&](int k, double weight, bool isMissing) {
+      f(k, weight, isMissing);
+      total.Add(weight);
+    });
+    seen = 0;
+    missing = 0;
   }
 
   // W: the general path's total and the weights waiting in the record.
@@ -74,7 +87,7 @@ struct TableHot {
     if (kind == kValues) {
       for (std::uint32_t i = 0; i < values.batched; ++i) sum.Add(values.batch[i].weight);
     } else {
-      ForEachSlot([&](int, double weight) { sum.Add(weight); });
+      ForEachSlot([&](int, double weight, bool) { sum.Add(weight); });
     }
     return sum.Value();
   }
