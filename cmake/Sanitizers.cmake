@@ -4,3 +4,13 @@ if(CODEBOOK_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 endif()
+
+# ThreadSanitizer, for the parts that run on more than one thread (the
+# read-ahead stream, the batch worker). It cannot be combined with the above.
+if(CODEBOOK_SANITIZE_THREAD)
+  if(CODEBOOK_SANITIZE)
+    message(FATAL_ERROR "CODEBOOK_SANITIZE and CODEBOOK_SANITIZE_THREAD exclude each other")
+  endif()
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+endif()
