@@ -20,21 +20,13 @@ constexpr std::size_t kBatch = 1024;
 // each value as it comes (a file with thousands of scale variables gains
 // little from batching, and would pay in memory).
 constexpr std::size_t kBatchBudget = std::size_t{16} << 20;
-constexpr std::size_t kBatchBytes = 2 * kBatch * sizeof(WeightedCell);  // both buffers
+constexpr std::size_t kBatchBytes = kBatch * sizeof(WeightedCell);
 std::atomic<std::size_t> batchBytes{0};  // held by the batches of all tables
 }  // namespace
 
 CubeState::~CubeState() {
-  if (handedOver_) {
-    // The worker may still be reading the buffer and writing the
-    // accumulator; what it threw no longer matters.
-    try {
-      worker_->Wait(job_);
-    } catch (...) {
-    }
-  }
-  if (batches_ != nullptr) {
-    ReleaseHot(batches_);
+  if (batch_ != nullptr) {
+    ReleaseHot(batch_);
     batchBytes.fetch_sub(kBatchBytes);
   }
 }
@@ -92,61 +84,35 @@ void CubeState::ChooseFastPath() {
 }
 
 bool CubeState::StartBatches() {
-  if (batches_ == nullptr) {
+  if (batch_ == nullptr) {
     if (batchRefused_) return false;
     if (batchBytes.fetch_add(kBatchBytes) + kBatchBytes > kBatchBudget) {
       batchBytes.fetch_sub(kBatchBytes);
       batchRefused_ = true;
       return false;
     }
-    batches_ = static_cast<WeightedCell*>(AllocateHot(kBatchBytes));
-    worker_ = BatchWorker::Acquire();
+    batch_ = static_cast<WeightedCell*>(AllocateHot(kBatchBytes));
   }
   // The codes counted so far go to the accumulator, which counts the
   // batches' codes itself: the union is about to hold the batch.
   firstScale_->ReleaseCodes();
   TableHot& hot = *hot_;
   hot.kind = TableHot::kValues;
-  hot.values.batch = batches_;
+  hot.values.batch = batch_;
   hot.values.batched = 0;
   hot.values.capacity = kBatch;
   return true;
 }
 
-void CubeState::SettleHandedOver() {
-  if (!handedOver_) return;
-  handedOver_ = false;
-  worker_->Wait(job_);
-  hot_->total.Add(job_.weight);
-}
-
 void CubeState::FlushValues() {
-  SettleHandedOver();
   TableHot& hot = *hot_;
   if (hot.kind != TableHot::kValues || hot.values.batched == 0) return;
-  job_.scale = firstScale_.get();
-  job_.values = hot.values.batch;
-  job_.count = hot.values.batched;
-  job_.Count();
-  hot.total.Add(job_.weight);
-  hot.values.batched = 0;
-}
-
-void CubeState::HandOverValues() {
-  if (worker_ == nullptr) {
-    FlushValues();
-    return;
-  }
-  // The worker is usually done with the other buffer long before this one
-  // fills; its weights join the total in the order the batches came.
-  SettleHandedOver();
-  TableHot& hot = *hot_;
-  job_.scale = firstScale_.get();
-  job_.values = hot.values.batch;
-  job_.count = hot.values.batched;
-  worker_->Submit(job_);
-  handedOver_ = true;
-  hot.values.batch = hot.values.batch == batches_ ? batches_ + kBatch : batches_;
+  // Weights are positive, so a plain sum of one batch of 1,024 loses at most
+  // about three digits of sixteen; across batches the total stays compensated.
+  double sum = 0.0;
+  for (std::uint32_t i = 0; i < hot.values.batched; ++i) sum += hot.values.batch[i].weight;
+  hot.total.Add(sum);
+  firstScale_->AddBatch(hot.values.batch, hot.values.batched);
   hot.values.batched = 0;
 }
 

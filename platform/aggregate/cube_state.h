@@ -12,7 +12,6 @@
 #include "host/aggregate/cube_aggregator.h"
 #include "host/aggregate/table_hot.h"
 #include "host/data/case_iterator.h"
-#include "platform/aggregate/batch_worker.h"
 #include "platform/aggregate/dimension.h"
 #include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/scale_accumulator.h"
@@ -46,7 +45,7 @@ class CubeState : public HotStorage {
     TableHot& hot = *hot_;
     ++hot.generalCases;
     if (hot.kind == TableHot::kValues) {  // the batch is full
-      HandOverValues();
+      FlushValues();
       hot.values.batch[hot.values.batched++] = {cells[hot.offset].d, weight};
       return;
     }
@@ -72,23 +71,15 @@ class CubeState : public HotStorage {
   // The values of the cell that `selection` addresses, or null.
   const StatValues* Values(const std::vector<const AggregationCategory*>& selection, StatValues& out);
 
-  double TotalWeight() {
-    SettleHandedOver();
-    return hot_->TotalWeight();
-  }
+  double TotalWeight() const { return hot_->TotalWeight(); }
 
  private:
   void Bind();
   // Sets the record's kind from what the cube holds; after Bind, and again
   // when statistics or a dimension arrive later.
   void ChooseFastPath();
-  // Counts the values waiting in the batch, and waits for those handed over.
+  // Counts the values waiting in the batch.
   void FlushValues();
-  // Hands the full batch to the worker (or counts it, without one) and
-  // gives the record the other buffer.
-  void HandOverValues();
-  // Waits for the batch handed over, and adds its weights to the total.
-  void SettleHandedOver();
   // Switches a scale variable's record to batches, if the budget allows.
   bool StartBatches();
   // Empties the record's code slots (after a kValues record, whose union
@@ -109,13 +100,8 @@ class CubeState : public HotStorage {
   bool bound_ = false;
   VariableDimension* variable_ = nullptr;  // the dimension, when it is over one variable
   AggregationVariable::Impl* dimensionImpl_ = nullptr;
-  // Two buffers of kBatch values of the scale variable, when the budget
-  // allows: the record fills one while the worker counts the other.
-  WeightedCell* batches_ = nullptr;
-  bool batchRefused_ = false;  // the budget was spent when this table asked
-  bool handedOver_ = false;    // job_ is with the worker, or done and not settled
-  std::shared_ptr<BatchWorker> worker_;
-  BatchWorker::Job job_;
+  WeightedCell* batch_ = nullptr;  // kBatch values of the scale variable, when the budget allows
+  bool batchRefused_ = false;      // the budget was spent when this table asked
   std::unique_ptr<TableHot> kept_;  // the record, once the table is gone
   // One per variable of the scale statistics; tables have one at most, held
   // without a vector's extra indirection.
