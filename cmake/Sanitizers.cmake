@@ -5,8 +5,8 @@ if(CODEBOOK_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
-# ThreadSanitizer, for the parts that run on more than one thread (the
-# read-ahead stream, the batch worker). It cannot be combined with the above.
+# ThreadSanitizer, for the part that runs on a second thread (the read-ahead
+# stream). It cannot be combined with the above.
 if(CODEBOOK_SANITIZE_THREAD)
   if(CODEBOOK_SANITIZE)
     message(FATAL_ERROR "CODEBOOK_SANITIZE and CODEBOOK_SANITIZE_THREAD exclude each other")
