@@ -111,29 +111,22 @@ void SortedRuns::MergeLastTwo() {
   // Without branches on the comparison: for continuous data it goes either
   // way at random, and a mispredicted branch per value would cost more than
   // the move. Equal values (rare there) take both weights.
-  std::vector<Entry> merged(a.size() + b.size());
+  std::vector<Entry> merged;
+  merged.reserve(a.size() + b.size());
   std::size_t i = 0;
   std::size_t j = 0;
-  std::size_t k = 0;
   while (i < a.size() && j < b.size()) {
     const Entry& x = a[i];
     const Entry& y = b[j];
     const bool takeX = !(y.value < x.value);
     const bool takeY = !(x.value < y.value);
-    const Entry* pick = SelectWithoutJump(takeX, &x, &y);
-    merged[k] = *pick;
-    if (takeX && takeY) [[unlikely]] merged[k].weight += y.weight;
-    ++k;
+    merged.push_back(*SelectWithoutJump(takeX, &x, &y));
+    if (takeX && takeY) [[unlikely]] merged.back().weight += y.weight;
     i += takeX;
     j += takeY;
   }
-  const auto rest = [&](const std::vector<Entry>& run, std::size_t from) {
-    std::copy(run.begin() + static_cast<std::ptrdiff_t>(from), run.end(), merged.begin() + static_cast<std::ptrdiff_t>(k));
-    k += run.size() - from;
-  };
-  rest(a, i);
-  rest(b, j);
-  merged.resize(k);
+  merged.insert(merged.end(), a.begin() + static_cast<std::ptrdiff_t>(i), a.end());
+  merged.insert(merged.end(), b.begin() + static_cast<std::ptrdiff_t>(j), b.end());
   a = std::move(merged);
 }
 
