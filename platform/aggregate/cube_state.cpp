@@ -1,8 +1,6 @@
 #include "platform/aggregate/cube_state.h"
 
-#include <algorithm>
 #include <atomic>
-#include <iterator>
 
 #include "platform/aggregate/category.h"
 #include "platform/aggregate/dimension.h"
@@ -38,16 +36,10 @@ void CubeState::KeepHot() {
   if (firstScale_) firstScale_->MoveCodes(*hot_);
 }
 
-void CubeState::ClearCodes() {
-  hot_->seen = 0;
-  hot_->missing = 0;
-  std::fill(std::begin(hot_->counts), std::end(hot_->counts), 0.0);
-}
-
 void CubeState::SetDimension(std::unique_ptr<AggregationVariable> variable) {
   // Codes counted in the record belong to the dimension being replaced.
   FlushValues();
-  ClearCodes();
+  hot_->CloseSlots();
   hot_->kind = TableHot::kGeneral;
   dimension_ = std::move(variable);
   dimensionImpl_ = dimension_ ? &dimension_->impl() : nullptr;
@@ -65,7 +57,7 @@ void CubeState::ChooseFastPath() {
   TableHot& hot = *hot_;
   if (hot.kind == TableHot::kValues) {
     FlushValues();
-    ClearCodes();
+    hot.CloseSlots();
   }
   hot.kind = TableHot::kGeneral;
   if (variable_ != nullptr) {

@@ -82,9 +82,6 @@ class CubeState : public HotStorage {
   void FlushValues();
   // Switches a scale variable's record to batches, if the budget allows.
   bool StartBatches();
-  // Empties the record's code slots (after a kValues record, whose union
-  // holds a batch).
-  void ClearCodes();
   static bool IsCode(double x) {
     const int k = SmallIntegerCounts::IndexOf(x);
     return k >= 0 && k < TableHot::kCodeSlots;

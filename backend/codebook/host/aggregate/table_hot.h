@@ -77,8 +77,13 @@ struct TableHot {
       f(k, weight, isMissing);
       total.Add(weight);
     });
+    CloseSlots();
+  }
+  // Every slot closed and emptied (also what a batch left in the union).
+  void CloseSlots() {
     seen = 0;
     missing = 0;
+    for (double& count : counts) count = 0.0;
   }
 
   // W: the general path's total and the weights waiting in the record.
