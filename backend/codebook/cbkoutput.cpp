@@ -8,6 +8,12 @@ namespace {
 
 bool IsSetName(const std::string& name) { return !name.empty() && name[0] == '$'; }
 
+// A multiple-response set's entry: multiple category (2) or dichotomy (3).
+bool IsSetEntry(const CBKVariable* entry) {
+  const CBKVariableResolver* resolver = entry != nullptr ? entry->getVariableResolver() : nullptr;
+  return resolver != nullptr && (resolver->getVariableType() == 2 || resolver->getVariableType() == 3);
+}
+
 // Owns the statistics entries of one DisplayOutput call. They are released on
 // every way out, an exception from the case stream included.
 class StatisticsEntries {
@@ -163,14 +169,18 @@ void CbkOutput::DisplayOutput() {
     if (IsSetName(entry.first)) {
       std::unique_ptr<CBKVariableResolver> temporary;
       const CBKVariableResolver* resolver = nullptr;
-      if (position < statistics.size()) {
+      unsigned int setPosition = position;
+      if (position < statistics.size() && IsSetEntry(statistics[position])) {
         resolver = statistics[position]->getVariableResolver();
       } else {
         temporary = std::make_unique<CBKVariableResolver>();
         temporary->resolveVariable(&fDataSource, entry.first);
         resolver = temporary.get();
+        // A position moved back onto a scale variable's entry has no set
+        // statistics: the set is shown from the dictionary alone.
+        if (position < statistics.size()) setPosition = static_cast<unsigned int>(statistics.size());
       }
-      DisplayVariableInfoTableForMRSet(entry.first, resolver, position, !fRequest->IsSTATISTICSinclude());
+      DisplayVariableInfoTableForMRSet(entry.first, resolver, setPosition, !fRequest->IsSTATISTICSinclude());
       position += 1;
     } else {
       // Items after one that ended the statistics list take their level from

@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "cbk_assert.h"
 #include "cbkoutput.h"
 #include "cbkoutput_frame.h"
 #include "host/data/value_labels.h"
@@ -59,10 +58,10 @@ void CbkOutput::DisplayVariableInfoTableForMRSet(const std::string& setName,
       fStatistics->GetCatStatValues(static_cast<int>(statisticsPosition), counts, percents, values,
                                     labels, members, missing);
     }
-    CbkAssert(!members.empty(), "mdSetVarIndice.size() >0", "DisplayVariableInfoTableForMRSet",
-              "backend/codebook/cbkoutput", 1343);
-
-    const VELA_Variable* first = fDataSource.GetVariable(members[0]);
+    // No members means nothing to list: a dichotomy set whose counted value
+    // no member holds, a set none of whose members the dataset has, or a
+    // set that has no statistics entry. The item keeps its other rows.
+    const VELA_Variable* first = members.empty() ? nullptr : fDataSource.GetVariable(members[0]);
     const VELA_VLImplPointer noLabels;
     VELA_ValueLabelMap firstLabels(first != nullptr ? first->GetValueLabels() : noLabels);
     BpGroup categories = attributesDimension.Group(BpString("Multiple Response Categories", true),

@@ -102,9 +102,15 @@ unsigned int CbkOutput::DisplayVariableInfoTableForVar(int variableIndex,
   }
 
   // Scale statistics.
-  if (!request.IsStatsNone() && level == CBKVariable::kScale && !fScaleStatCodes.empty()) {
-    std::vector<double> results;
-    if (fStatistics != nullptr) fStatistics->GetContStats(static_cast<int>(statisticsPosition), results);
+  std::vector<double> results;
+  if (!request.IsStatsNone() && level == CBKVariable::kScale && !fScaleStatCodes.empty() &&
+      fStatistics != nullptr) {
+    fStatistics->GetContStats(static_cast<int>(statisticsPosition), results);
+  }
+  // No results: the position holds no scale entry (it lies past the list, or
+  // a position moved back points at another kind of entry). The variable is
+  // then shown without scale statistics.
+  if (!results.empty()) {
     // The percentile code yields three results where every other code yields one.
     CbkAssert(results.size() == fScaleStatCodes.size() || results.size() == fScaleStatCodes.size() + 2,
               "results.size() == fScaleStatCodes.size() || (results.size() == fScaleStatCodes.size()+2)",
