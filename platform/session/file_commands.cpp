@@ -2,6 +2,7 @@
 // dataset.
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <stdexcept>
@@ -22,12 +23,18 @@ std::string Upper(const TokenInfoObj& token) { return token.getUpperString(); }
 
 }  // namespace
 
-bool Session::GetFile(const std::string& path, int line) {
+bool Session::OpenFile(const std::string& path, int line, const std::string& name,
+                      const std::optional<std::string>& fileSpec) {
   try {
-    data::ReadResult result = data::OpenDatasetFile(path);
+    data::ReadOptions options;
+    options.encoding = options_.encoding;
+    options.name = name;
+    options.fileSpec = fileSpec;
+    data::ReadResult result = data::OpenDatasetFile(path, options);
     for (const std::string& warning : result.warnings) {
       Report(syntax::Severity::kWarning, "GET", line, warning);
     }
+    openedFiles_.push_back(path);
     selectionOptions_ = {};
     selection_ = std::make_shared<const ProcedureDataSource::Selection>(result.dataset);
     return true;
@@ -37,6 +44,14 @@ bool Session::GetFile(const std::string& path, int line) {
     Report(syntax::Severity::kError, "GET", line, error.what());
     return false;
   }
+}
+
+bool Session::GetFile(const std::string& path, int line, const std::string& name,
+                      const std::optional<std::string>& fileSpec) {
+  const bool opened = OpenFile(path, line, name, fileSpec);
+  // Opening makes no tables, so its messages need not wait for any.
+  WriteHeldMessages();
+  return opened;
 }
 
 void Session::RunGet(const syntax::Command& command) {
@@ -56,7 +71,11 @@ void Session::RunGet(const syntax::Command& command) {
            "GET FILE needs the name of a dataset file: GET FILE='survey.sav'.");
     return;
   }
-  GetFile(path, command.line);
+  // A relative path in a syntax file means a file beside the syntax file,
+  // wherever the program was started; messages keep the path as written.
+  std::filesystem::path resolved(path);
+  if (resolved.is_relative() && !origin_.folder.empty()) resolved = origin_.folder / resolved;
+  GetFile(resolved.string(), command.line, path);
 }
 
 bool Session::Select(const data::SelectionOptions& options, const syntax::Command& command) {

@@ -8,6 +8,7 @@
 #include "platform/data/data_error.h"
 #include "platform/data/progress.h"
 #include "platform/output/current_output.h"
+#include "platform/output/render/terminal_text.h"
 #include "platform/syntax/current_command.h"
 
 namespace codebook::session {
@@ -74,12 +75,24 @@ int Session::ExitStatus() const {
 void Session::Emit(const syntax::Message& message) {
   if (message.severity == syntax::Severity::kError) commandError_ = true;
   if (options_.messageStream != nullptr) {
-    const std::string text = syntax::FormatMessage(message);
-    std::fprintf(options_.messageStream, "%s\n", text.c_str());
-    std::fflush(options_.messageStream);
+    std::string text;
+    if (!origin_.name.empty() && message.line > 0) {
+      text = origin_.name + ":" + std::to_string(message.line) + ": ";
+    }
+    text += output::EscapeForTerminal(syntax::FormatMessage(message));
+    text += '\n';
+    heldMessages_ += text;
+    if (!options_.holdMessages) WriteHeldMessages();
   }
   output::AddMessage(*document_, ToOutput(message.severity), message.command, message.line,
                      message.text);
+}
+
+void Session::WriteHeldMessages() {
+  if (heldMessages_.empty() || options_.messageStream == nullptr) return;
+  std::fwrite(heldMessages_.data(), 1, heldMessages_.size(), options_.messageStream);
+  std::fflush(options_.messageStream);
+  heldMessages_.clear();
 }
 
 void Session::Report(syntax::Severity severity, const std::string& command, int line,
@@ -92,14 +105,23 @@ void Session::Report(syntax::Severity severity, const std::string& command, int 
   Emit(message);
 }
 
-void Session::RunSyntax(std::string_view text) {
+void Session::RunSyntax(std::string_view text, const SyntaxOrigin& origin) {
+  origin_ = origin;
   for (const syntax::Command& command : syntax::SplitCommands(text, KnownCommandNames())) {
     Run(command);
   }
+  origin_ = {};
 }
 
 void Session::Run(const syntax::Command& command) {
   if (command.comment) return;
+  const std::size_t firstItem = document_->Size();
+  RunCommand(command);
+  if (options_.afterCommand) options_.afterCommand(firstItem);
+  WriteHeldMessages();
+}
+
+void Session::RunCommand(const syntax::Command& command) {
   syntax::CurrentCommand current;
   current.name = command.name;
   current.tokens = command.tokens;

@@ -4,9 +4,13 @@
 #pragma once
 
 #include <cstdio>
+#include <filesystem>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/data/data_source.h"
 #include "platform/data/selection.h"
@@ -33,6 +37,22 @@ struct SessionOptions {
   std::FILE* messageStream = stderr;
   // Report progress of long passes on the message stream.
   bool progress = false;
+  // Decode dataset files with this encoding instead of the one they declare.
+  std::string encoding;
+  // Called after each command with the position of its first item in the
+  // document, so that a caller can show its output at once.
+  std::function<void(std::size_t firstItem)> afterCommand;
+  // Write a command's messages when it ends, after `afterCommand`, rather
+  // than as they are issued: on a terminal, closing warnings then follow the
+  // tables they are about.
+  bool holdMessages = false;
+};
+
+// Where a syntax text comes from: messages name the file and the command's
+// line, and GET FILE resolves relative paths against the file's folder.
+struct SyntaxOrigin {
+  std::string name;              // as the user gave it; empty: not a file
+  std::filesystem::path folder;  // empty: the working folder
 };
 
 class Session : public syntax::MessageSink {
@@ -43,19 +63,28 @@ class Session : public syntax::MessageSink {
   Session& operator=(const Session&) = delete;
 
   // Runs every command of a syntax text, going on after a failing command.
-  void RunSyntax(std::string_view text);
+  void RunSyntax(std::string_view text, const SyntaxOrigin& origin = {});
   void Run(const syntax::Command& command);
 
-  // Makes a dataset file the active dataset (as GET FILE does).
-  bool GetFile(const std::string& path, int line = 0);
+  // Makes a dataset file the active dataset (as GET FILE does). `name`, when
+  // given, names the file in messages instead of its path; `fileSpec`, when
+  // given, is the file the file information shows instead of the absolute
+  // path (standard input has no path of its own).
+  bool GetFile(const std::string& path, int line = 0, const std::string& name = {},
+               const std::optional<std::string>& fileSpec = std::nullopt);
 
   const std::shared_ptr<output::Document>& Document() const { return document_; }
+  // The dataset files opened so far, as they were opened.
+  const std::vector<std::string>& OpenedFiles() const { return openedFiles_; }
   bool HasActiveDataset() const { return selection_ != nullptr; }
   int ExitStatus() const;
 
   void Emit(const syntax::Message& message) override;
 
  private:
+  void RunCommand(const syntax::Command& command);
+  bool OpenFile(const std::string& path, int line, const std::string& name,
+                const std::optional<std::string>& fileSpec);
   void RunCodebook(const syntax::Command& command);
   void RunWeight(const syntax::Command& command);
   void RunFilter(const syntax::Command& command);
@@ -63,6 +92,7 @@ class Session : public syntax::MessageSink {
   void RunGet(const syntax::Command& command);
   void Report(syntax::Severity severity, const std::string& command, int line,
               const std::string& text);
+  void WriteHeldMessages();
   // Applies new selection options to the active dataset; false (reported)
   // when they do not fit it.
   bool Select(const data::SelectionOptions& options, const syntax::Command& command);
@@ -75,6 +105,9 @@ class Session : public syntax::MessageSink {
   std::shared_ptr<const ProcedureDataSource::Selection> selection_;
   data::SelectionOptions selectionOptions_;
   std::unique_ptr<ProcedureModule> module_;
+  SyntaxOrigin origin_;
+  std::vector<std::string> openedFiles_;
+  std::string heldMessages_;
   bool commandError_ = false;
   bool datasetError_ = false;
 };

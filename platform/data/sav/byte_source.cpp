@@ -59,15 +59,16 @@ class BufferSource final : public ByteSource {
 
 }  // namespace
 
-std::shared_ptr<const ByteSource> OpenFileSource(const std::string& path) {
+std::shared_ptr<const ByteSource> OpenFileSource(const std::string& path, const std::string& givenName) {
+  const std::string& name = givenName.empty() ? path : givenName;
   int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) throw FileError(path, std::string("cannot open: ") + std::strerror(errno));
+  if (fd < 0) throw FileError(name, std::string("cannot open: ") + std::strerror(errno));
   struct stat st {};
   if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
     ::close(fd);
-    throw FileError(path, "cannot open: not a regular file");
+    throw FileError(name, "cannot open: not a regular file");
   }
-  return std::make_shared<FileSource>(path, fd, static_cast<std::uint64_t>(st.st_size));
+  return std::make_shared<FileSource>(name, fd, static_cast<std::uint64_t>(st.st_size));
 }
 
 std::shared_ptr<const ByteSource> MemorySource(std::vector<std::uint8_t> bytes, std::string name) {

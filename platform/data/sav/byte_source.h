@@ -30,8 +30,9 @@ class ByteSource {
   std::string name_;
 };
 
-// Opens a file; throws FileError when it cannot be opened.
-std::shared_ptr<const ByteSource> OpenFileSource(const std::string& path);
+// Opens a file, called `name` in messages (empty: its path); throws
+// FileError when it cannot be opened.
+std::shared_ptr<const ByteSource> OpenFileSource(const std::string& path, const std::string& name = {});
 // Bytes held in memory (tests, the fuzzer).
 std::shared_ptr<const ByteSource> MemorySource(std::vector<std::uint8_t> bytes, std::string name);
 

@@ -1,6 +1,7 @@
 #include "platform/data/sav/read_dataset.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <stdexcept>
 
 #include "platform/data/data_error.h"
@@ -72,7 +73,14 @@ ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions
 }  // namespace
 
 ReadResult OpenDatasetFile(const std::string& path, const ReadOptions& options) {
-  return Read(sav::OpenFileSource(path), options, path);
+  std::optional<std::string> fileSpec = options.fileSpec;
+  if (!fileSpec) {
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+    fileSpec = error ? path : absolute.lexically_normal().string();
+  }
+  return Read(sav::OpenFileSource(path, options.name), options,
+              std::move(fileSpec));
 }
 
 ReadResult ReadDatasetBytes(std::vector<std::uint8_t> bytes, const std::string& name,

@@ -27,6 +27,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,11 @@ struct ReadOptions {
   bool countUnknownCases = true;
   // An encoding to use instead of what the file says (empty: the file's).
   std::string encoding;
+  // What messages call the file (empty: the path as given).
+  std::string name;
+  // What the dataset reports as its file, for FILEINFO (unset: the path made
+  // absolute, whatever the user typed).
+  std::optional<std::string> fileSpec;
 };
 
 enum class FileCompression { kNone = 0, kBytecode = 1, kZlib = 2 };

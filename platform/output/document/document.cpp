@@ -17,6 +17,8 @@ void Document::Append(Table table) {
 
 void Document::Append(Message message) { items_.emplace_back(std::move(message)); }
 
+void Document::Append(Heading heading) { items_.emplace_back(std::move(heading)); }
+
 void Document::Truncate(std::size_t size) {
   if (size < items_.size()) items_.resize(size);
 }

@@ -23,13 +23,19 @@ struct Message {
 
 const char* SeverityName(Severity severity);  // "note", "warning", "error"
 
+// Introduces the output of one dataset file when a run covers several.
+struct Heading {
+  std::string text;
+};
+
 class Document {
  public:
   using Table = std::shared_ptr<const bp::TableNode>;
-  using Item = std::variant<Table, Message>;
+  using Item = std::variant<Table, Message, Heading>;
 
   void Append(Table table);
   void Append(Message message);
+  void Append(Heading heading);
   const std::vector<Item>& Items() const { return items_; }
   std::size_t Size() const { return items_.size(); }
   void Clear() { items_.clear(); }

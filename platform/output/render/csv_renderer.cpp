@@ -73,6 +73,9 @@ void RenderCsv(const Document& document, std::ostream& out) {
   WriteItems(document, out, "\r\n", RenderTable, [](std::string& buffer, const Message& message) {
     Field(buffer, std::string(SeverityName(message.severity)) + ": " + message.text, true);
     buffer += "\r\n";
+  }, [](std::string& buffer, const Heading& heading) {
+    Field(buffer, heading.text, true);
+    buffer += "\r\n";
   });
 }
 

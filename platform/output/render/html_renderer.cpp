@@ -131,6 +131,10 @@ void RenderHtml(const Document& document, std::ostream& out) {
       const TableView view(**table);
       if (!view.Visible()) continue;
       RenderTable(buffer, view);
+    } else if (const auto* heading = std::get_if<Heading>(&item)) {
+      buffer += "<h1>";
+      Escape(buffer, heading->text);
+      buffer += "</h1>\n";
     } else {
       const Message& message = std::get<Message>(item);
       buffer += "<p class=\"";

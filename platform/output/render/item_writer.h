@@ -13,9 +13,9 @@
 
 namespace codebook::output {
 
-template <typename WriteTable, typename WriteMessage>
+template <typename WriteTable, typename WriteMessage, typename WriteHeading>
 void WriteItems(const Document& document, std::ostream& out, std::string_view separator,
-                WriteTable writeTable, WriteMessage writeMessage) {
+                WriteTable writeTable, WriteMessage writeMessage, WriteHeading writeHeading) {
   std::string buffer;
   bool first = true;
   for (const Document::Item& item : document.Items()) {
@@ -25,6 +25,9 @@ void WriteItems(const Document& document, std::ostream& out, std::string_view se
       if (!view.Visible()) continue;
       if (!first) buffer += separator;
       writeTable(buffer, view);
+    } else if (const auto* heading = std::get_if<Heading>(&item)) {
+      if (!first) buffer += separator;
+      writeHeading(buffer, *heading);
     } else {
       if (!first) buffer += separator;
       writeMessage(buffer, std::get<Message>(item));

@@ -121,9 +121,16 @@ void RenderJson(const Document& document, std::ostream& stream) {
       WriteTable(out, view);
       stream << out;
       out.clear();
+    } else if (const auto* message = std::get_if<Message>(&item)) {
+      out += (first ? "\n" : ",\n");
+      WriteMessage(out, *message);
+      stream << out;
+      out.clear();
     } else {
       out += (first ? "\n" : ",\n");
-      WriteMessage(out, std::get<Message>(item));
+      out += "  {\"kind\": \"heading\", \"text\": ";
+      AppendJsonString(out, std::get<Heading>(item).text);
+      out += "}";
       stream << out;
       out.clear();
     }

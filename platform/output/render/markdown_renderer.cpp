@@ -8,13 +8,15 @@
 #include "platform/output/render/item_writer.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
+#include "platform/output/render/terminal_text.h"
 
 namespace codebook::output {
 
 namespace {
 
 // Characters that would end a cell or start emphasis, code or a link.
-void Escape(std::string& out, std::string_view text) {
+void Escape(std::string& out, std::string_view raw) {
+  const std::string text = EscapeForTerminal(raw);
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
     switch (c) {
@@ -104,6 +106,10 @@ void RenderMarkdown(const Document& document, std::ostream& out) {
     buffer += SeverityName(message.severity);
     buffer += ":** ";
     Escape(buffer, message.text);
+    buffer += "\n";
+  }, [](std::string& buffer, const Heading& heading) {
+    buffer += "# ";
+    Escape(buffer, heading.text);
     buffer += "\n";
   });
 }

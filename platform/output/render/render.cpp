@@ -16,10 +16,12 @@ std::optional<OutputFormat> ParseOutputFormat(std::string_view name) {
   return std::nullopt;
 }
 
-void Render(const Document& document, OutputFormat format, std::ostream& out) {
+void Render(const Document& document, OutputFormat format, std::ostream& out, const TextOptions& text) {
+  TextOptions ascii = text;
+  ascii.ascii = true;
   switch (format) {
-    case OutputFormat::kText: RenderText(document, out); break;
-    case OutputFormat::kAscii: RenderText(document, out, TextOptions{true, 40}); break;
+    case OutputFormat::kText: RenderText(document, out, text); break;
+    case OutputFormat::kAscii: RenderText(document, out, ascii); break;
     case OutputFormat::kHtml: RenderHtml(document, out); break;
     case OutputFormat::kJson: RenderJson(document, out); break;
     case OutputFormat::kMarkdown: RenderMarkdown(document, out); break;

@@ -13,6 +13,7 @@ namespace codebook::output {
 struct TextOptions {
   bool ascii = false;       // '-', '|' and '+' instead of box drawing
   int maxColumnWidth = 40;  // longer cell texts wrap
+  int width = 0;            // the screen's columns, which tables fit into; 0: no limit
 };
 
 // For terminals: each table under its title in a box, row groups shown by
@@ -34,6 +35,7 @@ void WriteMessageText(const Message& message, std::ostream& out);
 enum class OutputFormat { kText, kAscii, kHtml, kJson, kMarkdown, kCsv };
 // "text", "ascii", "html", "json", "markdown" (or "md"), "csv".
 std::optional<OutputFormat> ParseOutputFormat(std::string_view name);
-void Render(const Document& document, OutputFormat format, std::ostream& out);
+// `text` applies to the text formats (kAscii sets its ascii flag).
+void Render(const Document& document, OutputFormat format, std::ostream& out, const TextOptions& text = {});
 
 }  // namespace codebook::output

@@ -8,6 +8,7 @@
 
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
+#include "platform/output/render/terminal_text.h"
 #include "platform/output/render/text_width.h"
 
 namespace codebook::output {
@@ -96,25 +97,17 @@ void WriteRow(std::ostream& out, const Row& row, const std::vector<int>& widths,
   }
 }
 
-void RenderTable(std::ostream& out, const TableView& view, const TextOptions& options) {
-  const BoxChars& box = options.ascii ? kAsciiBox : kUnicodeBox;
-  const int maxWidth = std::max(4, options.maxColumnWidth);
-  const std::size_t columnCount = 1 + static_cast<std::size_t>(view.ValueColumnCount());
-
-  // Numeric columns get right-aligned headings.
-  std::vector<int> numericCells(columnCount, 0);
-  std::vector<int> textCells(columnCount, 0);
-  for (const ViewCell& cell : view.cells()) {
-    (cell.content->numeric ? numericCells : textCells)[static_cast<std::size_t>(cell.column) + 1]++;
-  }
-
+// The printed rows of a table, each column's texts wrapped at its limit.
+std::vector<Row> BuildRows(const TableView& view, const std::vector<int>& limits, bool fitted,
+                           const std::vector<char>& numericColumn, std::vector<char>& ruleBefore) {
+  const std::size_t columnCount = limits.size();
   std::vector<Row> rows;
-  std::vector<char> ruleBefore;
+  ruleBefore.clear();
   rows.reserve(view.entries().size() + 1);
   if (!view.OneDimensional()) {
     Row header(columnCount);
     for (std::size_t c = 1; c < columnCount; ++c) {
-      header[c] = MakeBlock(view.columns()[c - 1]->text, numericCells[c] > 0 && textCells[c] == 0, maxWidth);
+      header[c] = MakeBlock(EscapeForTerminal(view.columns()[c - 1]->text), numericColumn[c] != 0, limits[c]);
     }
     rows.push_back(std::move(header));
     ruleBefore.push_back(0);
@@ -123,13 +116,17 @@ void RenderTable(std::ostream& out, const TableView& view, const TextOptions& op
   for (const ViewEntry& entry : view.entries()) {
     Row row(columnCount);
     const CellContent* label = view.Label(entry.node);
-    row[0] = MakeBlock(label ? std::string_view(label->text) : std::string_view(), false, maxWidth + 2 * entry.depth,
+    // Unfitted, a label may take the full width beside its indentation;
+    // fitted, the indentation comes out of the column's width.
+    const int labelLimit = fitted ? std::max(limits[0], 2 * entry.depth + 1) : limits[0] + 2 * entry.depth;
+    row[0] = MakeBlock(label ? EscapeForTerminal(label->text) : std::string(), false, labelLimit,
                        2 * entry.depth);
     for (std::uint32_t i = entry.cellBegin; i < entry.cellEnd; ++i) {
       const ViewCell& cell = view.cells()[i];
-      Block& block = row[static_cast<std::size_t>(cell.column) + 1];
+      const auto column = static_cast<std::size_t>(cell.column) + 1;
+      Block& block = row[column];
       const bool wasEmpty = block.lines.empty();
-      AppendLines(block, MakeBlock(cell.content->text, cell.content->numeric, maxWidth));
+      AppendLines(block, MakeBlock(EscapeForTerminal(cell.content->text), cell.content->numeric, limits[column]));
       block.rightAligned = wasEmpty ? cell.content->numeric : block.rightAligned && cell.content->numeric;
     }
     // A rule between the top-level groups of the body.
@@ -137,15 +134,70 @@ void RenderTable(std::ostream& out, const TableView& view, const TextOptions& op
     firstEntry = false;
     rows.push_back(std::move(row));
   }
+  return rows;
+}
 
+std::vector<int> ColumnWidths(const std::vector<Row>& rows, std::size_t columnCount) {
   std::vector<int> widths(columnCount, 0);
   for (const Row& row : rows) {
     for (std::size_t c = 0; c < columnCount; ++c) {
       for (const int width : row[c].widths) widths[c] = std::max(widths[c], width);
     }
   }
+  return widths;
+}
 
-  if (!view.Title().empty()) out << view.Title() << '\n';
+// Narrows the text columns, widest first, until the box fits the screen or
+// no text column can give more. Numbers are never wrapped.
+bool FitToScreen(std::vector<int>& widths, const std::vector<char>& textColumn, int screen) {
+  constexpr int kNarrowest = 8;
+  int total = 1;
+  for (const int width : widths) total += width + 3;
+  bool changed = false;
+  while (total > screen) {
+    std::size_t widest = widths.size();
+    for (std::size_t c = 0; c < widths.size(); ++c) {
+      if (textColumn[c] != 0 && widths[c] > kNarrowest && (widest == widths.size() || widths[c] > widths[widest])) {
+        widest = c;
+      }
+    }
+    if (widest == widths.size()) break;
+    --widths[widest];
+    --total;
+    changed = true;
+  }
+  return changed;
+}
+
+void RenderTable(std::ostream& out, const TableView& view, const TextOptions& options) {
+  const BoxChars& box = options.ascii ? kAsciiBox : kUnicodeBox;
+  const int maxWidth = std::max(4, options.maxColumnWidth);
+  const std::size_t columnCount = 1 + static_cast<std::size_t>(view.ValueColumnCount());
+
+  // Numeric columns get right-aligned headings; only text columns wrap to
+  // fit the screen (the row labels are text).
+  std::vector<int> numericCells(columnCount, 0);
+  std::vector<int> textCells(columnCount, 0);
+  for (const ViewCell& cell : view.cells()) {
+    (cell.content->numeric ? numericCells : textCells)[static_cast<std::size_t>(cell.column) + 1]++;
+  }
+  std::vector<char> numericColumn(columnCount, 0);
+  std::vector<char> textColumn(columnCount, 0);
+  for (std::size_t c = 0; c < columnCount; ++c) {
+    numericColumn[c] = numericCells[c] > 0 && textCells[c] == 0;
+    textColumn[c] = c == 0 || textCells[c] > 0;
+  }
+
+  const std::vector<int> limits(columnCount, maxWidth);
+  std::vector<char> ruleBefore;
+  std::vector<Row> rows = BuildRows(view, limits, false, numericColumn, ruleBefore);
+  std::vector<int> widths = ColumnWidths(rows, columnCount);
+  if (options.width > 0 && FitToScreen(widths, textColumn, options.width)) {
+    rows = BuildRows(view, widths, true, numericColumn, ruleBefore);
+    widths = ColumnWidths(rows, columnCount);
+  }
+
+  if (!view.Title().empty()) out << EscapeForTerminal(view.Title()) << '\n';
   WriteRule(out, widths, box, box.topLeft, box.teeDown, box.topRight);
   const std::size_t bodyStart = view.OneDimensional() ? 0 : 1;
   for (std::size_t r = 0; r < rows.size(); ++r) {
@@ -158,7 +210,7 @@ void RenderTable(std::ostream& out, const TableView& view, const TextOptions& op
 }  // namespace
 
 void WriteMessageText(const Message& message, std::ostream& out) {
-  out << SeverityName(message.severity) << ": " << message.text;
+  out << SeverityName(message.severity) << ": " << EscapeForTerminal(message.text);
 }
 
 void RenderText(const Document& document, std::ostream& out, const TextOptions& options) {
@@ -171,6 +223,10 @@ void RenderText(const Document& document, std::ostream& out, const TextOptions& 
       if (!first) out << '\n';
       RenderTable(out, view, options);
       lastWasTable = true;
+    } else if (const auto* heading = std::get_if<Heading>(&item)) {
+      if (!first) out << '\n';
+      out << "==> " << EscapeForTerminal(heading->text) << " <==\n";
+      lastWasTable = false;
     } else {
       if (lastWasTable) out << '\n';
       WriteMessageText(std::get<Message>(item), out);
