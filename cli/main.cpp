@@ -1,29 +1,38 @@
 // codebook: the data dictionary of a dataset file, from the command line.
+#include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "cli/cleanup.h"
 #include "cli/options.h"
+#include "cli/output_target.h"
+#include "cli/standard_input.h"
 #include "platform/output/render/renderers.h"
+#include "platform/output/render/terminal_text.h"
 #include "platform/session/session.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using codebook::cli::Options;
+using codebook::output::Document;
 using codebook::output::OutputFormat;
+namespace session = codebook::session;
 
 int Fail(int status, const std::string& text) {
-  std::fprintf(stderr, "codebook: %s\n", text.c_str());
+  const std::string line = "codebook: " + codebook::output::EscapeForTerminal(text) + "\n";
+  codebook::cli::WriteAll(STDERR_FILENO, line);
   return status;
 }
 
@@ -45,68 +54,193 @@ std::string FindDemo() {
   return {};
 }
 
-// Text, Markdown and CSV carry tables only: their messages have gone to
-// standard error already. HTML and JSON documents keep them.
-codebook::output::Document ForRendering(const codebook::output::Document& document,
-                                        OutputFormat format) {
-  if (format == OutputFormat::kHtml || format == OutputFormat::kJson) return document;
-  codebook::output::Document tables;
-  for (const auto& item : document.Items()) {
-    if (const auto* table = std::get_if<codebook::output::Document::Table>(&item)) tables.Append(*table);
+// Text, Markdown and CSV carry tables only: their messages go to standard
+// error. HTML and JSON documents keep them.
+bool CarriesMessages(OutputFormat format) { return format == OutputFormat::kHtml || format == OutputFormat::kJson; }
+
+void AppendItems(Document& to, const Document& from, std::size_t first, OutputFormat format) {
+  const auto& items = from.Items();
+  for (std::size_t i = first; i < items.size(); ++i) {
+    if (const auto* table = std::get_if<Document::Table>(&items[i])) {
+      to.Append(*table);
+    } else if (const auto* heading = std::get_if<codebook::output::Heading>(&items[i])) {
+      to.Append(*heading);
+    } else if (CarriesMessages(format)) {
+      to.Append(std::get<codebook::output::Message>(items[i]));
+    }
   }
-  return tables;
 }
 
-// An output file is written whole or not at all: into a temporary file in
-// the same folder, renamed over the target only when the run succeeded.
-class OutputFile {
+// What a separately rendered part needs before it to read as one document.
+const char* Separator(OutputFormat format) { return format == OutputFormat::kCsv ? "\r\n" : "\n"; }
+
+// Text tables fit the screen: --width, else $COLUMNS, else the terminal's
+// size; output that goes to a file or a pipe is not narrowed unless asked.
+int ScreenWidth(const Options& options, bool toStandardOutput) {
+  if (options.width >= 0) return options.width;
+  if (!toStandardOutput) return 0;
+  if (const char* columns = std::getenv("COLUMNS"); columns != nullptr && *columns != '\0') {
+    int width = 0;
+    const char* end = columns + std::strlen(columns);
+    const auto [stop, failure] = std::from_chars(columns, end, width);
+    if (failure == std::errc() && stop == end && width >= 20) return width;
+  }
+  winsize size{};
+  if (::isatty(STDOUT_FILENO) != 0 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col >= 20) {
+    return size.ws_col;
+  }
+  return 0;
+}
+
+// One run of the program: the jobs (a syntax file, or one dataset file at a
+// time), their output sent to the target as it is made or kept to the end.
+class Run {
  public:
-  explicit OutputFile(std::string target) : target_(std::move(target)) {}
-  ~OutputFile() {
-    if (!temporary_.empty()) std::remove(temporary_.c_str());
+  Run(const Options& options, OutputFormat format, codebook::cli::OutputTarget& target)
+      : options_(options), format_(format), target_(target) {
+    textOptions_.width = ScreenWidth(options, target.IsStandardOutput());
+    // Text-like output to standard output is shown command by command, each
+    // command's closing messages after its tables.
+    streaming_ = target.IsStandardOutput() && !CarriesMessages(format);
   }
 
-  bool Open(std::string& error) {
-    const fs::path folder = fs::path(target_).parent_path();
-    std::string pattern = ((folder.empty() ? fs::path(".") : folder) / ".codebook-XXXXXX").string();
-    std::vector<char> name(pattern.begin(), pattern.end());
-    name.push_back('\0');
-    const int fd = mkstemp(name.data());
-    if (fd < 0) {
-      error = "cannot write " + target_ + ": " + std::strerror(errno);
-      return false;
-    }
-    close(fd);
-    temporary_ = name.data();
-    if (fs::is_directory(target_)) {
-      error = "cannot write " + target_ + ": it is a folder";
-      return false;
-    }
-    return true;
-  }
-
-  bool Commit(const std::string& contents, std::string& error) {
-    {
-      std::ofstream out(temporary_, std::ios::binary | std::ios::trunc);
-      out << contents;
-      out.close();
-      if (!out) {
-        error = "cannot write " + target_ + ": " + std::strerror(errno);
-        return false;
+  // A dataset file; `heading` introduces its part when there are several.
+  void Dataset(const std::string& file, bool heading) {
+    if (writeFailed_) return;
+    if (heading) {
+      Document part;
+      part.Append(codebook::output::Heading{file});
+      if (streaming_) {
+        Emit(part, 0);
+      } else {
+        AppendItems(combined_, part, 0, format_);
       }
     }
-    if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
-      error = "cannot write " + target_ + ": " + std::strerror(errno);
-      return false;
+    session::Session session(SessionOptions());
+    current_ = &session;
+    bool opened = false;
+    if (file == codebook::cli::kStandardStream) {
+      codebook::cli::StandardInput input;
+      std::string error;
+      const std::string path = input.Path(error);
+      if (path.empty()) {
+        Fail(session::kExitDatasetError, error);
+        Worsen(session::kExitDatasetError);
+        return;
+      }
+      opened = session.GetFile(path, 0, "standard input", std::string("standard input"));
+    } else {
+      opened = session.GetFile(file);
     }
-    temporary_.clear();
-    return true;
+    if (!opened) {
+      Finish(session);
+      return;
+    }
+    if (!options_.weight.empty()) {
+      // An unknown weight variable is the run's one error: no tables follow.
+      session.RunSyntax("WEIGHT BY " + options_.weight + ".\n");
+      if (session.ExitStatus() != session::kExitOk) {
+        Finish(session);
+        return;
+      }
+    }
+    session.RunSyntax(codebook::cli::BuildCodebookSyntax(options_.codebookArguments));
+    Finish(session);
+  }
+
+  void Syntax(const std::string& text, const std::string& file) {
+    session::Session session(SessionOptions());
+    current_ = &session;
+    session::SyntaxOrigin origin;
+    origin.name = file;
+    std::error_code error;
+    origin.folder = fs::absolute(file, error).parent_path();
+    session.RunSyntax(text, origin);
+    Finish(session);
+  }
+
+  // Writes what was kept to the end; returns the program's status.
+  int End() {
+    std::string error;
+    if (!writeFailed_ && !streaming_) {
+      if (!target_.IsStandardOutput() && status_ != session::kExitOk) {
+        Fail(status_, "output not written to " + target_.Path() + " because of the errors above");
+        return status_;
+      }
+      std::ostringstream rendered;
+      codebook::output::Render(combined_, format_, rendered, textOptions_);
+      if (!target_.Write(rendered.str(), error) || !target_.Commit(opened_, error)) {
+        writeFailed_ = true;
+        writeError_ = error;
+      }
+    }
+    if (writeFailed_) {
+      Fail(session::kExitUsage, writeError_);
+      return std::max<int>(status_, session::kExitUsage);
+    }
+    return status_;
   }
 
  private:
-  std::string target_;
-  std::string temporary_;
+  session::SessionOptions SessionOptions() {
+    session::SessionOptions result;
+    result.progress = ::isatty(STDERR_FILENO) != 0;
+    result.encoding = options_.encoding;
+    if (streaming_) {
+      result.holdMessages = true;
+      result.afterCommand = [this](std::size_t first) { Emit(*current_->Document(), first); };
+    }
+    return result;
+  }
+
+  void Emit(const Document& document, std::size_t first) {
+    if (writeFailed_) return;
+    Document part;
+    AppendItems(part, document, first, format_);
+    std::ostringstream rendered;
+    codebook::output::Render(part, format_, rendered, textOptions_);
+    std::string text = rendered.str();
+    if (text.empty()) return;
+    if (wroteSomething_) text.insert(0, Separator(format_));
+    wroteSomething_ = true;
+    std::string error;
+    if (!target_.Write(text, error)) {
+      writeFailed_ = true;
+      writeError_ = error;
+    }
+  }
+
+  void Finish(session::Session& session) {
+    if (!streaming_) AppendItems(combined_, *session.Document(), 0, format_);
+    for (const std::string& file : session.OpenedFiles()) opened_.push_back(file);
+    Worsen(session.ExitStatus());
+  }
+
+  void Worsen(int status) { status_ = std::max(status_, status); }
+
+  const Options& options_;
+  OutputFormat format_;
+  codebook::cli::OutputTarget& target_;
+  codebook::output::TextOptions textOptions_;
+  bool streaming_ = false;
+  Document combined_;
+  std::vector<std::string> opened_;
+  int status_ = session::kExitOk;
+  bool wroteSomething_ = false;
+  bool writeFailed_ = false;
+  std::string writeError_;
+  // The session whose commands are running, for the streaming callback.
+  session::Session* current_ = nullptr;
 };
+
+// Standard output written through stdio (help, version) must reach its
+// destination too.
+int FinishStandardOutput(int status) {
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    return Fail(session::kExitUsage, std::string("cannot write standard output: ") + std::strerror(errno));
+  }
+  return status;
+}
 
 }  // namespace
 
@@ -114,64 +248,51 @@ int main(int argc, char** argv) {
   std::string error;
   const std::optional<Options> parsed =
       codebook::cli::ParseOptions(std::vector<std::string>(argv + 1, argv + argc), error);
-  if (!parsed) return Fail(codebook::session::kExitUsage, error);
-  const Options& options = *parsed;
+  if (!parsed) return Fail(session::kExitUsage, error);
+  Options options = *parsed;
   if (options.help) {
     std::fputs(codebook::cli::kUsage, stdout);
-    return 0;
+    return FinishStandardOutput(0);
   }
   if (options.version) {
     std::printf("codebook %s\n", CODEBOOK_VERSION);
-    return 0;
+    return FinishStandardOutput(0);
   }
+  codebook::cli::InstallCleanupOnSignals();
 
   std::string syntax;
-  std::string dataFile = options.dataFile;
   if (!options.syntaxFile.empty()) {
     std::ifstream in(options.syntaxFile, std::ios::binary);
     if (!in) {
-      return Fail(codebook::session::kExitUsage,
+      return Fail(session::kExitUsage,
                   "cannot read syntax file " + options.syntaxFile + ": " + std::strerror(errno));
     }
     std::ostringstream text;
     text << in.rdbuf();
     syntax = text.str();
-  } else {
-    if (options.demo) {
-      dataFile = FindDemo();
-      if (dataFile.empty()) return Fail(codebook::session::kExitDatasetError, "the demo dataset is not installed");
-    }
-    syntax = codebook::cli::BuildSyntax(options.weight, options.codebookArguments);
+  } else if (options.demo) {
+    const std::string demo = FindDemo();
+    if (demo.empty()) return Fail(session::kExitDatasetError, "the demo dataset is not installed");
+    options.dataFiles = {demo};
   }
 
-  std::unique_ptr<OutputFile> outputFile;
-  if (!options.outputFile.empty()) {
-    outputFile = std::make_unique<OutputFile>(options.outputFile);
-    if (!outputFile->Open(error)) return Fail(codebook::session::kExitUsage, error);
+  // The output may never replace what it is made from.
+  std::vector<std::string> inputs;
+  for (const std::string& file : options.dataFiles) {
+    if (file != codebook::cli::kStandardStream) inputs.push_back(file);
   }
-
-  codebook::session::SessionOptions sessionOptions;
-  sessionOptions.progress = isatty(STDERR_FILENO) != 0;
-  codebook::session::Session session(sessionOptions);
-  // A dataset that cannot be read ends the run: its one error says why.
-  if (!dataFile.empty() && !session.GetFile(dataFile)) return session.ExitStatus();
-  session.RunSyntax(syntax);
-  const int status = session.ExitStatus();
+  if (!options.syntaxFile.empty()) inputs.push_back(options.syntaxFile);
+  codebook::cli::OutputTarget target(options.outputFile);
+  if (!target.Prepare(inputs, error)) return Fail(session::kExitUsage, error);
 
   const OutputFormat format =
       options.ascii && options.format == OutputFormat::kText ? OutputFormat::kAscii : options.format;
-  const codebook::output::Document document = ForRendering(*session.Document(), format);
-  if (!outputFile) {
-    codebook::output::Render(document, format, std::cout);
-    std::cout.flush();
-    return status;
+  Run run(options, format, target);
+  if (!options.syntaxFile.empty()) {
+    run.Syntax(syntax, options.syntaxFile);
+  } else {
+    const bool headings = options.dataFiles.size() > 1;
+    for (const std::string& file : options.dataFiles) run.Dataset(file, headings);
   }
-  if (status != codebook::session::kExitOk) {
-    Fail(status, "output not written to " + options.outputFile + " because of the errors above");
-    return status;
-  }
-  std::ostringstream rendered;
-  codebook::output::Render(document, format, rendered);
-  if (!outputFile->Commit(rendered.str(), error)) return Fail(codebook::session::kExitUsage, error);
-  return status;
+  return run.End();
 }

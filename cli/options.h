@@ -9,26 +9,35 @@
 
 namespace codebook::cli {
 
+// Standard input or output, where a file name is expected.
+inline constexpr const char* kStandardStream = "-";
+
 struct Options {
   bool help = false;
   bool version = false;
   bool demo = false;
-  std::string syntaxFile;  // -x
-  std::string dataFile;    // the dataset, unless -x or --demo
+  std::string syntaxFile;                 // -x
+  std::vector<std::string> dataFiles;     // the datasets ("-": standard input), unless -x or --demo
   std::vector<std::string> codebookArguments;
   output::OutputFormat format = output::OutputFormat::kText;
+  bool formatGiven = false;               // -f; otherwise -o's extension may choose
   bool ascii = false;
-  std::string outputFile;  // -o; empty: standard output
-  std::string weight;      // --weight
+  std::string outputFile;                 // -o; empty or "-": standard output
+  std::string weight;                     // --weight
+  std::string encoding;                   // --encoding
+  int width = -1;                         // --width; -1: the terminal's
 };
 
 // Parses the arguments after the program name. Returns the options, or sets
 // `error` to one line naming what is wrong.
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error);
 
-// The syntax that runs the codebook of the active dataset: WEIGHT BY when
-// asked, then CODEBOOK with the arguments as the shell passed them.
-std::string BuildSyntax(const std::string& weight, const std::vector<std::string>& codebookArguments);
+// The format an output file's extension asks for (.txt, .html, .json, .md,
+// .csv), if any.
+std::optional<output::OutputFormat> FormatForExtension(const std::string& path);
+
+// The CODEBOOK command with the arguments as the shell passed them.
+std::string BuildCodebookSyntax(const std::vector<std::string>& codebookArguments);
 
 extern const char* const kUsage;
 
