@@ -1,4 +1,5 @@
 // codebook: the data dictionary of a dataset file, from the command line.
+#include <iconv.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -257,6 +258,14 @@ int main(int argc, char** argv) {
   if (options.version) {
     std::printf("codebook %s\n", CODEBOOK_VERSION);
     return FinishStandardOutput(0);
+  }
+  if (!options.encoding.empty()) {
+    // A name the converter does not know is the user's mistake, not the file's.
+    const iconv_t converter = ::iconv_open("UTF-8", options.encoding.c_str());
+    if (converter == reinterpret_cast<iconv_t>(-1)) {
+      return Fail(session::kExitUsage, "unknown encoding '" + options.encoding + "' (see iconv --list)");
+    }
+    ::iconv_close(converter);
   }
   codebook::cli::InstallCleanupOnSignals();
 

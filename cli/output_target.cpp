@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <filesystem>
 
@@ -15,11 +16,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// A process's open descriptor (/dev/stdout leads there): it is written as
+// it is, never replaced, or a redirection's file would lose what the shell
+// set up.
+bool IsDescriptorPath(const fs::path& path) {
+  const std::string text = path.lexically_normal().string();
+  return text.rfind("/proc/", 0) == 0 && text.find("/fd/") != std::string::npos;
+}
+
 // Follows a chain of symlinks to the path it ends at, which need not exist
 // yet (a dangling link names the file to create).
 std::string FollowLinks(const std::string& path) {
   fs::path current(path);
-  for (int hop = 0; hop < 40; ++hop) {
+  for (int hop = 0; hop < 40 && !IsDescriptorPath(current); ++hop) {
     struct stat st {};
     if (::lstat(current.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) break;
     std::error_code error;
@@ -35,6 +44,17 @@ bool SameFile(const std::string& a, const std::string& b) {
   struct stat sb {};
   return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev &&
          sa.st_ino == sb.st_ino;
+}
+
+// The descriptor number of "/proc/self/fd/N", -1 for any other path.
+int OwnDescriptor(const std::string& path) {
+  constexpr std::string_view kPrefix = "/proc/self/fd/";
+  if (path.rfind(kPrefix, 0) != 0) return -1;
+  int fd = -1;
+  const char* first = path.data() + kPrefix.size();
+  const char* last = path.data() + path.size();
+  const auto [end, failure] = std::from_chars(first, last, fd);
+  return failure == std::errc() && end == last ? fd : -1;
 }
 
 mode_t NewFileMode() {
@@ -94,9 +114,9 @@ bool OutputTarget::Prepare(const std::vector<std::string>& inputs, std::string& 
     error = Failure("it is a folder");
     return false;
   }
-  if (exists && !S_ISREG(st.st_mode)) {
-    // A device or FIFO cannot be replaced by a rename; it receives the
-    // output itself, once the run has succeeded.
+  if (exists && (!S_ISREG(st.st_mode) || IsDescriptorPath(resolved_))) {
+    // A device, a FIFO or an open descriptor cannot be replaced by a
+    // rename; it receives the output itself, once the run has succeeded.
     if (::access(resolved_.c_str(), W_OK) != 0) {
       error = Failure(std::strerror(errno));
       return false;
@@ -142,6 +162,15 @@ bool OutputTarget::Commit(const std::vector<std::string>& inputs, std::string& e
   if (IsStandardOutput()) return true;
   if (Refuse(inputs, error)) return false;
   if (inPlace_) {
+    // Our own descriptor (-o /dev/stdout) is written where it stands: an
+    // appending redirection keeps appending.
+    if (const int own = OwnDescriptor(fs::path(resolved_).lexically_normal().string()); own >= 0) {
+      if (!WriteAll(own, pending_)) {
+        error = Failure(std::strerror(errno));
+        return false;
+      }
+      return true;
+    }
     const int fd = ::open(resolved_.c_str(), O_WRONLY | O_CLOEXEC);
     if (fd < 0) {
       error = Failure(std::strerror(errno));

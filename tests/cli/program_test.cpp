@@ -2,8 +2,6 @@
 // error a user can cause, with its exit status and its one line of message.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -13,63 +11,16 @@
 #include <string>
 #include <vector>
 
+#include "tests/cli/program_harness.h"
+
 namespace {
 
-namespace fs = std::filesystem;
+using codebook::testing_cli::Program;
+using codebook::testing_cli::Quote;
+using codebook::testing_cli::Result;
+using codebook::testing_cli::Slurp;
 using testing::HasSubstr;
-
-struct Result {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string Quote(const std::string& argument) {
-  std::string quoted = "'";
-  for (char c : argument) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
-
-std::string Slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-class Program : public testing::Test {
- protected:
-  void SetUp() override {
-    folder_ = fs::temp_directory_path() / ("codebook-cli-" + std::to_string(getpid()) + "-" +
-                                           testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(folder_);
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  Result Run(const std::vector<std::string>& arguments, const std::string& environment = "") {
-    std::string command = environment + " " + Quote(std::string(CODEBOOK_BINARY_DIR) + "/bin/codebook");
-    for (const std::string& argument : arguments) command += " " + Quote(argument);
-    const fs::path out = folder_ / "stdout";
-    const fs::path err = folder_ / "stderr";
-    command += " >" + Quote(out.string()) + " 2>" + Quote(err.string()) + " </dev/null";
-    const int raw = std::system(command.c_str());
-    Result result;
-    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    result.out = Slurp(out);
-    result.err = Slurp(err);
-    return result;
-  }
-
-  static std::string Fixture(const std::string& name) { return std::string(CODEBOOK_FIXTURES_DIR) + "/" + name; }
-  fs::path Path(const std::string& name) const { return folder_ / name; }
-
-  // Every line of standard error ends with a line feed; counts them.
-  static int Lines(const std::string& text) {
-    return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
-  }
-
-  fs::path folder_;
-};
+namespace fs = std::filesystem;
 
 TEST_F(Program, EveryOutputFormat) {
   const std::string file = Fixture("fx05_mrsets.sav");

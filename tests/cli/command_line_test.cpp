@@ -1,0 +1,233 @@
+// The conventions of the command line, run as a person runs the program:
+// runs that end in tables or a message (never an internal assertion), text
+// that is safe for a terminal and fits it, the order of tables and their
+// warnings, full paths, standard input, several files, and the options.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "platform/data/dataset_builder.h"
+#include "platform/data/sav/write_dataset.h"
+#include "tests/cli/program_harness.h"
+
+namespace {
+
+using codebook::testing_cli::Program;
+using codebook::testing_cli::Quote;
+using codebook::testing_cli::Result;
+using testing::HasSubstr;
+using testing::Not;
+namespace fs = std::filesystem;
+namespace data = codebook::data;
+
+class CommandLine : public Program {
+ protected:
+  void SetUp() override {
+    Program::SetUp();
+    fs::copy_file(Fixture("fx04_dictionary_meta.sav"), Path("survey.sav"));
+    fs::copy_file(Fixture("fx05_mrsets.sav"), Path("sets.sav"));
+  }
+  std::string In(const std::string& command) const { return "cd " + Quote(folder_.string()) + " && " + command; }
+};
+
+// Columns of a line on a terminal, counting each UTF-8 character as one.
+int Columns(const std::string& line) {
+  int columns = 0;
+  for (const char c : line) columns += (static_cast<unsigned char>(c) & 0xC0) != 0x80 ? 1 : 0;
+  return columns;
+}
+
+TEST_F(CommandLine, RunsThatOnceStoppedOnAnAssertionEndInTables) {
+  // A set right after a scale variable without value labels, counts off.
+  const Result readme = Run({"--demo", "income", "$brands", "/STATISTICS", "MEAN", "STDDEV", "QUARTILES"});
+  EXPECT_EQ(readme.status, 0) << readme.err;
+  EXPECT_THAT(readme.out, HasSubstr("Brands known"));
+  EXPECT_THAT(readme.out, HasSubstr("Percentile 75"));
+
+  // A dichotomy set whose counted value no member holds.
+  VariableSetImpl::Definition set;
+  set.name = "$never";
+  set.label = "Never chosen";
+  set.kind = VariableSetImpl::kMultipleDichotomy;
+  set.members = {"a", "b"};
+  set.countedValue = "1";
+  auto dataset = data::DatasetBuilder().Numeric("a").Numeric("b").MRSet(set).Cases({{0, 2}, {2, 0}, {0, 0}}).Build();
+  data::WriteDatasetFile(*dataset, Path("never.sav").string());
+  const Result plain = Run({Path("never.sav").string()});
+  EXPECT_EQ(plain.status, 0) << plain.err;
+  EXPECT_THAT(plain.out, HasSubstr("Never chosen"));
+  EXPECT_THAT(plain.out, HasSubstr("Multiple Dichotomy Set"));
+  const Result onlyCategories = Run({Path("never.sav").string(), "$never", "/VARINFO", "VALUELABELS"});
+  EXPECT_EQ(onlyCategories.status, 0) << onlyCategories.err;
+  EXPECT_THAT(onlyCategories.err, HasSubstr("No Variable Information for $never"));
+}
+
+TEST_F(CommandLine, ControlCharactersFromTheDataNeverReachTheTerminal) {
+  auto dataset = data::DatasetBuilder()
+                     .Numeric("x")
+                     .Label("red\x1B[31m alert\x07")
+                     .ValueLabel(1, "one\x1B]0;title\x07")
+                     .Attribute("Note", {"tab\there\rcarriage"})
+                     .FileLabel("\xC2\x9B" "2J cleared")
+                     .Cases({{1}, {2}})
+                     .Build();
+  data::WriteDatasetFile(*dataset, Path("hostile.sav").string());
+  for (const char* format : {"text", "markdown"}) {
+    const Result result = Run({"--format", format, Path("hostile.sav").string(), "/FILEINFO", "LABEL"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    for (const char c : result.out) {
+      const auto byte = static_cast<unsigned char>(c);
+      EXPECT_TRUE(byte >= 0x20 || c == '\n')
+          << format << ": control byte " << static_cast<int>(byte);
+      if (byte < 0x20 && c != '\n') break;
+    }
+    EXPECT_THAT(result.out, Not(HasSubstr("\xC2\x9B"))) << format;
+    EXPECT_THAT(result.out, HasSubstr("x1B")) << format;
+    EXPECT_THAT(result.out, HasSubstr("31m alert")) << format;
+    EXPECT_THAT(result.out, HasSubstr("u009B")) << format;
+  }
+  // JSON keeps the text, escaped its own way.
+  const Result json = Run({"--format", "json", Path("hostile.sav").string()});
+  EXPECT_EQ(json.status, 0) << json.err;
+  EXPECT_THAT(nlohmann::json::parse(json.out).dump(), HasSubstr("red\\u001b[31m alert"));
+}
+
+TEST_F(CommandLine, ClosingWarningsFollowTheirTablesOnOneStream) {
+  // q1 has more value labels than MAXCATS: the warning comes after the table.
+  const Result result = Shell(Binary() + " --demo q1 /VARINFO LABEL VALUELABELS /STATISTICS NONE /OPTIONS MAXCATS=1 2>&1");
+  EXPECT_EQ(result.status, 0);
+  const std::size_t table = result.out.find("The staff were friendly");
+  const std::size_t warning = result.out.find("warning: Value labels, counts, and/or percents not displayed for q1.");
+  ASSERT_NE(table, std::string::npos) << result.out;
+  ASSERT_NE(warning, std::string::npos) << result.out;
+  EXPECT_LT(table, warning);
+}
+
+TEST_F(CommandLine, FileInformationShowsTheFullPathWhateverWasTyped) {
+  const Result result = Shell(In(Binary() + " --format json survey.sav /FILEINFO NAME LOCATION"));
+  EXPECT_EQ(result.status, 0) << result.err;
+  const nlohmann::json rows = nlohmann::json::parse(result.out)["items"][0]["rows"];
+  ASSERT_EQ(rows.size(), 2u) << result.out;
+  EXPECT_EQ(rows[0]["cells"][""]["text"], "survey.sav");
+  EXPECT_EQ(rows[1]["cells"][""]["text"], fs::canonical(folder_).string());
+}
+
+TEST_F(CommandLine, SyntaxFilesResolveTheirPathsAndNameTheirLines) {
+  fs::create_directories(Path("jobs"));
+  fs::copy_file(Path("survey.sav"), Path("jobs/local.sav"));
+  std::ofstream(Path("jobs/job.sps")) << "GET FILE='local.sav'.\n"
+                                      << "CODEBOOK nosuch.\n"
+                                      << "CODEBOOK id /STATISTICS NONE /VARINFO LABEL.\n";
+  // Run from elsewhere: the dataset is found beside the syntax file.
+  const Result result = Shell(In(Binary() + " -x jobs/job.sps"));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.out, HasSubstr("Standard Attributes"));
+  EXPECT_THAT(result.err, HasSubstr("jobs/job.sps:2: CODEBOOK: error: nosuch"));
+  EXPECT_EQ(Lines(result.err), 1) << result.err;
+}
+
+TEST_F(CommandLine, ADatasetFromStandardInput) {
+  const Result piped = Shell(In("cat survey.sav | " + Binary() + " - id /FILEINFO NAME"));
+  EXPECT_EQ(piped.status, 0) << piped.err;
+  EXPECT_THAT(piped.out, HasSubstr("File Name"));
+  EXPECT_THAT(piped.out, HasSubstr("Standard Attributes"));
+  const Result redirected = Shell(In(Binary() + " - id < survey.sav"));
+  EXPECT_EQ(redirected.status, 0) << redirected.err;
+  EXPECT_EQ(redirected.out, piped.out.substr(piped.out.find("id\n")));
+  const Result empty = Shell(In(Binary() + " - < /dev/null"));
+  EXPECT_EQ(empty.status, 3);
+  EXPECT_THAT(empty.err, HasSubstr("standard input"));
+  EXPECT_EQ(Lines(empty.err), 1) << empty.err;
+}
+
+TEST_F(CommandLine, SeveralFilesGiveOnePartEachAndTheWorstStatus) {
+  const Result both = Shell(In(Binary() + " survey.sav sets.sav id /STATISTICS NONE"));
+  EXPECT_EQ(both.status, 0) << both.err;
+  const std::size_t first = both.out.find("==> survey.sav <==");
+  const std::size_t second = both.out.find("==> sets.sav <==");
+  ASSERT_NE(first, std::string::npos) << both.out;
+  ASSERT_NE(second, std::string::npos) << both.out;
+  EXPECT_LT(first, second);
+
+  const Result oneMissing = Shell(In(Binary() + " --format json nosuch.sav sets.sav id"));
+  EXPECT_EQ(oneMissing.status, 3);
+  EXPECT_THAT(oneMissing.err, HasSubstr("nosuch.sav"));
+  const nlohmann::json items = nlohmann::json::parse(oneMissing.out)["items"];
+  std::vector<std::string> headings;
+  for (const auto& item : items) {
+    if (item["kind"] == "heading") headings.push_back(item["text"]);
+  }
+  EXPECT_EQ(headings, (std::vector<std::string>{"nosuch.sav", "sets.sav"}));
+  EXPECT_EQ(items.back()["title"], "id");
+}
+
+TEST_F(CommandLine, TheOutputFileChoosesTheFormatAndValuesMayBeAttached) {
+  struct Case {
+    std::vector<std::string> arguments;
+    const char* file;
+    const char* starts;
+  };
+  const Case cases[] = {
+      {{"-o", "out.json"}, "out.json", "{\"format\": \"codebook-output\""},
+      {{"-o", "out.html"}, "out.html", "<!DOCTYPE html>"},
+      {{"-o", "out.md"}, "out.md", "## id"},
+      {{"-o", "out.txt"}, "out.txt", "id\n"},
+      {{"-fjson", "-o", "out.html"}, "out.html", "{\"format\""},
+      {{"--format=markdown", "-oout.csv"}, "out.csv", "## id"},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> arguments = c.arguments;
+    arguments.insert(arguments.end(), {"survey.sav", "id"});
+    const Result result = Shell(In(Binary() + codebook::testing_cli::Program::Arguments(arguments)));
+    EXPECT_EQ(result.status, 0) << result.err;
+    const std::string written = codebook::testing_cli::Slurp(Path(c.file));
+    EXPECT_EQ(written.rfind(c.starts, 0), 0u) << c.file << ": " << written.substr(0, 80);
+    fs::remove(Path(c.file));
+  }
+}
+
+TEST_F(CommandLine, TextFitsTheScreen) {
+  const Result wide = Run({"--demo", "q1"});
+  int widest = 0;
+  std::istringstream lines(wide.out);
+  for (std::string line; std::getline(lines, line);) widest = std::max(widest, Columns(line));
+  ASSERT_GT(widest, 50);
+
+  for (const std::string environment : {"COLUMNS=50", ""}) {
+    const Result fitted = environment.empty() ? Run({"--width", "50", "--demo", "q1"}) : Run({"--demo", "q1"}, environment);
+    EXPECT_EQ(fitted.status, 0) << fitted.err;
+    std::istringstream fittedLines(fitted.out);
+    for (std::string line; std::getline(fittedLines, line);) EXPECT_LE(Columns(line), 50) << line;
+    EXPECT_THAT(fitted.out, HasSubstr("Strongly"));
+  }
+  const Result tooNarrow = Run({"--width", "10", "--demo"});
+  EXPECT_EQ(tooNarrow.status, 2);
+  EXPECT_THAT(tooNarrow.err, HasSubstr("--width"));
+}
+
+TEST_F(CommandLine, EncodingOverridesTheFilesCodePage) {
+  const Result declared = Run({Fixture("fx08_cp1252.sav"), "id", "/FILEINFO", "LABEL"});
+  EXPECT_THAT(declared.out, HasSubstr("Übersicht"));
+  const Result greek = Run({"--encoding", "ISO-8859-7", Fixture("fx08_cp1252.sav"), "id", "/FILEINFO", "LABEL"});
+  EXPECT_EQ(greek.status, 0) << greek.err;
+  EXPECT_THAT(greek.out, HasSubstr("άbersicht"));
+  const Result unknown = Run({"--encoding", "no-such-code-page", Fixture("fx08_cp1252.sav")});
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_THAT(unknown.err, HasSubstr("no-such-code-page"));
+}
+
+TEST_F(CommandLine, AnUnknownWeightVariableIsOneErrorAndNoTables) {
+  const Result result = Run({"-w", "nosuch", Path("survey.sav").string()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err, HasSubstr("nosuch"));
+  EXPECT_EQ(Lines(result.err), 1) << result.err;
+}
+
+}  // namespace
