@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 
 namespace codebook::cli {
@@ -15,10 +16,14 @@ constexpr std::size_t kPathMax = 4096;
 char paths[kSlots][kPathMax];
 std::atomic<bool> used[kSlots];
 
-void RemoveAndReraise(int signal) {
+void RemoveRegistered() {
   for (int slot = 0; slot < kSlots; ++slot) {
     if (used[slot].load()) ::unlink(paths[slot]);
   }
+}
+
+void RemoveAndReraise(int signal) {
+  RemoveRegistered();
   std::signal(signal, SIG_DFL);
   std::raise(signal);
 }
@@ -30,6 +35,9 @@ void InstallCleanupOnSignals() {
   action.sa_handler = RemoveAndReraise;
   sigemptyset(&action.sa_mask);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
+  // An internal assertion ends the program with quick_exit: no destructor
+  // runs then, but these handlers do.
+  std::at_quick_exit(RemoveRegistered);
 }
 
 int RegisterTemporaryFile(const std::string& path) {

@@ -7,7 +7,8 @@
 namespace codebook::cli {
 
 // Installs handlers for SIGINT, SIGTERM and SIGHUP that remove the
-// registered files and then end the program as the signal would have.
+// registered files and then end the program as the signal would have, and
+// removes them too when the program ends through quick_exit.
 void InstallCleanupOnSignals();
 
 // Registers a file for removal; returns a slot to release it with, or -1

@@ -12,5 +12,7 @@ void CbkAssertionFailed(const char* condition, const char* function, const char*
   std::fprintf(stderr, "codebook: internal assertion failed: %s in %s (%s, line %d)\n", condition,
                function, source, line);
   std::fflush(stderr);
-  std::_Exit(kAssertionExitStatus);
+  // quick_exit: the host's quick-exit handlers (removing temporary files)
+  // run, but no destructor of state that may be broken.
+  std::quick_exit(kAssertionExitStatus);
 }
