@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/output/render/html_chart.h"
+#include "platform/output/render/html_escape.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
 
@@ -28,20 +30,23 @@ constexpr const char* kStyle =
     ".d3{padding-left:3.6em!important}.d4{padding-left:4.6em!important}"
     ".d5{padding-left:5.6em!important}.d6{padding-left:6.6em!important}"
     ".d7{padding-left:7.6em!important}.d8{padding-left:8.6em!important}\n"
-    "p.warning{color:#8a5a00}p.error{color:#b00020}p.note{color:#555}\n";
+    "p.warning{color:#8a5a00}p.error{color:#b00020}p.note{color:#555}\n"
+    "nav.contents ol{columns:2 22em;padding-left:1.5em}nav.contents li{break-inside:avoid}\n"
+    "nav.contents .label{color:#555}nav.contents .level{color:#777;font-size:.9em}\n"
+    "svg.chart{display:block;max-width:100%;height:auto;margin:0 0 1.5em 0}\n"
+    "svg.chart text{font:12px system-ui,sans-serif;fill:currentColor}\n"
+    "svg.chart .bar{fill:#3b6ea5}svg.chart .bar.missing{fill:#c0842a}\n"
+    "@media (prefers-color-scheme:dark){body{background:#161616;color:#ddd}"
+    "table.pivot th,table.pivot td{border-color:#555}table.pivot thead th{background:#2a2a2a}"
+    "table.pivot th[scope=rowgroup]{background:#202020}nav.contents .label{color:#aaa}"
+    "svg.chart .bar{fill:#79a7dc}svg.chart .bar.missing{fill:#e0a85a}"
+    "p.warning{color:#e0b050}p.error{color:#ff7080}a{color:#8ab4f8}}\n"
+    "@media print{body{margin:0}svg.chart .bar{fill:#444}svg.chart .bar.missing{fill:#aaa}"
+    "section.item{break-inside:avoid}}\n";
 
-void Escape(std::string& out, std::string_view text) {
-  for (const char c : text) {
-    switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      case '\'': out += "&#39;"; break;
-      default: out.push_back(c);
-    }
-  }
-}
+// What the contents list says of one table: the row values of its
+// "Label" and "Measurement" (or a set's "Type") rows.
+void Escape(std::string& out, std::string_view text) { AppendHtmlEscaped(out, text); }
 
 void IndentClass(std::string& out, int depth, bool numeric) {
   const int level = depth > kMaxIndentClass ? kMaxIndentClass : depth;
@@ -118,6 +123,67 @@ void RenderTable(std::string& out, const TableView& view) {
   out += "</table>\n";
 }
 
+struct ContentsEntry {
+  std::string label;
+  std::string level;
+};
+
+ContentsEntry DescribeTable(const TableView& view) {
+  ContentsEntry entry;
+  for (const ViewEntry& row : view.entries()) {
+    if (row.group || row.cellBegin == row.cellEnd) continue;
+    const CellContent* label = view.Label(row.node);
+    if (label == nullptr) continue;
+    const std::string& value = view.cells()[row.cellBegin].content->text;
+    if (label->text == "Label" && entry.label.empty()) entry.label = value;
+    if ((label->text == "Measurement" || label->text == "Type") &&
+        (entry.level.empty() || label->text == "Measurement")) {
+      entry.level = value;
+    }
+  }
+  if (entry.label == "<none>") entry.label.clear();
+  return entry;
+}
+
+void RenderContents(std::string& out, const Document& document) {
+  int tables = 0;
+  for (const Document::Item& item : document.Items()) {
+    if (const auto* table = std::get_if<Document::Table>(&item)) tables += TableView(**table).Visible() ? 1 : 0;
+  }
+  if (tables < 2) return;
+  out += "<nav class=\"contents\" aria-label=\"Contents\">\n<h2>Contents</h2>\n<ol>\n";
+  std::size_t index = 0;
+  for (const Document::Item& item : document.Items()) {
+    ++index;
+    if (const auto* heading = std::get_if<Heading>(&item)) {
+      out += "</ol>\n<h3>";
+      AppendHtmlEscaped(out, heading->text);
+      out += "</h3>\n<ol>\n";
+      continue;
+    }
+    const auto* table = std::get_if<Document::Table>(&item);
+    if (table == nullptr) continue;
+    const TableView view(**table);
+    if (!view.Visible()) continue;
+    const ContentsEntry entry = DescribeTable(view);
+    out += "<li><a href=\"#item-" + std::to_string(index) + "\">";
+    AppendHtmlEscaped(out, view.Title());
+    out += "</a>";
+    if (!entry.label.empty()) {
+      out += " <span class=\"label\">";
+      AppendHtmlEscaped(out, entry.label);
+      out += "</span>";
+    }
+    if (!entry.level.empty()) {
+      out += " <span class=\"level\">";
+      AppendHtmlEscaped(out, entry.level);
+      out += "</span>";
+    }
+    out += "</li>\n";
+  }
+  out += "</ol>\n</nav>\n";
+}
+
 }  // namespace
 
 void RenderHtml(const Document& document, std::ostream& out) {
@@ -125,12 +191,20 @@ void RenderHtml(const Document& document, std::ostream& out) {
          "<title>Codebook</title>\n<style>\n"
       << kStyle << "</style>\n</head>\n<body>\n";
   std::string buffer;
+  RenderContents(buffer, document);
+  out << buffer;
+  std::size_t index = 0;
   for (const Document::Item& item : document.Items()) {
     buffer.clear();
+    ++index;
     if (const auto* table = std::get_if<Document::Table>(&item)) {
       const TableView view(**table);
       if (!view.Visible()) continue;
+      const std::string id = "item-" + std::to_string(index);
+      buffer += "<section class=\"item\" id=\"" + id + "\">\n";
       RenderTable(buffer, view);
+      AppendBarChart(buffer, ChartBars(view), id + "-chart", "Percents of " + view.Title());
+      buffer += "</section>\n";
     } else if (const auto* heading = std::get_if<Heading>(&item)) {
       buffer += "<h1>";
       Escape(buffer, heading->text);

@@ -1,0 +1,121 @@
+#include "platform/output/render/html_chart.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "platform/output/render/html_escape.h"
+
+namespace codebook::output {
+namespace {
+
+bool IsValueGroup(std::string_view label) {
+  return label == "Valid Values" || label == "Missing Values" || label == "Labeled Values" ||
+         label == "Multiple Response Categories";
+}
+
+std::string Number(double value, const char* format) {
+  char text[32];
+  std::snprintf(text, sizeof text, format, value);
+  return text;
+}
+
+// Chart labels are cut to what fits beside the bars.
+std::string Shortened(const std::string& text) {
+  constexpr std::size_t kMaxCharacters = 28;
+  std::size_t characters = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if ((static_cast<unsigned char>(text[i]) & 0xC0) == 0x80) continue;
+    if (++characters > kMaxCharacters) return text.substr(0, i) + "…";
+  }
+  return text;
+}
+
+}  // namespace
+
+std::vector<ChartBar> ChartBars(const TableView& view) {
+  int valueColumn = -1;
+  int percentColumn = -1;
+  for (std::size_t c = 0; c < view.columns().size(); ++c) {
+    if (view.columns()[c]->text == "Value") valueColumn = static_cast<int>(c);
+    if (view.columns()[c]->text == "Percent") percentColumn = static_cast<int>(c);
+  }
+  std::vector<ChartBar> bars;
+  if (percentColumn < 0) return bars;
+  std::string_view group;
+  for (const ViewEntry& entry : view.entries()) {
+    const CellContent* label = view.Label(entry.node);
+    if (entry.group) {
+      if (entry.depth == 0) group = label != nullptr ? std::string_view(label->text) : std::string_view();
+      continue;
+    }
+    if (!IsValueGroup(group)) continue;
+    const CellContent* percent = nullptr;
+    const CellContent* value = nullptr;
+    for (std::uint32_t i = entry.cellBegin; i < entry.cellEnd; ++i) {
+      const ViewCell& cell = view.cells()[i];
+      if (cell.column == percentColumn && percent == nullptr) percent = cell.content;
+      if (cell.column == valueColumn && value == nullptr) value = cell.content;
+    }
+    if (percent == nullptr || std::isnan(percent->number)) continue;
+    ChartBar bar;
+    // The value's label when it has one, else the value itself.
+    bar.label = value != nullptr && !value->text.empty() ? value->text : (label != nullptr ? label->text : "");
+    bar.percent = std::max(0.0, percent->number);
+    bar.missing = group == "Missing Values";
+    bars.push_back(std::move(bar));
+  }
+  return bars;
+}
+
+void AppendBarChart(std::string& out, const std::vector<ChartBar>& allBars, const std::string& id,
+                    const std::string& title) {
+  if (allBars.empty()) return;
+  // Valid categories first, missing ones apart below them.
+  std::vector<ChartBar> bars;
+  for (const ChartBar& bar : allBars) {
+    if (!bar.missing && bars.size() < static_cast<std::size_t>(ChartLayout::kMaxBars)) bars.push_back(bar);
+  }
+  const std::size_t validCount = bars.size();
+  for (const ChartBar& bar : allBars) {
+    if (bar.missing && bars.size() < static_cast<std::size_t>(ChartLayout::kMaxBars)) bars.push_back(bar);
+  }
+  const bool gap = validCount > 0 && validCount < bars.size();
+  double largest = 0;
+  for (const ChartBar& bar : bars) largest = std::max(largest, bar.percent);
+
+  const int height = static_cast<int>(bars.size()) * ChartLayout::kRowHeight + (gap ? ChartLayout::kRowHeight : 0) + 4;
+  out += "<svg class=\"chart\" role=\"img\" viewBox=\"0 0 " + std::to_string(ChartLayout::kWidth) + " " +
+         std::to_string(height) + "\" width=\"" + std::to_string(ChartLayout::kWidth) + "\" height=\"" +
+         std::to_string(height) + "\" aria-labelledby=\"" + id + "-t " + id + "-d\">";
+  out += "<title id=\"" + id + "-t\">";
+  AppendHtmlEscaped(out, title);
+  out += "</title><desc id=\"" + id + "-d\">";
+  for (std::size_t i = 0; i < bars.size(); ++i) {
+    if (i > 0) out += i == validCount ? "; missing: " : ", ";
+    AppendHtmlEscaped(out, bars[i].label);
+    out += " " + Number(bars[i].percent, "%.1f") + "%";
+  }
+  if (bars.size() < allBars.size()) {
+    out += "; " + std::to_string(allBars.size() - bars.size()) + " more categories not drawn";
+  }
+  out += "</desc>\n";
+  int y = 2;
+  for (std::size_t i = 0; i < bars.size(); ++i) {
+    if (gap && i == validCount) y += ChartLayout::kRowHeight;
+    const ChartBar& bar = bars[i];
+    const double length = largest > 0 ? bar.percent / largest * ChartLayout::kBarWidth : 0.0;
+    out += "<text x=\"" + std::to_string(ChartLayout::kLabelWidth - 6) + "\" y=\"" +
+           std::to_string(y + 13) + "\" text-anchor=\"end\">";
+    AppendHtmlEscaped(out, Shortened(bar.label));
+    out += "</text><rect class=\"bar" + std::string(bar.missing ? " missing" : "") + "\" x=\"" +
+           std::to_string(ChartLayout::kLabelWidth) + "\" y=\"" + std::to_string(y + 2) + "\" width=\"" +
+           Number(length, "%.2f") + "\" height=\"" + std::to_string(ChartLayout::kRowHeight - 4) +
+           "\"/><text x=\"" + Number(ChartLayout::kLabelWidth + length + 4, "%.2f") + "\" y=\"" +
+           std::to_string(y + 13) + "\">" + Number(bar.percent, "%.1f") + "%</text>\n";
+    y += ChartLayout::kRowHeight;
+  }
+  out += "</svg>\n";
+}
+
+}  // namespace codebook::output

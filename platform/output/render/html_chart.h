@@ -1,0 +1,40 @@
+// The pictures of the HTML report: a bar chart of each table's category
+// percents, drawn as inline SVG from the numbers the table already shows.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/output/render/table_view.h"
+
+namespace codebook::output {
+
+// One bar: a category's label and percent, and whether it is a missing
+// value (drawn apart, after the valid ones).
+struct ChartBar {
+  std::string label;
+  double percent = 0;
+  bool missing = false;
+};
+
+// The bars of a table: the rows of its value groups ("Valid Values",
+// "Missing Values", "Labeled Values", "Multiple Response Categories") that
+// have a percent. Empty when the table shows no percents.
+std::vector<ChartBar> ChartBars(const TableView& view);
+
+// The chart's geometry, for drawing and for tests.
+struct ChartLayout {
+  static constexpr int kWidth = 520;
+  static constexpr int kLabelWidth = 190;
+  static constexpr int kBarWidth = 250;  // the longest bar
+  static constexpr int kRowHeight = 18;
+  static constexpr int kMaxBars = 40;    // more categories are left out of the picture
+};
+
+// Appends an accessible SVG bar chart (role="img", a title and a text
+// description). `id` makes the element ids unique in the page; `title`
+// names what is drawn. Bar lengths are proportional to the percents.
+void AppendBarChart(std::string& out, const std::vector<ChartBar>& bars, const std::string& id,
+                    const std::string& title);
+
+}  // namespace codebook::output

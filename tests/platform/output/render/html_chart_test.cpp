@@ -1,0 +1,100 @@
+// The HTML report's bar charts: which rows become bars, geometry that is
+// proportional to the percents, missing values drawn apart, a text
+// alternative, and bounded size.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "host/output/bp_procedure.h"
+#include "platform/output/current_output.h"
+#include "platform/output/render/html_chart.h"
+#include "platform/output/render/renderers.h"
+#include "tests/platform/output/sample_document.h"
+
+namespace codebook::output {
+namespace {
+
+std::vector<double> RectWidths(const std::string& svg) {
+  std::vector<double> widths;
+  const std::regex rect("<rect class=\"bar[^\"]*\" x=\"[0-9]+\" y=\"[0-9]+\" width=\"([0-9.]+)\"");
+  for (auto it = std::sregex_iterator(svg.begin(), svg.end(), rect); it != std::sregex_iterator(); ++it) {
+    widths.push_back(std::atof((*it)[1].str().c_str()));
+  }
+  return widths;
+}
+
+TEST(HtmlChart, BarsComeFromTheValueRowsThatHavePercents) {
+  const std::shared_ptr<Document> document = testing::BuildSampleCodebook();
+  std::vector<std::vector<ChartBar>> charts;
+  for (const auto& item : document->Items()) {
+    if (const auto* table = std::get_if<Document::Table>(&item)) charts.push_back(ChartBars(TableView(**table)));
+  }
+  ASSERT_EQ(charts.size(), 3u);
+  EXPECT_TRUE(charts[0].empty());  // File Information: no values
+  EXPECT_TRUE(charts[2].empty());  // income: counts without percents
+  const std::vector<ChartBar>& sex = charts[1];
+  ASSERT_EQ(sex.size(), 4u);
+  EXPECT_EQ(sex[0].label, "Male");
+  EXPECT_FALSE(sex[0].missing);
+  EXPECT_DOUBLE_EQ(sex[0].percent, 40.0);
+  EXPECT_EQ(sex[3].label, "System");  // no label: the row's own text
+  EXPECT_TRUE(sex[3].missing);
+}
+
+TEST(HtmlChart, LengthsAreProportionalAndMissingValuesComeApart) {
+  const std::vector<ChartBar> bars = {
+      {"Missing first", 5.0, true}, {"A", 20.0, false}, {"B", 50.0, false}, {"C", 25.0, false}};
+  std::string svg;
+  AppendBarChart(svg, bars, "c1", "Percents of q");
+  const std::vector<double> widths = RectWidths(svg);
+  ASSERT_EQ(widths.size(), 4u);
+  // Valid bars first, in their order; the longest spans the bar width.
+  EXPECT_DOUBLE_EQ(widths[1], ChartLayout::kBarWidth);
+  for (std::size_t i = 0; i < widths.size(); ++i) {
+    const double percent = i < 3 ? bars[i + 1].percent : bars[0].percent;
+    EXPECT_NEAR(widths[i] / ChartLayout::kBarWidth, percent / 50.0, 0.001) << i;
+  }
+  EXPECT_NE(svg.find("class=\"bar missing\""), std::string::npos);
+  // The missing bar sits a row below the last valid one.
+  EXPECT_NE(svg.find("y=\"76\" width=\"25.00\""), std::string::npos) << svg;
+  EXPECT_NE(svg.find("role=\"img\""), std::string::npos);
+  EXPECT_NE(svg.find("<title id=\"c1-t\">Percents of q</title>"), std::string::npos);
+  EXPECT_NE(svg.find("<desc id=\"c1-d\">A 20.0%, B 50.0%, C 25.0%; missing: Missing first 5.0%</desc>"),
+            std::string::npos)
+      << svg;
+}
+
+TEST(HtmlChart, ManyCategoriesStaySmallAndLabelsAreEscaped) {
+  std::vector<ChartBar> bars;
+  for (int i = 0; i < 500; ++i) bars.push_back({"<v" + std::to_string(i) + "&\"", 0.2, false});
+  std::string svg;
+  AppendBarChart(svg, bars, "c2", "many");
+  EXPECT_EQ(RectWidths(svg).size(), static_cast<std::size_t>(ChartLayout::kMaxBars));
+  EXPECT_NE(svg.find("460 more categories not drawn"), std::string::npos);
+  EXPECT_EQ(svg.find("<v"), std::string::npos);
+  EXPECT_NE(svg.find("&lt;v0&amp;&quot;"), std::string::npos);
+  EXPECT_LT(svg.size(), 12000u);
+  std::string none;
+  AppendBarChart(none, {}, "c3", "nothing");
+  EXPECT_TRUE(none.empty());
+}
+
+TEST(HtmlReport, ContentsLinkEveryTableAndChartsFollowTheirTables) {
+  std::ostringstream out;
+  RenderHtml(*testing::BuildSampleCodebook(), out);
+  const std::string html = out.str();
+  for (const char* id : {"item-1", "item-2", "item-3"}) {
+    EXPECT_NE(html.find(std::string("<a href=\"#") + id + "\">"), std::string::npos) << id;
+    EXPECT_NE(html.find(std::string("<section class=\"item\" id=\"") + id + "\">"), std::string::npos) << id;
+  }
+  EXPECT_NE(html.find("<span class=\"level\">Nominal</span>"), std::string::npos);
+  EXPECT_LT(html.find("<caption>sex</caption>"), html.find("<svg class=\"chart\""));
+  EXPECT_EQ(html.find("<script"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace codebook::output
