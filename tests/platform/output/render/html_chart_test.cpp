@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -20,9 +19,10 @@ namespace {
 
 std::vector<double> RectWidths(const std::string& svg) {
   std::vector<double> widths;
-  const std::regex rect("<rect class=\"bar[^\"]*\" x=\"[0-9]+\" y=\"[0-9]+\" width=\"([0-9.]+)\"");
-  for (auto it = std::sregex_iterator(svg.begin(), svg.end(), rect); it != std::sregex_iterator(); ++it) {
-    widths.push_back(std::atof((*it)[1].str().c_str()));
+  for (std::size_t at = svg.find("<rect class=\"bar"); at != std::string::npos;
+       at = svg.find("<rect class=\"bar", at + 1)) {
+    const std::size_t width = svg.find(" width=\"", at);
+    widths.push_back(std::atof(svg.c_str() + width + 8));
   }
   return widths;
 }
