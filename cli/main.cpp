@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <ctime>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,6 +20,8 @@
 #include "cli/options.h"
 #include "cli/output_target.h"
 #include "cli/standard_input.h"
+#include "platform/export/ddi_writer.h"
+#include "platform/export/dictionary_csv.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/terminal_text.h"
 #include "platform/session/session.h"
@@ -93,6 +96,24 @@ int ScreenWidth(const Options& options, bool toStandardOutput) {
   return 0;
 }
 
+// The date of production: $SOURCE_DATE_EPOCH when set (reproducible
+// output), else today, as YYYY-MM-DD.
+std::string ProductionDate() {
+  std::time_t now = std::time(nullptr);
+  if (const char* epoch = std::getenv("SOURCE_DATE_EPOCH"); epoch != nullptr && *epoch != '\0') {
+    long long seconds = 0;
+    const char* end = epoch + std::strlen(epoch);
+    if (const auto [stop, failure] = std::from_chars(epoch, end, seconds); failure == std::errc() && stop == end) {
+      now = static_cast<std::time_t>(seconds);
+    }
+  }
+  std::tm utc{};
+  gmtime_r(&now, &utc);
+  char text[16];
+  std::strftime(text, sizeof text, "%Y-%m-%d", &utc);
+  return text;
+}
+
 // One run of the program: the jobs (a syntax file, or one dataset file at a
 // time), their output sent to the target as it is made or kept to the end.
 class Run {
@@ -102,7 +123,8 @@ class Run {
     textOptions_.width = ScreenWidth(options, target.IsStandardOutput());
     // Text-like output to standard output is shown command by command, each
     // command's closing messages after its tables.
-    streaming_ = target.IsStandardOutput() && !CarriesMessages(format);
+    exporting_ = options.exportFormat != codebook::cli::ExportFormat::kNone;
+    streaming_ = target.IsStandardOutput() && !CarriesMessages(format) && !exporting_;
   }
 
   // A dataset file; `heading` introduces its part when there are several.
@@ -133,6 +155,7 @@ class Run {
     } else {
       opened = session.GetFile(file);
     }
+    fileName_ = file == codebook::cli::kStandardStream ? std::string("standard input") : file;
     if (!opened) {
       Finish(session);
       return;
@@ -157,6 +180,11 @@ class Run {
     std::error_code error;
     origin.folder = fs::absolute(file, error).parent_path();
     session.RunSyntax(text, origin);
+    if (session.OpenedFiles().empty()) {
+      fileName_.clear();
+    } else {
+      fileName_ = session.OpenedFiles().back();
+    }
     Finish(session);
   }
 
@@ -168,8 +196,14 @@ class Run {
         Fail(status_, "output not written to " + target_.Path() + " because of the errors above");
         return status_;
       }
+      // An export is written whole or not at all, to standard output too.
+      if (exporting_ && status_ != session::kExitOk) return status_;
       std::ostringstream rendered;
-      codebook::output::Render(combined_, format_, rendered, textOptions_);
+      if (exporting_) {
+        rendered << exported_;
+      } else {
+        codebook::output::Render(combined_, format_, rendered, textOptions_);
+      }
       if (!target_.Write(rendered.str(), error) || !target_.Commit(opened_, error)) {
         writeFailed_ = true;
         writeError_ = error;
@@ -191,7 +225,35 @@ class Run {
       result.holdMessages = true;
       result.afterCommand = [this](std::size_t first) { Emit(*current_->Document(), first); };
     }
+    if (exporting_) {
+      // Unweighted counts are kept only when there are weights to set them apart.
+      result.passObserver = [](const codebook::data::Dataset& dataset, int weightIndex) {
+        return std::make_shared<codebook::exporting::ValueTally>(dataset, weightIndex >= 0);
+      };
+    }
     return result;
+  }
+
+  // The export of the session's last CODEBOOK command, when it ran whole.
+  void Export(const session::Session& session) {
+    const auto& run = session.LastCodebook();
+    if (!run || !run->completed || !run->dataset) return;
+    codebook::exporting::ExportInput input;
+    input.dataset = run->dataset.get();
+    input.fileInfo = run->fileInfo;
+    input.fileName = fileName_;
+    input.items = codebook::exporting::ReadItemFacts(*session.Document(), run->firstItem, run->endItem);
+    input.weightIndex = run->weightIndex;
+    input.tally = dynamic_cast<const codebook::exporting::ValueTally*>(run->observer.get());
+    input.version = CODEBOOK_VERSION;
+    input.date = ProductionDate();
+    std::ostringstream text;
+    if (options_.exportFormat == codebook::cli::ExportFormat::kDdi) {
+      codebook::exporting::WriteDdi(input, text);
+    } else {
+      codebook::exporting::WriteDictionaryCsv(input, text);
+    }
+    exported_ = text.str();
   }
 
   void Emit(const Document& document, std::size_t first) {
@@ -212,7 +274,11 @@ class Run {
   }
 
   void Finish(session::Session& session) {
-    if (!streaming_) AppendItems(combined_, *session.Document(), 0, format_);
+    if (exporting_) {
+      Export(session);
+    } else if (!streaming_) {
+      AppendItems(combined_, *session.Document(), 0, format_);
+    }
     for (const std::string& file : session.OpenedFiles()) opened_.push_back(file);
     Worsen(session.ExitStatus());
   }
@@ -224,6 +290,9 @@ class Run {
   codebook::cli::OutputTarget& target_;
   codebook::output::TextOptions textOptions_;
   bool streaming_ = false;
+  bool exporting_ = false;
+  std::string fileName_;  // the dataset as the user named it
+  std::string exported_;  // the export, once made
   Document combined_;
   std::vector<std::string> opened_;
   int status_ = session::kExitOk;

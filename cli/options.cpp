@@ -19,9 +19,12 @@ const char* const kUsage =
     "\n"
     "options:\n"
     "  -x, --syntax FILE   run a syntax file (GET FILE, WEIGHT, FILTER, N OF CASES, CODEBOOK)\n"
-    "  -f, --format FMT    text (default), html, json, markdown or csv\n"
+    "  -f, --format FMT    text (default), html, json, markdown, csv, or the exports\n"
+    "                      ddi (DDI-Codebook 2.5 XML) and dictionary (one CSV row\n"
+    "                      per variable)\n"
     "  -o, --output FILE   write the output to FILE (- for standard output); without -f,\n"
-    "                      its extension chooses the format (.txt .html .json .md .csv)\n"
+    "                      its extension chooses the format (.txt .html .json .md .csv\n"
+    "                      .xml)\n"
     "      --ascii         plain ASCII table borders for text output\n"
     "      --width N       fit text tables into N columns (default: the terminal's\n"
     "                      width or $COLUMNS; 0: no limit)\n"
@@ -77,13 +80,23 @@ bool ApplyValue(Options& options, Valued option, const std::string& name, const 
     case Valued::kWeight: options.weight = value; return true;
     case Valued::kEncoding: options.encoding = value; return true;
     case Valued::kFormat: {
+      options.formatGiven = true;
+      const std::string lower = Lower(value);
+      if (lower == "ddi") {
+        options.exportFormat = ExportFormat::kDdi;
+        return true;
+      }
+      if (lower == "dictionary") {
+        options.exportFormat = ExportFormat::kDictionary;
+        return true;
+      }
       const std::optional<output::OutputFormat> format = output::ParseOutputFormat(value);
       if (!format || *format == output::OutputFormat::kAscii) {
-        error = "unknown output format '" + value + "' (text, html, json, markdown or csv)";
+        error = "unknown output format '" + value + "' (text, html, json, markdown, csv, ddi or dictionary)";
         return false;
       }
       options.format = *format;
-      options.formatGiven = true;
+      options.exportFormat = ExportFormat::kNone;
       return true;
     }
     case Valued::kWidth: {
@@ -112,6 +125,10 @@ std::optional<output::OutputFormat> FormatForExtension(const std::string& path) 
   if (EndsWith(lower, ".md") || EndsWith(lower, ".markdown")) return output::OutputFormat::kMarkdown;
   if (EndsWith(lower, ".csv")) return output::OutputFormat::kCsv;
   return std::nullopt;
+}
+
+ExportFormat ExportForExtension(const std::string& path) {
+  return EndsWith(Lower(path), ".xml") ? ExportFormat::kDdi : ExportFormat::kNone;
 }
 
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error) {
@@ -177,6 +194,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
 
   if (!options.formatGiven && !options.outputFile.empty() && options.outputFile != kStandardStream) {
     if (const auto format = FormatForExtension(options.outputFile)) options.format = *format;
+    options.exportFormat = ExportForExtension(options.outputFile);
   }
 
   if (!options.syntaxFile.empty()) {
@@ -205,6 +223,10 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
       error = "standard input (-) can be read only once";
       return std::nullopt;
     }
+  }
+  if (options.exportFormat != ExportFormat::kNone && options.dataFiles.size() > 1) {
+    error = "DDI and dictionary output describe one dataset file at a time";
+    return std::nullopt;
   }
   options.codebookArguments.assign(rest.begin() + static_cast<std::ptrdiff_t>(first), rest.end());
   return options;

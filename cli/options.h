@@ -12,6 +12,10 @@ namespace codebook::cli {
 // Standard input or output, where a file name is expected.
 inline constexpr const char* kStandardStream = "-";
 
+// Exports made from a CODEBOOK run and the dictionary rather than rendered
+// from its tables.
+enum class ExportFormat { kNone, kDdi, kDictionary };
+
 struct Options {
   bool help = false;
   bool version = false;
@@ -20,6 +24,7 @@ struct Options {
   std::vector<std::string> dataFiles;     // the datasets ("-": standard input), unless -x or --demo
   std::vector<std::string> codebookArguments;
   output::OutputFormat format = output::OutputFormat::kText;
+  ExportFormat exportFormat = ExportFormat::kNone;  // -f ddi, -f dictionary, -o *.xml
   bool formatGiven = false;               // -f; otherwise -o's extension may choose
   bool ascii = false;
   std::string outputFile;                 // -o; empty or "-": standard output
@@ -35,6 +40,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
 // The format an output file's extension asks for (.txt, .html, .json, .md,
 // .csv), if any.
 std::optional<output::OutputFormat> FormatForExtension(const std::string& path);
+// Whether the extension asks for an export (.xml: DDI).
+ExportFormat ExportForExtension(const std::string& path);
 
 // The CODEBOOK command with the arguments as the shell passed them.
 std::string BuildCodebookSyntax(const std::vector<std::string>& codebookArguments);

@@ -7,6 +7,7 @@ packages=(
   build-essential cmake ninja-build pkg-config
   zlib1g-dev libutf8proc-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  libxml2-dev libxml2-utils
 )
 # The browser test of the HTML output and the fuzzer are optional locally and
 # installed when asked (CI asks).

@@ -18,7 +18,8 @@ class SelectingSource final : public ProcDSIterator::Source {
  public:
   SelectingSource(std::shared_ptr<const Dataset> keepAlive, const Dataset& dataset,
                   SelectionRules rules)
-      : keepAlive_(std::move(keepAlive)), dataset_(dataset), limit_(rules.caseLimit) {
+      : keepAlive_(std::move(keepAlive)), dataset_(dataset), limit_(rules.caseLimit),
+        observer_(std::move(rules.observer)) {
     const Dictionary& dict = dataset.GetDictionary();
     if (rules.weightIndex >= 0) {
       weight_ = dict.GetVariable(rules.weightIndex);
@@ -55,6 +56,7 @@ class SelectingSource final : public ProcDSIterator::Source {
       out.cells = cells;
       out.weight = weight_ != nullptr ? Weight(cells) : 1.0;
       out.splitGroupEnd = false;
+      if (observer_) observer_->Observe(cells, out.weight);
       return true;
     }
   }
@@ -100,6 +102,7 @@ class SelectingSource final : public ProcDSIterator::Source {
   const Variable* filter_ = nullptr;
   int filterOffset_ = 0;
   std::int64_t limit_;
+  std::shared_ptr<CaseObserver> observer_;
   std::int64_t read_ = 0;
 };
 

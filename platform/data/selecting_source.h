@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "platform/data/case_observer.h"
 #include "platform/data/case_source.h"
 
 namespace codebook::data {
@@ -16,6 +17,7 @@ struct SelectionRules {
   int weightIndex = -1;         // numeric variable; -1 unweighted
   int filterIndex = -1;         // -1 no filter
   std::int64_t caseLimit = -1;  // -1 no limit
+  std::shared_ptr<CaseObserver> observer;  // sees each selected case; may be null
 };
 
 // `keepAlive` (may be null) keeps the dataset alive as long as the source;

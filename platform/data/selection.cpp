@@ -55,6 +55,7 @@ std::unique_ptr<ProcDSIterator> ProcedureDataSource::Selection::CreateIterator()
   rules.weightIndex = weightIndex_;
   rules.filterIndex = options_.filterIndex;
   rules.caseLimit = options_.caseLimit;
+  rules.observer = options_.observer;
   return std::make_unique<ProcDSIterator>(
       codebook::data::OpenSelectingSource(dataset_, *dataset_, rules));
 }

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "host/data/data_source.h"
+#include "platform/data/case_observer.h"
 #include "platform/data/dataset.h"
 
 namespace codebook::data {
@@ -20,6 +21,8 @@ struct SelectionOptions {
   int filterIndex = -1;         // FILTER BY; -1 none
   std::int64_t caseLimit = -1;  // N OF CASES; -1 none (0 reads no case)
   bool fatal = false;           // the session has put the dataset in a fatal state
+  // Sees every case a pass delivers (null: nothing does).
+  std::shared_ptr<CaseObserver> observer;
 };
 
 }  // namespace codebook::data

@@ -35,6 +35,7 @@ bool Session::OpenFile(const std::string& path, int line, const std::string& nam
       Report(syntax::Severity::kWarning, "GET", line, warning);
     }
     openedFiles_.push_back(path);
+    fileInfo_ = result.info;
     selectionOptions_ = {};
     selection_ = std::make_shared<const ProcedureDataSource::Selection>(result.dataset);
     return true;

@@ -174,11 +174,26 @@ void Session::RunCodebook(const syntax::Command& command) {
   }
   // The command's output is kept only when it runs to its end.
   const std::size_t before = document_->Size();
-  data::SetActiveSelection(selection_);
+  CodebookRun run;
+  run.firstItem = before;
+  run.dataset = selection_->GetDataset();
+  run.fileInfo = fileInfo_;
+  run.weightIndex = selection_->WeightIndex();
+  std::shared_ptr<const ProcedureDataSource::Selection> selection = selection_;
+  if (options_.passObserver && run.dataset) {
+    run.observer = options_.passObserver(*run.dataset, run.weightIndex);
+    if (run.observer) {
+      data::SelectionOptions observed = selection_->GetOptions();
+      observed.observer = run.observer;
+      selection = selection_->With(observed);
+    }
+  }
+  data::SetActiveSelection(selection);
   output::ScopedCurrentDocument output(document_);
   ProgressScope showProgress(options_.progress);
   try {
     module->Run();
+    run.completed = true;
   } catch (const data::DataError& error) {
     document_->Truncate(before);
     datasetError_ = true;
@@ -188,6 +203,8 @@ void Session::RunCodebook(const syntax::Command& command) {
     Report(syntax::Severity::kError, command.name, command.line, error.what());
   }
   data::SetActiveSelection(nullptr);
+  run.endItem = document_->Size();
+  lastCodebook_ = std::move(run);
 }
 
 }  // namespace codebook::session

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/data/data_source.h"
+#include "platform/data/sav/read_dataset.h"
 #include "platform/data/selection.h"
 #include "platform/output/document/document.h"
 #include "platform/session/module_loader.h"
@@ -46,6 +47,22 @@ struct SessionOptions {
   // than as they are issued: on a terminal, closing warnings then follow the
   // tables they are about.
   bool holdMessages = false;
+  // Makes, for each CODEBOOK pass, an observer that sees the cases of that
+  // pass (null function or result: none).
+  std::function<std::shared_ptr<data::CaseObserver>(const data::Dataset& dataset, int weightIndex)>
+      passObserver;
+};
+
+// What the last CODEBOOK command ran on, for exports that combine its
+// tables with the dictionary.
+struct CodebookRun {
+  std::size_t firstItem = 0;  // its items in the document: [firstItem, endItem)
+  std::size_t endItem = 0;
+  std::shared_ptr<const data::Dataset> dataset;
+  data::FileInfo fileInfo;
+  int weightIndex = -1;  // -1 unweighted
+  std::shared_ptr<data::CaseObserver> observer;
+  bool completed = false;  // ran to its end (its tables are whole)
 };
 
 // Where a syntax text comes from: messages name the file and the command's
@@ -74,6 +91,8 @@ class Session : public syntax::MessageSink {
                const std::optional<std::string>& fileSpec = std::nullopt);
 
   const std::shared_ptr<output::Document>& Document() const { return document_; }
+  // The last CODEBOOK command, if any ran.
+  const std::optional<CodebookRun>& LastCodebook() const { return lastCodebook_; }
   // The dataset files opened so far, as they were opened.
   const std::vector<std::string>& OpenedFiles() const { return openedFiles_; }
   bool HasActiveDataset() const { return selection_ != nullptr; }
@@ -107,6 +126,8 @@ class Session : public syntax::MessageSink {
   std::unique_ptr<ProcedureModule> module_;
   SyntaxOrigin origin_;
   std::vector<std::string> openedFiles_;
+  data::FileInfo fileInfo_;  // of the active dataset
+  std::optional<CodebookRun> lastCodebook_;
   std::string heldMessages_;
   bool commandError_ = false;
   bool datasetError_ = false;

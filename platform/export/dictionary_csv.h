@@ -1,0 +1,15 @@
+// The data dictionary as a spreadsheet (CSV, RFC 4180, UTF-8): a header
+// row, then one row per variable in the CODEBOOK command's order with its
+// dictionary, its counts and statistics, and one column per custom
+// attribute name found in the file.
+#pragma once
+
+#include <ostream>
+
+#include "platform/export/export_input.h"
+
+namespace codebook::exporting {
+
+void WriteDictionaryCsv(const ExportInput& input, std::ostream& out);
+
+}  // namespace codebook::exporting

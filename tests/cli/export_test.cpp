@@ -1,0 +1,342 @@
+// The archive exports of every shared fixture, made by the program as a
+// person runs it: the DDI document validates against the DDI-Codebook 2.5
+// schema, and its labels, missing values, counts and statistics, like the
+// dictionary spreadsheet's, are the fixture's truth.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "platform/data/dataset_builder.h"
+#include "platform/data/sav/write_dataset.h"
+#include "tests/cli/program_harness.h"
+
+namespace {
+
+using codebook::testing_cli::Program;
+using codebook::testing_cli::Quote;
+using codebook::testing_cli::Result;
+using codebook::testing_cli::Slurp;
+using nlohmann::json;
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+const std::string kSchema = std::string(CODEBOOK_SOURCE_DIR) + "/../shared/ddi-codebook-2.5/schemas/codebook.xsd";
+
+bool HaveXmllint() { return std::system("command -v xmllint >/dev/null 2>&1") == 0; }
+
+// Element helpers over libxml2's tree.
+std::vector<xmlNode*> Children(xmlNode* node, const char* name) {
+  std::vector<xmlNode*> out;
+  for (xmlNode* child = node != nullptr ? node->children : nullptr; child != nullptr; child = child->next) {
+    if (child->type == XML_ELEMENT_NODE && xmlStrcmp(child->name, BAD_CAST name) == 0) out.push_back(child);
+  }
+  return out;
+}
+xmlNode* Child(xmlNode* node, const char* name) {
+  const auto all = Children(node, name);
+  return all.empty() ? nullptr : all.front();
+}
+std::string Text(xmlNode* node) {
+  if (node == nullptr) return {};
+  xmlChar* content = xmlNodeGetContent(node);
+  std::string text = content != nullptr ? reinterpret_cast<const char*>(content) : "";
+  xmlFree(content);
+  return text;
+}
+std::string Attribute(xmlNode* node, const char* name) {
+  xmlChar* value = xmlGetProp(node, BAD_CAST name);
+  std::string text = value != nullptr ? reinterpret_cast<const char*>(value) : "";
+  xmlFree(value);
+  return text;
+}
+
+// The truth's key for a value: numbers as JSON numbers print, strings as they are.
+std::string Key(const json& value) { return value.is_string() ? value.get<std::string>() : std::to_string(value.get<double>()); }
+std::string Key(const std::string& text, bool numeric) { return numeric ? std::to_string(std::stod(text)) : text; }
+
+const json& Member(const json& object, const std::string& name) {
+  static const json kNull;
+  return object.is_object() && object.contains(name) ? object[name] : kNull;
+}
+
+std::map<std::string, double> Counts(const json& stats) {
+  std::map<std::string, double> counts;
+  if (stats.is_object() && stats.contains("counts")) {
+    for (const json& pair : stats["counts"]) counts[Key(pair[0])] = pair[1].get<double>();
+  }
+  return counts;
+}
+
+// A truth of null (a percentile of fractional weights, say) is not checked.
+void ExpectNear(double actual, const json& expected, const std::string& what) {
+  if (expected.is_null()) return;
+  ASSERT_TRUE(expected.is_number()) << what;
+  const double truth = expected.get<double>();
+  EXPECT_NEAR(actual, truth, 1e-6 * std::max(1.0, std::fabs(truth))) << what;
+}
+
+// A whole RFC 4180 document.
+std::vector<std::vector<std::string>> ParseCsv(const std::string& text) {
+  std::vector<std::vector<std::string>> rows(1);
+  std::string field;
+  bool quoted = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (quoted) {
+      if (c == '"' && i + 1 < text.size() && text[i + 1] == '"') {
+        field += '"';
+        ++i;
+      } else if (c == '"') {
+        quoted = false;
+      } else {
+        field += c;
+      }
+    } else if (c == '"') {
+      quoted = true;
+    } else if (c == ',') {
+      rows.back().push_back(std::move(field));
+      field.clear();
+    } else if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') {
+      rows.back().push_back(std::move(field));
+      field.clear();
+      rows.emplace_back();
+      ++i;
+    } else {
+      field += c;
+    }
+  }
+  if (rows.back().empty()) rows.pop_back();
+  return rows;
+}
+
+class Export : public Program {
+ protected:
+  static std::vector<fs::path> Fixtures() {
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::directory_iterator(CODEBOOK_FIXTURES_DIR)) {
+      const std::string extension = entry.path().extension().string();
+      if (extension != ".sav" && extension != ".zsav") continue;
+      fs::path truth = entry.path();
+      truth.replace_extension(".json");
+      if (json::parse(Slurp(truth))["case_count"].get<long long>() > 0) files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+  }
+  static json Truth(const fs::path& file) {
+    fs::path truth = file;
+    return json::parse(Slurp(truth.replace_extension(".json")));
+  }
+};
+
+TEST_F(Export, DdiOfEveryFixtureIsValidAndTrue) {
+  const bool validate = HaveXmllint();
+  const std::vector<fs::path> files = Fixtures();
+  ASSERT_GT(files.size(), 10u);
+  for (const fs::path& file : files) {
+    SCOPED_TRACE(file.filename().string());
+    const json truth = Truth(file);
+    const bool weighted = !truth["weight"].is_null();
+    const fs::path out = Path("out.xml");
+    const Result result = Run({"-o", out.string(), file.string(), "/OPTIONS", "MAXCATS=1000000"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    if (validate) {
+      const Result valid = Shell("xmllint --noout --nonet --schema " + Quote(kSchema) + " " + Quote(out.string()));
+      EXPECT_EQ(valid.status, 0) << valid.err;
+    }
+    xmlDoc* document = xmlReadFile(out.c_str(), nullptr, XML_PARSE_NONET);
+    ASSERT_NE(document, nullptr);
+    xmlNode* root = xmlDocGetRootElement(document);
+    std::map<std::string, const json*> variables;
+    for (const json& variable : truth["variables"]) variables[variable["name"]] = &variable;
+    xmlNode* data = Child(root, "dataDscr");
+    const auto vars = Children(data, "var");
+    EXPECT_EQ(vars.size(), truth["variables"].size());
+    for (xmlNode* var : vars) {
+      const std::string name = Attribute(var, "name");
+      SCOPED_TRACE(name);
+      ASSERT_EQ(variables.count(name), 1u);
+      const json& variable = *variables[name];
+      const bool numeric = variable["type"] == "numeric";
+      EXPECT_EQ(Text(Child(var, "labl")), variable["label"].is_null() ? "" : variable["label"].get<std::string>());
+      // Missing values.
+      std::vector<std::string> discrete;
+      xmlNode* invalid = Child(var, "invalrng");
+      for (xmlNode* item : Children(invalid, "item")) discrete.push_back(Key(Attribute(item, "VALUE"), numeric));
+      std::vector<std::string> expected;
+      for (const json& value : variable["missing"]["discrete"]) expected.push_back(Key(value));
+      EXPECT_EQ(discrete, expected);
+      const json& range = variable["missing"]["range"];
+      xmlNode* ranged = Child(invalid, "range");
+      EXPECT_EQ(ranged != nullptr, !range.is_null());
+      if (ranged != nullptr && !range.is_null()) {
+        if (range[0].is_string()) {
+          EXPECT_EQ(Attribute(ranged, "min"), "");
+        }
+        if (range[0].is_number()) {
+          EXPECT_DOUBLE_EQ(std::stod(Attribute(ranged, "min")), range[0].get<double>());
+        }
+        if (range[1].is_number()) {
+          EXPECT_DOUBLE_EQ(std::stod(Attribute(ranged, "max")), range[1].get<double>());
+        }
+        if (range[1].is_string()) {
+          EXPECT_EQ(Attribute(ranged, "max"), "");
+        }
+      }
+      // Categories: labels, weighted and unweighted counts.
+      std::map<std::string, std::string> labels;
+      for (const json& pair : variable["value_labels"]) labels[Key(pair[0])] = pair[1];
+      const auto counts = Counts(Member(truth["stats"], name));
+      const auto unweighted = Counts(Member(truth["stats_unweighted"], name));
+      for (xmlNode* category : Children(var, "catgry")) {
+        const std::string value = Text(Child(category, "catValu"));
+        if (value == ".") continue;  // system-missing
+        const std::string key = Key(value, numeric);
+        if (labels.count(key) > 0) {
+          EXPECT_EQ(Text(Child(category, "labl")), labels[key]) << value;
+        }
+        for (xmlNode* stat : Children(category, "catStat")) {
+          if (Attribute(stat, "type") != "freq") continue;
+          const bool isWeighted = Attribute(stat, "wgtd") == "wgtd";
+          const auto& truthCounts = isWeighted || !weighted ? counts : unweighted;
+          const auto found = truthCounts.find(key);
+          const double expectedCount = found == truthCounts.end() ? 0.0 : found->second;
+          EXPECT_NEAR(std::stod(Text(stat)), expectedCount, 1e-6) << value << (isWeighted ? " weighted" : "");
+        }
+      }
+      // Scale statistics.
+      if (Attribute(var, "intrvl") == "contin") {
+        const json& stats = truth["stats"][name];
+        for (xmlNode* stat : Children(var, "sumStat")) {
+          const std::string type = Attribute(stat, "type");
+          const double number = std::stod(Text(stat));
+          if (type == "vald") ExpectNear(number, stats["valid"], name + " valid");
+          if (type == "invd") ExpectNear(number, stats["missing"], name + " missing");
+          if (type == "mean") ExpectNear(number, stats["mean"], name + " mean");
+          if (type == "stdev") ExpectNear(number, stats["sd"], name + " sd");
+          if (type == "medn") ExpectNear(number, stats["p50"], name + " median");
+        }
+      }
+    }
+    // Every set is a group of its members.
+    EXPECT_EQ(Children(data, "varGrp").size(), truth["mr_sets"].size());
+    xmlFreeDoc(document);
+  }
+  if (!validate) GTEST_SKIP() << "xmllint is not installed: the documents were checked but not validated";
+}
+
+TEST_F(Export, DictionaryOfEveryFixtureIsTrue) {
+  for (const fs::path& file : Fixtures()) {
+    SCOPED_TRACE(file.filename().string());
+    const json truth = Truth(file);
+    const Result result = Run({"--format", "dictionary", file.string()});
+    ASSERT_EQ(result.status, 0) << result.err;
+    const auto rows = ParseCsv(result.out);
+    ASSERT_EQ(rows.size(), truth["variables"].size() + 1);
+    const std::vector<std::string>& header = rows[0];
+    const auto column = [&](const char* name) {
+      return static_cast<std::size_t>(std::find(header.begin(), header.end(), name) - header.begin());
+    };
+    for (std::size_t r = 1; r < rows.size(); ++r) {
+      const std::vector<std::string>& row = rows[r];
+      ASSERT_EQ(row.size(), header.size());
+      const json& variable = truth["variables"][r - 1];
+      const std::string name = variable["name"];
+      SCOPED_TRACE(name);
+      EXPECT_EQ(row[column("name")], name);
+      EXPECT_EQ(row[column("position")], std::to_string(variable["position"].get<int>()));
+      EXPECT_EQ(row[column("label")], variable["label"].is_null() ? "" : variable["label"].get<std::string>());
+      EXPECT_EQ(row[column("type")], variable["type"]);
+      EXPECT_EQ(row[column("measure")], variable["measure"]);
+      EXPECT_EQ(row[column("role")], variable["role"]);
+      // One item per value label, in order; the separators inside escaped.
+      std::string labels;
+      for (const json& pair : variable["value_labels"]) {
+        std::string value = pair[0].is_string() ? pair[0].get<std::string>() : "";
+        if (pair[0].is_number()) {
+          const double number = pair[0].get<double>();
+          value = number == std::floor(number) && std::fabs(number) < 1e15 ? std::to_string(static_cast<long long>(number))
+                                                                           : Key(pair[0]);
+        }
+        std::string label = pair[1];
+        for (std::string* text : {&value, &label}) {
+          std::string escaped;
+          for (const char c : *text) escaped += (c == '\\' || c == ';' || c == '=') ? std::string("\\") + c : std::string(1, c);
+          *text = escaped;
+        }
+        labels += (labels.empty() ? "" : "; ") + value + "=" + label;
+      }
+      if (labels.find('.') == std::string::npos) {
+        EXPECT_EQ(row[column("value_labels")], labels);
+      }
+      EXPECT_EQ(row[column("missing_values")].empty(),
+                variable["missing"]["discrete"].empty() && variable["missing"]["range"].is_null());
+      const json& stats = truth["stats"][name];
+      if (!row[column("valid")].empty()) ExpectNear(std::stod(row[column("valid")]), stats["valid"], "valid");
+      if (!row[column("missing")].empty()) ExpectNear(std::stod(row[column("missing")]), stats["missing"], "missing");
+      if (!row[column("mean")].empty()) ExpectNear(std::stod(row[column("mean")]), stats["mean"], "mean");
+      if (!row[column("median")].empty()) ExpectNear(std::stod(row[column("median")]), stats["p50"], "median");
+    }
+  }
+}
+
+TEST_F(Export, TextFromTheFileComesOutAsValidXml) {
+  // Names, labels and values with markup, quotes, controls, bytes that are
+  // not UTF-8 and any Unicode.
+  auto dataset = codebook::data::DatasetBuilder()
+                     .Numeric("x")
+                     .Label("a < b & \"c\" 'd' \x1B[31m\x01 \xFF end")
+                     .ValueLabel(1, "<one> \xC2\x85 \xF0\x9F\x98\x80 \r\n")
+                     .Attribute("Note", {"]]> --> <!-- &amp;"})
+                     .String("s", 8)
+                     .ValueLabel("<&>", "tag")
+                     .MissingStrings({"\"q\""})
+                     .FileLabel("Ünïcode – \x07")
+                     .Document({"line with \x0B vertical tab"})
+                     .Cases({{1, "<&>"}, {2, "\"q\""}, {1, "x"}})
+                     .Build();
+  codebook::data::WriteDatasetFile(*dataset, Path("hostile.sav").string());
+  const Result result = Run({"-f", "ddi", Path("hostile.sav").string()});
+  ASSERT_EQ(result.status, 0) << result.err;
+  std::ofstream(Path("hostile.xml")) << result.out;
+  xmlDoc* document = xmlReadFile(Path("hostile.xml").c_str(), nullptr, XML_PARSE_NONET);
+  ASSERT_NE(document, nullptr) << result.out;
+  xmlFreeDoc(document);
+  // The reader has made the stray byte a replacement character already.
+  EXPECT_THAT(result.out, HasSubstr("a &lt; b &amp; &quot;c&quot; &apos;d&apos; \\x1B[31m\\x01 \xEF\xBF\xBD end"));
+  EXPECT_THAT(result.out, HasSubstr("&lt;one&gt; \\u0085 \xF0\x9F\x98\x80 &#13;"));
+  EXPECT_THAT(result.out, HasSubstr("<titl>Ünïcode – \\x07</titl>"));
+  if (HaveXmllint()) {
+    const Result valid = Shell("xmllint --noout --nonet --schema " + Quote(kSchema) + " " + Quote(Path("hostile.xml").string()));
+    EXPECT_EQ(valid.status, 0) << valid.err;
+  }
+}
+
+TEST_F(Export, BadInputGetsTheSameMessagesAndNoFile) {
+  const Result unknown = Run({"-o", Path("out.xml").string(), Fixture("fx04_dictionary_meta.sav"), "nosuch"});
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_THAT(unknown.err, HasSubstr("nosuch"));
+  EXPECT_FALSE(fs::exists(Path("out.xml")));
+  const Result toStandardOutput = Run({"-f", "dictionary", Fixture("fx04_dictionary_meta.sav"), "nosuch"});
+  EXPECT_EQ(toStandardOutput.status, 1);
+  EXPECT_EQ(toStandardOutput.out, "");
+  const Result empty = Run({"-f", "ddi", Fixture("fx09_zero_cases.sav")});
+  EXPECT_EQ(empty.status, 1);
+  EXPECT_THAT(empty.err, HasSubstr("Empty dataset."));
+  EXPECT_EQ(empty.out, "");
+  const Result several = Run({"-f", "ddi", Fixture("fx04_dictionary_meta.sav"), Fixture("fx05_mrsets.sav")});
+  EXPECT_EQ(several.status, 2);
+  EXPECT_THAT(several.err, HasSubstr("one dataset file at a time"));
+}
+
+}  // namespace
