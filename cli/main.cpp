@@ -12,6 +12,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -23,6 +24,8 @@
 #include "platform/export/ddi_writer.h"
 #include "platform/export/dictionary_csv.h"
 #include "platform/output/render/renderers.h"
+#include "platform/report/alerts.h"
+#include "platform/report/hidden_values.h"
 #include "platform/output/render/terminal_text.h"
 #include "platform/session/session.h"
 
@@ -125,6 +128,10 @@ class Run {
     // command's closing messages after its tables.
     exporting_ = options.exportFormat != codebook::cli::ExportFormat::kNone;
     streaming_ = target.IsStandardOutput() && !CarriesMessages(format) && !exporting_;
+    // HTML and JSON always carry alerts; text and Markdown when asked.
+    alerts_ = !exporting_ && (CarriesMessages(format) ||
+                              (options.alerts && format != OutputFormat::kCsv));
+    hide_ = codebook::report::ParseHideRequest(options.hideValues);
   }
 
   // A dataset file; `heading` introduces its part when there are several.
@@ -221,17 +228,53 @@ class Run {
     session::SessionOptions result;
     result.progress = ::isatty(STDERR_FILENO) != 0;
     result.encoding = options_.encoding;
-    if (streaming_) {
-      result.holdMessages = true;
-      result.afterCommand = [this](std::size_t first) { Emit(*current_->Document(), first); };
-    }
-    if (exporting_) {
-      // Unweighted counts are kept only when there are weights to set them apart.
-      result.passObserver = [](const codebook::data::Dataset& dataset, int weightIndex) {
-        return std::make_shared<codebook::exporting::ValueTally>(dataset, weightIndex >= 0);
+    result.holdMessages = streaming_;
+    result.afterCommand = [this](std::size_t first) {
+      Document alerts;
+      PostProcess(*current_, first, alerts);
+      if (streaming_) Emit(*current_->Document(), first, alerts);
+    };
+    if (exporting_ || alerts_ || !hide_.Empty()) {
+      result.passObserver = [this](const codebook::data::Dataset& dataset, int weightIndex) {
+        // Values are counted for alerts and hiding (up to a limit), and for
+        // an export's unweighted counts (all of them).
+        codebook::exporting::TallyOptions tally =
+            alerts_ || !hide_.Empty() ? codebook::report::AlertTallyOptions() : codebook::exporting::TallyOptions{};
+        if (exporting_) {
+          tally.countValues = tally.countValues || weightIndex >= 0;
+          tally.maxValues = static_cast<std::size_t>(-1);
+        }
+        return std::make_shared<codebook::exporting::ValueTally>(dataset, weightIndex, tally);
       };
     }
     return result;
+  }
+
+  // After a CODEBOOK command that ran whole: hides the values asked to be
+  // hidden in its tables, and finds its alerts (into `alerts`, and into the
+  // combined document when the output is made at the end).
+  void PostProcess(session::Session& session, std::size_t first, Document& alerts) {
+    const auto& run = session.LastCodebook();
+    if (!run || run->firstItem != first || !run->completed || !run->dataset) return;
+    auto* tally = dynamic_cast<codebook::exporting::ValueTally*>(run->observer.get());
+    if (tally != nullptr && run->expectedCases >= 0 && tally->Cases() < run->expectedCases) tally->SetPartial();
+    if (!hide_.Empty()) {
+      std::vector<std::string> unknown;
+      hidden_ = codebook::report::ChooseHidden(hide_, *run->dataset, tally, unknown);
+      for (const std::string& name : unknown) {
+        Fail(session::kExitOk, "warning: --hide-values: the dataset has no variable " + name);
+      }
+      codebook::report::HideValues(*session.Document(), run->firstItem, run->endItem, *run->dataset, hidden_, tally);
+    }
+    if (!alerts_) return;
+    alerts.SetAlertsChecked();
+    combined_.SetAlertsChecked();
+    const auto items = codebook::exporting::ReadItemFacts(*session.Document(), run->firstItem, run->endItem);
+    for (codebook::output::Alert& alert :
+         codebook::report::FindAlerts(items, *run->dataset, tally, run->weightIndex)) {
+      alerts.AddAlert(alert);
+      if (!streaming_) combined_.AddAlert(std::move(alert));
+    }
   }
 
   // The export of the session's last CODEBOOK command, when it ran whole.
@@ -245,6 +288,7 @@ class Run {
     input.items = codebook::exporting::ReadItemFacts(*session.Document(), run->firstItem, run->endItem);
     input.weightIndex = run->weightIndex;
     input.tally = dynamic_cast<const codebook::exporting::ValueTally*>(run->observer.get());
+    input.hidden = hidden_;
     input.version = CODEBOOK_VERSION;
     input.date = ProductionDate();
     std::ostringstream text;
@@ -256,10 +300,12 @@ class Run {
     exported_ = text.str();
   }
 
-  void Emit(const Document& document, std::size_t first) {
+  void Emit(const Document& document, std::size_t first, const Document& alerts = {}) {
     if (writeFailed_) return;
     Document part;
     AppendItems(part, document, first, format_);
+    if (alerts.AlertsChecked()) part.SetAlertsChecked();
+    for (const codebook::output::Alert& alert : alerts.Alerts()) part.AddAlert(alert);
     std::ostringstream rendered;
     codebook::output::Render(part, format_, rendered, textOptions_);
     std::string text = rendered.str();
@@ -291,6 +337,9 @@ class Run {
   codebook::output::TextOptions textOptions_;
   bool streaming_ = false;
   bool exporting_ = false;
+  bool alerts_ = false;
+  codebook::report::HideRequest hide_;
+  std::set<int> hidden_;  // of the last CODEBOOK command
   std::string fileName_;  // the dataset as the user named it
   std::string exported_;  // the export, once made
   Document combined_;

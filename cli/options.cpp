@@ -26,6 +26,11 @@ const char* const kUsage =
     "                      its extension chooses the format (.txt .html .json .md .csv\n"
     "                      .xml)\n"
     "      --ascii         plain ASCII table borders for text output\n"
+    "      --alerts        data-quality alerts after the tables of text and Markdown\n"
+    "                      output (HTML and JSON always carry them)\n"
+    "      --hide-values VARLIST|auto\n"
+    "                      show no values, counts, minimum or maximum of these\n"
+    "                      variables (auto: strings and identifiers), in every format\n"
     "      --width N       fit text tables into N columns (default: the terminal's\n"
     "                      width or $COLUMNS; 0: no limit)\n"
     "  -w, --weight VAR    weight the cases by VAR (overrides the file's weight)\n"
@@ -60,7 +65,7 @@ bool LooksLikeDataset(const std::string& argument) {
 }
 
 // The options that take a value, by every name they go by.
-enum class Valued { kNone, kSyntax, kOutput, kWeight, kFormat, kWidth, kEncoding };
+enum class Valued { kNone, kSyntax, kOutput, kWeight, kFormat, kWidth, kEncoding, kHideValues };
 
 Valued ValuedOption(const std::string& name) {
   if (name == "-x" || name == "--syntax") return Valued::kSyntax;
@@ -69,6 +74,7 @@ Valued ValuedOption(const std::string& name) {
   if (name == "-f" || name == "--format") return Valued::kFormat;
   if (name == "--width") return Valued::kWidth;
   if (name == "--encoding") return Valued::kEncoding;
+  if (name == "--hide-values") return Valued::kHideValues;
   return Valued::kNone;
 }
 
@@ -79,6 +85,7 @@ bool ApplyValue(Options& options, Valued option, const std::string& name, const 
     case Valued::kOutput: options.outputFile = value; return true;
     case Valued::kWeight: options.weight = value; return true;
     case Valued::kEncoding: options.encoding = value; return true;
+    case Valued::kHideValues: options.hideValues = value; return true;
     case Valued::kFormat: {
       options.formatGiven = true;
       const std::string lower = Lower(value);
@@ -185,6 +192,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
       options.demo = true;
     } else if (name == "--ascii") {
       options.ascii = true;
+    } else if (name == "--alerts") {
+      options.alerts = true;
     } else {
       error = "unknown option " + argument + " (see codebook --help)";
       return std::nullopt;

@@ -31,6 +31,8 @@ struct Options {
   std::string weight;                     // --weight
   std::string encoding;                   // --encoding
   int width = -1;                         // --width; -1: the terminal's
+  bool alerts = false;                    // --alerts: data-quality alerts in text and Markdown
+  std::string hideValues;                 // --hide-values VARLIST|auto
 };
 
 // Parses the arguments after the program name. Returns the options, or sets

@@ -195,6 +195,7 @@ class DdiWriter {
     if (index < 0) return;
     const data::Variable& variable = *dataset.GetDictionary().GetVariable(index);
     const bool scale = variable.GetMeasurementLevel() == 3;
+    const std::size_t hidden = input_.hidden.count(index);
     xml_.Open("var", {{"ID", VariableId(index)},
                       {"name", variable.GetName()},
                       {"files", "F1"},
@@ -208,7 +209,7 @@ class DdiWriter {
       Statistic("mean", item.mean, true);
       Statistic("stdev", item.stdDev, true);
       Statistic("medn", item.p50, true);
-      if (input_.tally != nullptr && input_.tally->Of(index).HasRange()) {
+      if (input_.tally != nullptr && input_.tally->Of(index).HasRange() && hidden == 0) {
         Statistic("min", input_.tally->Of(index).min, false);
         Statistic("max", input_.tally->Of(index).max, false);
       }
@@ -223,6 +224,10 @@ class DdiWriter {
       format.emplace_back("otherSchema", "dataset-file");
     }
     xml_.Empty("varFormat", format);
+    if (hidden != 0) {
+      xml_.Text("notes", "Values are not shown: " + HiddenValuesText(input_.tally, index) + ".",
+                {{"type", "codebook:hidden"}, {"subject", "Values hidden"}});
+    }
     xml_.Text("notes", RoleName(variable.GetRole()), {{"type", "codebook:role"}, {"subject", "Role"}});
     xml_.Text("notes", MeasureName(variable.GetMeasurementLevel()),
               {{"type", "codebook:measure"}, {"subject", "Measurement level"}});

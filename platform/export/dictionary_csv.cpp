@@ -103,7 +103,7 @@ void WriteDictionaryCsv(const ExportInput& input, std::ostream& out) {
   std::string row;
   for (const char* column : {"position", "name", "label", "type", "width", "format", "measure", "role",
                              "missing_values", "value_labels", "valid", "missing", "mean", "std_dev",
-                             "percentile_25", "median", "percentile_75"}) {
+                             "percentile_25", "median", "percentile_75", "values"}) {
     Field(row, column);
   }
   for (const std::string& name : attributeNames) Field(row, "attribute:" + name);
@@ -133,6 +133,7 @@ void WriteDictionaryCsv(const ExportInput& input, std::ostream& out) {
     Field(row, Optional(item.p25));
     Field(row, Optional(item.p50));
     Field(row, Optional(item.p75));
+    Field(row, input.hidden.count(index) != 0 ? HiddenValuesText(input.tally, index) : std::string());
     const DatasourceAttributes& attributes = variable.GetAttributes();
     for (const std::string& name : attributeNames) {
       std::string values;

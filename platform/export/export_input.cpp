@@ -13,6 +13,15 @@ std::string NumberText(double value) {
   return error == std::errc() ? std::string(text, end) : std::string();
 }
 
+std::string HiddenValuesText(const ValueTally* tally, int index) {
+  if (tally == nullptr || !tally->CountsValues() || index < 0 || static_cast<std::size_t>(index) >= tally->Size()) {
+    return "values hidden";
+  }
+  const VariableTally& of = tally->Of(index);
+  return "values hidden; " + std::string(of.tooManyValues ? "more than " : tally->Partial() ? "at least " : "") +
+         std::to_string(of.DistinctValues()) + " distinct values";
+}
+
 const char* MeasureName(int level) {
   switch (level) {
     case 1: return "nominal";

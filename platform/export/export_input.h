@@ -2,6 +2,7 @@
 // says of itself, and the tables and tally of one CODEBOOK pass.
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,10 +20,15 @@ struct ExportInput {
   std::vector<ItemFacts> items;  // the command's items, in its order
   int weightIndex = -1;          // -1: unweighted
   const ValueTally* tally = nullptr;
+  std::set<int> hidden;  // variables whose values are not to be shown
   std::string software = "codebook";
   std::string version;
   std::string date;  // of production, YYYY-MM-DD
 };
+
+// What is said of a variable whose values are hidden: how many distinct
+// values it has, when the tally knows.
+std::string HiddenValuesText(const ValueTally* tally, int index);
 
 // A number as short as it can be written and read back unchanged.
 std::string NumberText(double value);

@@ -4,8 +4,12 @@
 
 namespace codebook::exporting {
 
-ValueTally::ValueTally(const data::Dataset& dataset, bool countValues) : countValues_(countValues) {
+ValueTally::ValueTally(const data::Dataset& dataset, int weightIndex, TallyOptions options) : options_(options) {
   const data::Dictionary& dictionary = dataset.GetDictionary();
+  if (weightIndex >= 0 && weightIndex < dataset.ColumnCount()) {
+    weight_ = dictionary.GetVariable(weightIndex);
+    weightOffset_ = dictionary.CellOffset(weightIndex);
+  }
   const int count = dataset.ColumnCount();
   columns_.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) {
@@ -15,12 +19,36 @@ ValueTally::ValueTally(const data::Dataset& dataset, bool countValues) : countVa
   tallies_.resize(columns_.size());
 }
 
+template <typename Map, typename Key>
+void ValueTally::Count(VariableTally& tally, Map& counts, const Key& key) const {
+  const auto found = counts.find(key);
+  if (found != counts.end()) {
+    ++found->second;
+  } else if (counts.size() < options_.maxValues) {
+    counts.emplace(key, 1);
+  } else {
+    tally.tooManyValues = true;
+  }
+}
+
 void ValueTally::Observe(const OBS* cells, double weight) {
   // A case whose weight is zero, negative or missing takes part in no
   // statistic; the unweighted counts are those of every case, as if the
   // cases were not weighted.
+  ++cases_;
   const bool weighs = weight > 0 && std::isfinite(weight);
-  if (!weighs && !countValues_) return;
+  if (weight_ != nullptr && !weighs) {
+    const double raw = cells[weightOffset_].d;
+    if (raw == kSysmis || !std::isfinite(raw) || weight_->IsMissing(cells + weightOffset_)) {
+      ++weights_.missing;
+    } else if (raw == 0) {
+      ++weights_.zero;
+    } else {
+      ++weights_.negative;
+    }
+  }
+  const bool countValues = options_.countValues;
+  if (!weighs && !countValues) return;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     const Column& column = columns_[i];
     VariableTally& tally = tallies_[i];
@@ -29,7 +57,7 @@ void ValueTally::Observe(const OBS* cells, double weight) {
     if (column.numeric) {
       const double number = value->d;
       const bool system = number == kSysmis || std::isnan(number);
-      if (countValues_ && !system) ++tally.numberCounts[number];
+      if (countValues && !system) Count(tally, tally.numberCounts, number);
       if (!weighs) continue;
       missing = system || (column.hasMissing && column.variable->IsMissing(value));
       if (!missing) {
@@ -37,10 +65,11 @@ void ValueTally::Observe(const OBS* cells, double weight) {
         tally.max = std::max(tally.max, number);
       }
     } else {
-      if (countValues_) {
+      if (countValues) {
         std::string_view text = column.variable->StringValue(value);
         while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-        ++tally.stringCounts[std::string(text)];
+        if (!text.empty() && text.front() == ' ') tally.leadingBlanks = true;
+        Count(tally, tally.stringCounts, std::string(text));
       }
       if (!weighs) continue;
       missing = column.hasMissing && column.variable->IsMissing(value) != 0;

@@ -29,21 +29,50 @@ struct VariableTally {
   // are weighted.
   std::map<double, std::int64_t> numberCounts;
   std::map<std::string, std::int64_t> stringCounts;
+  bool leadingBlanks = false;   // a string value met begins with a blank
+  bool tooManyValues = false;   // the counts stopped at the tally's limit
   bool HasRange() const { return validCases > 0 && min <= max; }
+  // Distinct values met (a lower bound once tooManyValues).
+  std::size_t DistinctValues() const { return numberCounts.size() + stringCounts.size(); }
+};
+
+struct TallyOptions {
+  // Keep the unweighted count of each value.
+  bool countValues = false;
+  // At most this many distinct values per variable are counted; past it
+  // new values are no longer added and the variable says so.
+  std::size_t maxValues = static_cast<std::size_t>(-1);
+};
+
+// Cases whose weight keeps them out of every statistic, when weighted.
+struct WeightProblems {
+  std::int64_t zero = 0;
+  std::int64_t negative = 0;
+  std::int64_t missing = 0;  // system- or user-missing, or not finite
 };
 
 class ValueTally final : public data::CaseObserver {
  public:
-  // `countValues`: keep the unweighted count of each value.
-  ValueTally(const data::Dataset& dataset, bool countValues);
+  // `weightIndex`: the weight variable (-1 unweighted), whose problem
+  // values are counted.
+  ValueTally(const data::Dataset& dataset, int weightIndex, TallyOptions options);
 
   void Observe(const OBS* cells, double weight) override;
 
   const VariableTally& Of(int variableIndex) const { return tallies_[static_cast<std::size_t>(variableIndex)]; }
   std::size_t Size() const { return tallies_.size(); }
-  bool CountsValues() const { return countValues_; }
+  bool CountsValues() const { return options_.countValues; }
+  const WeightProblems& Weights() const { return weights_; }
+  // The cases seen. A pass ends early when no table can take more cases
+  // (every one is past MAXCATS); what the tally holds is then a part.
+  std::int64_t Cases() const { return cases_; }
+  void SetPartial() { partial_ = true; }
+  bool Partial() const { return partial_; }
 
  private:
+  template <typename Map, typename Key>
+  void Count(VariableTally& tally, Map& counts, const Key& key) const;
+
   struct Column {
     const data::Variable* variable;
     int offset;
@@ -52,7 +81,12 @@ class ValueTally final : public data::CaseObserver {
   };
   std::vector<Column> columns_;
   std::vector<VariableTally> tallies_;
-  bool countValues_;
+  TallyOptions options_;
+  const data::Variable* weight_ = nullptr;
+  int weightOffset_ = 0;
+  WeightProblems weights_;
+  std::int64_t cases_ = 0;
+  bool partial_ = false;
 };
 
 }  // namespace codebook::exporting

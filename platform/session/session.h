@@ -61,6 +61,7 @@ struct CodebookRun {
   std::shared_ptr<const data::Dataset> dataset;
   data::FileInfo fileInfo;
   int weightIndex = -1;  // -1 unweighted
+  std::int64_t expectedCases = -1;  // the cases a whole pass delivers; -1 unknown
   std::shared_ptr<data::CaseObserver> observer;
   bool completed = false;  // ran to its end (its tables are whole)
 };

@@ -19,6 +19,10 @@ void Document::Append(Message message) { items_.emplace_back(std::move(message))
 
 void Document::Append(Heading heading) { items_.emplace_back(std::move(heading)); }
 
+void Document::Replace(std::size_t index, Table table) {
+  if (index < items_.size() && table) items_[index] = std::move(table);
+}
+
 void Document::Truncate(std::size_t size) {
   if (size < items_.size()) items_.resize(size);
 }

@@ -28,6 +28,13 @@ struct Heading {
   std::string text;
 };
 
+// A data-quality finding about one item (a variable, a set, or the file).
+struct Alert {
+  std::string item;  // the table's title it is about; empty: the file
+  std::string kind;  // a stable code, e.g. "unused-label"
+  std::string text;  // one sentence for people
+};
+
 class Document {
  public:
   using Table = std::shared_ptr<const bp::TableNode>;
@@ -36,15 +43,29 @@ class Document {
   void Append(Table table);
   void Append(Message message);
   void Append(Heading heading);
+  // Puts another table in an item's place (values hidden, say).
+  void Replace(std::size_t index, Table table);
+  void AddAlert(Alert alert) { alerts_.push_back(std::move(alert)); }
+  const std::vector<Alert>& Alerts() const { return alerts_; }
+  // Whether alerts were looked for (then renderers show them, none found
+  // included, where the format carries them).
+  void SetAlertsChecked() { alertsChecked_ = true; }
+  bool AlertsChecked() const { return alertsChecked_; }
   const std::vector<Item>& Items() const { return items_; }
   std::size_t Size() const { return items_.size(); }
-  void Clear() { items_.clear(); }
+  void Clear() {
+    items_.clear();
+    alerts_.clear();
+    alertsChecked_ = false;
+  }
   // Drops the items after the first `size`: the partial output of a command
   // that failed.
   void Truncate(std::size_t size);
 
  private:
   std::vector<Item> items_;
+  std::vector<Alert> alerts_;
+  bool alertsChecked_ = false;
 };
 
 void AddMessage(Document& document, Severity severity, std::string command, int line,

@@ -2,6 +2,7 @@
 // <table> with its title as <caption>, column headings in <thead>, a
 // <tbody> per top-level row group whose heading row is a
 // <th scope="rowgroup">, and a <th scope="row"> per category.
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -41,6 +42,10 @@ constexpr const char* kStyle =
     "table.pivot th[scope=rowgroup]{background:#202020}nav.contents .label{color:#aaa}"
     "svg.chart .bar{fill:#79a7dc}svg.chart .bar.missing{fill:#e0a85a}"
     "p.warning{color:#e0b050}p.error{color:#ff7080}a{color:#8ab4f8}}\n"
+    "section.alerts table{border-collapse:collapse;margin:0 0 1.5em 0}"
+    "section.alerts th,section.alerts td{border:1px solid #bbb;padding:.2em .6em;text-align:left;vertical-align:top}\n"
+    "ul.item-alerts{margin:.2em 0 .6em 0;padding-left:1.2em;color:#8a5a00}\n"
+    "ul.item-alerts li::marker{content:\"\\26A0  \"}\n"
     "@media print{body{margin:0}svg.chart .bar{fill:#444}svg.chart .bar.missing{fill:#aaa}"
     "section.item{break-inside:avoid}}\n";
 
@@ -184,6 +189,49 @@ void RenderContents(std::string& out, const Document& document) {
   out += "</ol>\n</nav>\n";
 }
 
+// The alerts first: a table of every alert, each item linked.
+void RenderAlertSummary(std::string& out, const Document& document,
+                        const std::map<std::string, std::size_t>& anchors) {
+  if (!document.AlertsChecked()) return;
+  out += "<section class=\"alerts\" id=\"alerts\">\n<h2>Data-quality alerts</h2>\n";
+  if (document.Alerts().empty()) {
+    out += "<p>None found.</p>\n</section>\n";
+    return;
+  }
+  out += "<table>\n<thead><tr><th scope=\"col\">Item</th><th scope=\"col\">Alert</th></tr></thead>\n<tbody>\n";
+  for (const Alert& alert : document.Alerts()) {
+    out += "<tr><th scope=\"row\">";
+    const auto anchor = anchors.find(alert.item);
+    if (alert.item.empty()) {
+      out += "(file)";
+    } else if (anchor != anchors.end()) {
+      out += "<a href=\"#item-" + std::to_string(anchor->second) + "\">";
+      AppendHtmlEscaped(out, alert.item);
+      out += "</a>";
+    } else {
+      AppendHtmlEscaped(out, alert.item);
+    }
+    out += "</th><td>";
+    AppendHtmlEscaped(out, alert.text);
+    out += "</td></tr>\n";
+  }
+  out += "</tbody>\n</table>\n</section>\n";
+}
+
+// The marker on an affected item: its alerts, above its table.
+void RenderItemAlerts(std::string& out, const Document& document, const std::string& title) {
+  bool open = false;
+  for (const Alert& alert : document.Alerts()) {
+    if (alert.item != title) continue;
+    if (!open) out += "<ul class=\"item-alerts\" aria-label=\"Alerts\">\n";
+    open = true;
+    out += "<li>";
+    AppendHtmlEscaped(out, alert.text);
+    out += "</li>\n";
+  }
+  if (open) out += "</ul>\n";
+}
+
 }  // namespace
 
 void RenderHtml(const Document& document, std::ostream& out) {
@@ -192,6 +240,14 @@ void RenderHtml(const Document& document, std::ostream& out) {
       << kStyle << "</style>\n</head>\n<body>\n";
   std::string buffer;
   RenderContents(buffer, document);
+  // Where each table's section is, for the alert summary's links.
+  std::map<std::string, std::size_t> anchors;
+  std::size_t position = 0;
+  for (const Document::Item& item : document.Items()) {
+    ++position;
+    if (const auto* table = std::get_if<Document::Table>(&item)) anchors.emplace(TableView(**table).Title(), position);
+  }
+  RenderAlertSummary(buffer, document, anchors);
   out << buffer;
   std::size_t index = 0;
   for (const Document::Item& item : document.Items()) {
@@ -202,6 +258,7 @@ void RenderHtml(const Document& document, std::ostream& out) {
       if (!view.Visible()) continue;
       const std::string id = "item-" + std::to_string(index);
       buffer += "<section class=\"item\" id=\"" + id + "\">\n";
+      RenderItemAlerts(buffer, document, view.Title());
       RenderTable(buffer, view);
       AppendBarChart(buffer, ChartBars(view), id + "-chart", "Percents of " + view.Title());
       buffer += "</section>\n";

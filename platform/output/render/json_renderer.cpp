@@ -136,7 +136,23 @@ void RenderJson(const Document& document, std::ostream& stream) {
     }
     first = false;
   }
-  out += "]}\n";
+  out += "]";
+  if (document.AlertsChecked()) {
+    out += ",\n \"alerts\": [";
+    bool firstAlert = true;
+    for (const Alert& alert : document.Alerts()) {
+      out += firstAlert ? "\n  {\"item\": " : ",\n  {\"item\": ";
+      AppendJsonString(out, alert.item);
+      out += ", \"kind\": ";
+      AppendJsonString(out, alert.kind);
+      out += ", \"text\": ";
+      AppendJsonString(out, alert.text);
+      out += "}";
+      firstAlert = false;
+    }
+    out += "]";
+  }
+  out += "}\n";
   stream << out;
 }
 

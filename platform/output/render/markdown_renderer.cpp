@@ -112,6 +112,18 @@ void RenderMarkdown(const Document& document, std::ostream& out) {
     Escape(buffer, heading.text);
     buffer += "\n";
   });
+  if (document.AlertsChecked() && !document.Alerts().empty()) {
+    std::string buffer = document.Items().empty() ? "" : "\n";
+    buffer += "## Data-quality alerts\n\n";
+    for (const Alert& alert : document.Alerts()) {
+      buffer += "- **";
+      Escape(buffer, alert.item.empty() ? std::string("(file)") : alert.item);
+      buffer += "**: ";
+      Escape(buffer, alert.text);
+      buffer += "\n";
+    }
+    out << buffer;
+  }
 }
 
 }  // namespace codebook::output

@@ -235,6 +235,14 @@ void RenderText(const Document& document, std::ostream& out, const TextOptions& 
     }
     first = false;
   }
+  if (document.AlertsChecked() && !document.Alerts().empty()) {
+    if (!first) out << '\n';
+    out << "Data-quality alerts\n";
+    for (const Alert& alert : document.Alerts()) {
+      out << "  " << (alert.item.empty() ? std::string("(file)") : EscapeForTerminal(alert.item)) << ": "
+          << EscapeForTerminal(alert.text) << '\n';
+    }
+  }
 }
 
 }  // namespace codebook::output

@@ -1,0 +1,26 @@
+// Data-quality alerts: what a person preparing a release wants pointed out
+// (labels never used, values without labels, variables that are empty or
+// constant, suspicious weights), found from a CODEBOOK run's tables, the
+// dictionary and the tally of the same pass. The procedure's own tables
+// and messages are left as they are.
+#pragma once
+
+#include <vector>
+
+#include "platform/data/dataset.h"
+#include "platform/export/item_facts.h"
+#include "platform/export/value_tally.h"
+#include "platform/output/document/document.h"
+
+namespace codebook::report {
+
+// The alerts of the items, in their order, then the file's. `tally` may be
+// null: what needs it is then not looked for.
+std::vector<output::Alert> FindAlerts(const std::vector<exporting::ItemFacts>& items, const data::Dataset& dataset,
+                                      const exporting::ValueTally* tally, int weightIndex);
+
+// The options that make a tally fit for alerts and hidden values: values
+// counted, at most this many per variable.
+exporting::TallyOptions AlertTallyOptions();
+
+}  // namespace codebook::report

@@ -1,0 +1,84 @@
+// The report features end to end: hidden values appear in no format's
+// output, and alerts reach HTML, JSON and, when asked, text and Markdown,
+// after the tables and without changing them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "platform/data/dataset_builder.h"
+#include "platform/data/sav/write_dataset.h"
+#include "tests/cli/program_harness.h"
+
+namespace {
+
+using codebook::testing_cli::Program;
+using codebook::testing_cli::Result;
+using codebook::testing_cli::Slurp;
+using testing::HasSubstr;
+using testing::Not;
+
+class Report : public Program {
+ protected:
+  void SetUp() override {
+    Program::SetUp();
+    // An identifier and free text whose values must not be published, and a
+    // question with a label nobody chose.
+    codebook::data::DatasetBuilder builder;
+    builder.Numeric("id").Level(1).Numeric("q").Level(1).ValueLabel(1, "Yes").ValueLabel(2, "No").ValueLabel(3, "Unused")
+        .Numeric("income").Level(3).String("note", 16).Level(1);
+    for (int i = 0; i < 40; ++i) {
+      builder.Case({987650000 + i, 1 + i % 2, 1000 + 37 * i, "SECRET-" + std::to_string(1000 + i)});
+    }
+    codebook::data::WriteDatasetFile(*builder.Build(), Path("people.sav").string());
+  }
+};
+
+TEST_F(Report, HiddenValuesAppearInNoFormat) {
+  for (const char* format : {"text", "html", "json", "markdown", "csv", "ddi", "dictionary"}) {
+    for (const char* hide : {"auto", "id,note,income"}) {
+      const Result result = Run({"--format", format, "--hide-values", hide, "--alerts", Path("people.sav").string(),
+                                 "/OPTIONS", "MAXCATS=1000"});
+      ASSERT_EQ(result.status, 0) << format << ": " << result.err;
+      EXPECT_THAT(result.out, Not(HasSubstr("SECRET"))) << format << " " << hide;
+      EXPECT_THAT(result.out, Not(HasSubstr("9876500"))) << format << " " << hide;
+      EXPECT_THAT(result.out, HasSubstr("values hidden")) << format << " " << hide;
+      if (std::string(hide) != "auto") {
+        // Neither percentiles nor the least and greatest value of income.
+        EXPECT_THAT(result.out, Not(HasSubstr("2443"))) << format;  // its maximum, 1000 + 37 * 39
+        EXPECT_THAT(result.out, Not(HasSubstr("Percentile"))) << format;
+      }
+    }
+  }
+  // Without hiding, the same run shows them: the test above means something.
+  const Result shown = Run({"--format", "text", Path("people.sav").string(), "/OPTIONS", "MAXCATS=1000"});
+  EXPECT_THAT(shown.out, HasSubstr("SECRET-1000"));
+  EXPECT_THAT(shown.out, HasSubstr("987650000"));
+}
+
+TEST_F(Report, AlertsGoWhereEachFormatCarriesThem) {
+  const Result json = Run({"--format", "json", Path("people.sav").string(), "q"});
+  ASSERT_EQ(json.status, 0) << json.err;
+  const nlohmann::json parsed = nlohmann::json::parse(json.out);
+  ASSERT_EQ(parsed["alerts"].size(), 1u) << json.out;
+  EXPECT_EQ(parsed["alerts"][0]["item"], "q");
+  EXPECT_EQ(parsed["alerts"][0]["kind"], "unused-label");
+
+  const Result html = Run({"--format", "html", Path("people.sav").string(), "q", "id"});
+  EXPECT_THAT(html.out, HasSubstr("<h2>Data-quality alerts</h2>"));
+  EXPECT_THAT(html.out, HasSubstr("<a href=\"#item-1\">q</a>"));
+  EXPECT_THAT(html.out, HasSubstr("<ul class=\"item-alerts\""));
+
+  // Text shows alerts only when asked, after the tables, which stay as they are.
+  const Result plain = Run({Path("people.sav").string(), "q"});
+  EXPECT_THAT(plain.out, Not(HasSubstr("Data-quality alerts")));
+  const Result asked = Run({"--alerts", Path("people.sav").string(), "q"});
+  ASSERT_EQ(asked.out.rfind(plain.out, 0), 0u) << asked.out;
+  EXPECT_THAT(asked.out.substr(plain.out.size()), HasSubstr("q: Value labels with no cases: 3 \"Unused\"."));
+  const Result markdown = Run({"--alerts", "-f", "markdown", Path("people.sav").string(), "q"});
+  EXPECT_THAT(markdown.out, HasSubstr("## Data-quality alerts"));
+}
+
+}  // namespace
