@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
-# Sets everything up and prints the codebook of the bundled demo dataset.
+# Sets everything up, writes the demo dataset's HTML report (charts, contents,
+# alerts) and prints the codebook of the demo dataset.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 scripts/build.sh >/dev/null
+build/bin/codebook --demo -o build/demo-report.html 2>/dev/null
+echo "The demo's HTML report: $(pwd)/build/demo-report.html" >&2
 exec build/bin/codebook --demo "$@"

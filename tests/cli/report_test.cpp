@@ -4,6 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -79,6 +83,41 @@ TEST_F(Report, AlertsGoWhereEachFormatCarriesThem) {
   EXPECT_THAT(asked.out.substr(plain.out.size()), HasSubstr("q: Value labels with no cases: 3 \"Unused\"."));
   const Result markdown = Run({"--alerts", "-f", "markdown", Path("people.sav").string(), "q"});
   EXPECT_THAT(markdown.out, HasSubstr("## Data-quality alerts"));
+}
+
+std::string Chromium() {
+  for (const char* path : {"/usr/bin/chromium", "/usr/bin/chromium-browser"}) {
+    if (access(path, X_OK) == 0) return path;
+  }
+  return {};
+}
+
+TEST_F(Report, TheDemoReportRendersInABrowserFromItsOwnFile) {
+  const Result written = Run({"--demo", "-o", Path("demo.html").string()});
+  ASSERT_EQ(written.status, 0) << written.err;
+  const std::string html = Slurp(Path("demo.html"));
+  // Self-contained: nothing to fetch, no script.
+  for (const char* outside : {"http://", "https://", " src=", "<script", "<link", "@import", "url("}) {
+    EXPECT_THAT(html, Not(HasSubstr(outside))) << outside;
+  }
+  const std::string chromium = Chromium();
+  if (chromium.empty()) GTEST_SKIP() << "chromium is not installed; the browser part is skipped";
+  // The screenshot stays in the build folder for people to look at.
+  const std::string artifacts = std::string(CODEBOOK_BINARY_DIR) + "/artifacts";
+  const std::string flags = " --headless --no-sandbox --disable-gpu --disable-quic --no-first-run"
+                            " --disable-background-networking --disable-component-update --disable-sync"
+                            " --user-data-dir=" + Path("profile").string();
+  const Result dom = Shell("timeout 120 " + chromium + flags + " --dump-dom file://" + Path("demo.html").string() +
+                           " 2>/dev/null");
+  ASSERT_THAT(dom.out, HasSubstr("</html>"));
+  EXPECT_THAT(dom.out, HasSubstr("<h2>Contents</h2>"));
+  EXPECT_THAT(dom.out, HasSubstr("<h2>Data-quality alerts</h2>"));
+  EXPECT_GE(std::count(dom.out.begin(), dom.out.end(), '<') , 1000);
+  const Result shot = Shell("mkdir -p " + artifacts + " && timeout 120 " + chromium + flags +
+                            " --window-size=1000,2000 --screenshot=" + artifacts + "/demo-report.png file://" +
+                            Path("demo.html").string() + " 2>/dev/null");
+  EXPECT_EQ(shot.status, 0);
+  EXPECT_TRUE(std::filesystem::exists(artifacts + "/demo-report.png"));
 }
 
 }  // namespace
