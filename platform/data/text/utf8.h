@@ -1,0 +1,48 @@
+// Reading UTF-8 one character at a time, strictly: what a renderer must
+// escape (a stray byte, a surrogate, an overlong form) is told apart from
+// what it may copy.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace codebook::data {
+
+// The length of the valid UTF-8 sequence at `i`, its code point in
+// `codePoint`; 0 when the bytes there are not one.
+inline std::size_t Utf8SequenceAt(std::string_view text, std::size_t i, char32_t& codePoint) {
+  const auto byte = [&](std::size_t k) { return static_cast<std::uint8_t>(text[k]); };
+  const std::uint8_t lead = byte(i);
+  if (lead < 0x80) {
+    codePoint = lead;
+    return 1;
+  }
+  std::size_t length = 0;
+  char32_t value = 0;
+  if (lead >= 0xC2 && lead <= 0xDF) {
+    length = 2;
+    value = lead & 0x1F;
+  } else if (lead >= 0xE0 && lead <= 0xEF) {
+    length = 3;
+    value = lead & 0x0F;
+  } else if (lead >= 0xF0 && lead <= 0xF4) {
+    length = 4;
+    value = lead & 0x07;
+  } else {
+    return 0;
+  }
+  if (i + length > text.size()) return 0;
+  for (std::size_t k = 1; k < length; ++k) {
+    if ((byte(i + k) & 0xC0) != 0x80) return 0;
+    value = (value << 6) | (byte(i + k) & 0x3F);
+  }
+  if ((length == 3 && (value < 0x800 || (value >= 0xD800 && value <= 0xDFFF))) ||
+      (length == 4 && (value < 0x10000 || value > 0x10FFFF))) {
+    return 0;
+  }
+  codePoint = value;
+  return length;
+}
+
+}  // namespace codebook::data
