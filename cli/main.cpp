@@ -236,11 +236,13 @@ class Run {
     };
     if (exporting_ || alerts_ || !hide_.Empty()) {
       result.passObserver = [this](const codebook::data::Dataset& dataset, int weightIndex) {
-        // Values are counted for alerts and hiding (up to a limit), and for
-        // an export's unweighted counts (all of them).
-        codebook::exporting::TallyOptions tally =
-            alerts_ || !hide_.Empty() ? codebook::report::AlertTallyOptions() : codebook::exporting::TallyOptions{};
+        // Alerts need only the weights; hiding counts the values of the
+        // variables it may hide (up to a limit); an export tallies every
+        // variable, and counts all values when there are weights.
+        codebook::exporting::TallyOptions tally = codebook::report::AlertTallyOptions();
+        if (!hide_.Empty()) tally = codebook::report::HideTallyOptions(hide_, dataset);
         if (exporting_) {
+          tally.allVariables = true;
           tally.countValues = tally.countValues || weightIndex >= 0;
           tally.maxValues = static_cast<std::size_t>(-1);
         }

@@ -14,7 +14,7 @@ std::string NumberText(double value) {
 }
 
 std::string HiddenValuesText(const ValueTally* tally, int index) {
-  if (tally == nullptr || !tally->CountsValues() || index < 0 || static_cast<std::size_t>(index) >= tally->Size()) {
+  if (tally == nullptr || !tally->CountsValues() || !tally->Tallied(index)) {
     return "values hidden";
   }
   const VariableTally& of = tally->Of(index);

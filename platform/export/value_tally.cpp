@@ -11,12 +11,17 @@ ValueTally::ValueTally(const data::Dataset& dataset, int weightIndex, TallyOptio
     weightOffset_ = dictionary.CellOffset(weightIndex);
   }
   const int count = dataset.ColumnCount();
-  columns_.reserve(static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i) {
-    const data::Variable* variable = dictionary.GetVariable(i);
-    columns_.push_back({variable, dictionary.CellOffset(i), variable->IsNumeric(), !variable->Missing().Empty()});
+  tallies_.resize(static_cast<std::size_t>(count));
+  tallied_.assign(static_cast<std::size_t>(count), options_.allVariables ? 1 : 0);
+  for (const int index : options_.variables) {
+    if (index >= 0 && index < count) tallied_[static_cast<std::size_t>(index)] = 1;
   }
-  tallies_.resize(columns_.size());
+  for (int i = 0; i < count; ++i) {
+    if (tallied_[static_cast<std::size_t>(i)] == 0) continue;
+    const data::Variable* variable = dictionary.GetVariable(i);
+    columns_.push_back({static_cast<std::size_t>(i), variable, dictionary.CellOffset(i), variable->IsNumeric(),
+                        !variable->Missing().Empty()});
+  }
 }
 
 template <typename Map, typename Key>
@@ -49,9 +54,8 @@ void ValueTally::Observe(const OBS* cells, double weight) {
   }
   const bool countValues = options_.countValues;
   if (!weighs && !countValues) return;
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
-    const Column& column = columns_[i];
-    VariableTally& tally = tallies_[i];
+  for (const Column& column : columns_) {
+    VariableTally& tally = tallies_[column.index];
     const OBS* value = cells + column.offset;
     bool missing = false;
     if (column.numeric) {

@@ -42,6 +42,11 @@ struct TallyOptions {
   // At most this many distinct values per variable are counted; past it
   // new values are no longer added and the variable says so.
   std::size_t maxValues = static_cast<std::size_t>(-1);
+  // Which variables are tallied: all, or only those listed (none: only the
+  // weights are looked at). A tally of every cell costs about what the
+  // pass costs, so it is asked only for what needs it.
+  bool allVariables = true;
+  std::vector<int> variables;
 };
 
 // Cases whose weight keeps them out of every statistic, when weighted.
@@ -60,6 +65,11 @@ class ValueTally final : public data::CaseObserver {
   void Observe(const OBS* cells, double weight) override;
 
   const VariableTally& Of(int variableIndex) const { return tallies_[static_cast<std::size_t>(variableIndex)]; }
+  // Whether a variable was tallied at all.
+  bool Tallied(int variableIndex) const {
+    return variableIndex >= 0 && static_cast<std::size_t>(variableIndex) < tallied_.size() &&
+           tallied_[static_cast<std::size_t>(variableIndex)] != 0;
+  }
   std::size_t Size() const { return tallies_.size(); }
   bool CountsValues() const { return options_.countValues; }
   const WeightProblems& Weights() const { return weights_; }
@@ -74,6 +84,7 @@ class ValueTally final : public data::CaseObserver {
   void Count(VariableTally& tally, Map& counts, const Key& key) const;
 
   struct Column {
+    std::size_t index;
     const data::Variable* variable;
     int offset;
     bool numeric;
@@ -81,6 +92,7 @@ class ValueTally final : public data::CaseObserver {
   };
   std::vector<Column> columns_;
   std::vector<VariableTally> tallies_;
+  std::vector<char> tallied_;
   TallyOptions options_;
   const data::Variable* weight_ = nullptr;
   int weightOffset_ = 0;

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "host/aggregate/compensated_sum.h"
 #include "platform/export/export_input.h"
 
 namespace codebook::report {
@@ -69,16 +70,38 @@ std::string LabelKey(const ValueLabelSetImpl& labels, std::size_t i) {
   return value;
 }
 
-void VariableAlerts(const ItemFacts& item, const data::Variable& variable, const VariableTally* tally,
-                    std::vector<output::Alert>& alerts) {
+// Valid and missing cases as the table shows them: a scale variable's "N"
+// rows, else the sums of its counted categories.
+void TableCounts(const ItemFacts& item, std::optional<double>& valid, std::optional<double>& missing) {
+  valid = item.valid;
+  missing = item.missing;
+  if (valid || missing) return;
+  aggregate::CompensatedSum validSum;
+  aggregate::CompensatedSum missingSum;
+  bool counted = false;
+  for (const CategoryFact& category : item.categories) {
+    if (!category.count || category.labeledOnly) continue;
+    counted = true;
+    (category.missing ? missingSum : validSum).Add(*category.count);
+  }
+  if (counted) {
+    valid = validSum.Value();
+    missing = missingSum.Value();
+  }
+}
+
+// `weights`: the variable's tally when it was tallied, for its valid and
+// missing cases; `tally`: the same when it also counted every value met.
+void VariableAlerts(const ItemFacts& item, const data::Variable& variable, const VariableTally* weights,
+                    const VariableTally* tally, std::vector<output::Alert>& alerts) {
   const auto add = [&](const char* kind, std::string text) { alerts.push_back({item.name, kind, std::move(text)}); };
 
-  // Valid and missing cases: the tally's, else the table's.
-  std::optional<double> valid = item.valid;
-  std::optional<double> missing = item.missing;
-  if (tally != nullptr) {
-    valid = tally->validWeight.Value();
-    missing = tally->missingWeight.Value();
+  std::optional<double> valid;
+  std::optional<double> missing;
+  TableCounts(item, valid, missing);
+  if (weights != nullptr) {
+    valid = weights->validWeight.Value();
+    missing = weights->missingWeight.Value();
   }
   if (valid && missing) {
     if (*valid <= 0 && *missing > 0) {
@@ -128,9 +151,9 @@ void VariableAlerts(const ItemFacts& item, const data::Variable& variable, const
   }
   if (!codes.empty()) add("unlabeled-missing-code", "User-missing codes without a label: " + Examples(codes) + ".");
 
-  if (tally != nullptr && tally->leadingBlanks) {
-    add("blanks", "Some string values begin with blanks.");
-  }
+  bool leadingBlanks = tally != nullptr && tally->leadingBlanks;
+  for (const auto& [text, isMissing] : met.values) leadingBlanks = leadingBlanks || (!variable.IsNumeric() && !text.empty() && text.front() == ' ');
+  if (leadingBlanks) add("blanks", "Some string values begin with blanks.");
 
   std::map<std::string, std::vector<std::string>> byText;
   for (const auto& [value, label] : labelled) byText[label].push_back(value);
@@ -144,9 +167,10 @@ void VariableAlerts(const ItemFacts& item, const data::Variable& variable, const
 }  // namespace
 
 exporting::TallyOptions AlertTallyOptions() {
+  // The tables say what the alerts need of the variables; the tally adds
+  // only the weights, which cost one cell a case.
   exporting::TallyOptions options;
-  options.countValues = true;
-  options.maxValues = 10000;
+  options.allVariables = false;
   return options;
 }
 
@@ -157,12 +181,11 @@ std::vector<output::Alert> FindAlerts(const std::vector<ItemFacts>& items, const
     if (item.IsSet()) continue;
     const int index = dataset.FindVarIndex(item.name.c_str(), 0);
     if (index < 0) continue;
-    // A tally of part of the cases says nothing sure about the values.
-    const VariableTally* variableTally = tally != nullptr && tally->CountsValues() && !tally->Partial() &&
-                                                 static_cast<std::size_t>(index) < tally->Size()
-                                             ? &tally->Of(index)
-                                             : nullptr;
-    VariableAlerts(item, *dataset.GetDictionary().GetVariable(index), variableTally, alerts);
+    // A tally of part of the cases says nothing sure about the data.
+    const bool usable = tally != nullptr && !tally->Partial() && tally->Tallied(index);
+    const VariableTally* weights = usable ? &tally->Of(index) : nullptr;
+    const VariableTally* values = usable && tally->CountsValues() ? weights : nullptr;
+    VariableAlerts(item, *dataset.GetDictionary().GetVariable(index), weights, values, alerts);
   }
   if (tally != nullptr && weightIndex >= 0) {
     const exporting::WeightProblems& weights = tally->Weights();

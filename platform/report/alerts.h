@@ -19,8 +19,7 @@ namespace codebook::report {
 std::vector<output::Alert> FindAlerts(const std::vector<exporting::ItemFacts>& items, const data::Dataset& dataset,
                                       const exporting::ValueTally* tally, int weightIndex);
 
-// The options that make a tally fit for alerts and hidden values: values
-// counted, at most this many per variable.
+// What a tally needs for alerts alone: the weights.
 exporting::TallyOptions AlertTallyOptions();
 
 }  // namespace codebook::report

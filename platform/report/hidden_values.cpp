@@ -146,11 +146,21 @@ std::set<int> ChooseHidden(const HideRequest& request, const data::Dataset& data
   if (request.automatic) {
     for (int i = 0; i < dataset.ColumnCount(); ++i) {
       const data::Variable& variable = *dataset.GetDictionary().GetVariable(i);
-      const bool identifier = tally != nullptr && tally->CountsValues() && AlmostAllDistinct(tally->Of(i), variable);
+      const bool identifier =
+          tally != nullptr && tally->CountsValues() && tally->Tallied(i) && AlmostAllDistinct(tally->Of(i), variable);
       if (!variable.IsNumeric() || identifier) hidden.insert(i);
     }
   }
   return hidden;
+}
+
+exporting::TallyOptions HideTallyOptions(const HideRequest& request, const data::Dataset& dataset) {
+  exporting::TallyOptions options;
+  options.countValues = true;
+  options.maxValues = 10000;
+  options.allVariables = request.automatic;
+  for (const std::string& name : request.names) options.variables.push_back(dataset.FindVarIndex(name.c_str(), 0));
+  return options;
 }
 
 std::string HiddenText(const exporting::ValueTally* tally, int index) {

@@ -38,4 +38,9 @@ void HideValues(output::Document& document, std::size_t first, std::size_t end, 
 // The words the output uses for a hidden variable's values.
 std::string HiddenText(const exporting::ValueTally* tally, int index);
 
+// What a tally needs to hide values: the values of the variables that may
+// be hidden counted, at most 10,000 distinct ones each (a dataset's
+// variables are looked up by name; all of them for `automatic`).
+exporting::TallyOptions HideTallyOptions(const HideRequest& request, const data::Dataset& dataset);
+
 }  // namespace codebook::report

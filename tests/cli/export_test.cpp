@@ -72,7 +72,7 @@ const json& Member(const json& object, const std::string& name) {
 std::map<std::string, double> Counts(const json& stats) {
   std::map<std::string, double> counts;
   if (stats.is_object() && stats.contains("counts")) {
-    for (const json& pair : stats["counts"]) counts[Key(pair[0])] = pair[1].get<double>();
+    for (const json& pair : Member(stats, "counts")) counts[Key(pair[0])] = pair[1].get<double>();
   }
   return counts;
 }
@@ -196,8 +196,8 @@ TEST_F(Export, DdiOfEveryFixtureIsValidAndTrue) {
       // Categories: labels, weighted and unweighted counts.
       std::map<std::string, std::string> labels;
       for (const json& pair : variable["value_labels"]) labels[Key(pair[0])] = pair[1];
-      const auto counts = Counts(Member(truth["stats"], name));
-      const auto unweighted = Counts(Member(truth["stats_unweighted"], name));
+      const auto counts = Counts(Member(Member(truth, "stats"), name));
+      const auto unweighted = Counts(Member(Member(truth, "stats_unweighted"), name));
       for (xmlNode* category : Children(var, "catgry")) {
         const std::string value = Text(Child(category, "catValu"));
         if (value == ".") continue;  // system-missing
@@ -216,15 +216,15 @@ TEST_F(Export, DdiOfEveryFixtureIsValidAndTrue) {
       }
       // Scale statistics.
       if (Attribute(var, "intrvl") == "contin") {
-        const json& stats = truth["stats"][name];
+        const json& stats = Member(Member(truth, "stats"), name);
         for (xmlNode* stat : Children(var, "sumStat")) {
           const std::string type = Attribute(stat, "type");
           const double number = std::stod(Text(stat));
-          if (type == "vald") ExpectNear(number, stats["valid"], name + " valid");
-          if (type == "invd") ExpectNear(number, stats["missing"], name + " missing");
-          if (type == "mean") ExpectNear(number, stats["mean"], name + " mean");
-          if (type == "stdev") ExpectNear(number, stats["sd"], name + " sd");
-          if (type == "medn") ExpectNear(number, stats["p50"], name + " median");
+          if (type == "vald") ExpectNear(number, Member(stats, "valid"), name + " valid");
+          if (type == "invd") ExpectNear(number, Member(stats, "missing"), name + " missing");
+          if (type == "mean") ExpectNear(number, Member(stats, "mean"), name + " mean");
+          if (type == "stdev") ExpectNear(number, Member(stats, "sd"), name + " sd");
+          if (type == "medn") ExpectNear(number, Member(stats, "p50"), name + " median");
         }
       }
     }
@@ -281,11 +281,11 @@ TEST_F(Export, DictionaryOfEveryFixtureIsTrue) {
       }
       EXPECT_EQ(row[column("missing_values")].empty(),
                 variable["missing"]["discrete"].empty() && variable["missing"]["range"].is_null());
-      const json& stats = truth["stats"][name];
-      if (!row[column("valid")].empty()) ExpectNear(std::stod(row[column("valid")]), stats["valid"], "valid");
-      if (!row[column("missing")].empty()) ExpectNear(std::stod(row[column("missing")]), stats["missing"], "missing");
-      if (!row[column("mean")].empty()) ExpectNear(std::stod(row[column("mean")]), stats["mean"], "mean");
-      if (!row[column("median")].empty()) ExpectNear(std::stod(row[column("median")]), stats["p50"], "median");
+      const json& stats = Member(Member(truth, "stats"), name);
+      if (!row[column("valid")].empty()) ExpectNear(std::stod(row[column("valid")]), Member(stats, "valid"), "valid");
+      if (!row[column("missing")].empty()) ExpectNear(std::stod(row[column("missing")]), Member(stats, "missing"), "missing");
+      if (!row[column("mean")].empty()) ExpectNear(std::stod(row[column("mean")]), Member(stats, "mean"), "mean");
+      if (!row[column("median")].empty()) ExpectNear(std::stod(row[column("median")]), Member(stats, "p50"), "median");
     }
   }
 }

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -83,6 +84,39 @@ TEST_F(Report, AlertsGoWhereEachFormatCarriesThem) {
   EXPECT_THAT(asked.out.substr(plain.out.size()), HasSubstr("q: Value labels with no cases: 3 \"Unused\"."));
   const Result markdown = Run({"--alerts", "-f", "markdown", Path("people.sav").string(), "q"});
   EXPECT_THAT(markdown.out, HasSubstr("## Data-quality alerts"));
+}
+
+TEST_F(Report, EachAlertFromTheTablesOfARealRun) {
+  // One variable per problem, and one with none; the alerts come from the
+  // procedure's own tables and the weights. (A categorical variable with no
+  // value at all has no rows to tell from; a scale one has its "N".)
+  codebook::data::DatasetBuilder builder;
+  builder.Numeric("clean").Level(1).ValueLabel(1, "Yes").ValueLabel(2, "No")
+      .Numeric("unused").Level(1).ValueLabel(1, "Yes").ValueLabel(2, "No").ValueLabel(3, "Never")
+      .Numeric("unlabeled").Level(1).ValueLabel(1, "Yes")
+      .Numeric("empty").Level(3)
+      .Numeric("constant").Level(1)
+      .Numeric("sparse").Level(1)
+      .Numeric("code").Level(1).MissingDiscrete({99})
+      .String("padded", 6).Level(1)
+      .Numeric("twins").Level(1).ValueLabel(1, "Same").ValueLabel(2, "Same")
+      .Numeric("w").Level(3).Weight("w");
+  for (int i = 0; i < 12; ++i) {
+    builder.Case({1 + i % 2, 1 + i % 2, 1 + i % 2, kSysmis, 7, i < 4 ? 1.0 : kSysmis, 1 + i % 2,
+                  i == 0 ? " lead" : "x", 1 + i % 2, i == 11 ? 0.0 : 1.0});
+  }
+  codebook::data::WriteDatasetFile(*builder.Build(), Path("problems.sav").string());
+  const Result result = Run({"--format", "json", Path("problems.sav").string()});
+  ASSERT_EQ(result.status, 0) << result.err;
+  std::multimap<std::string, std::string> found;
+  const nlohmann::json parsed = nlohmann::json::parse(result.out);
+  for (const auto& alert : parsed["alerts"]) found.emplace(alert["item"], alert["kind"]);
+  const std::multimap<std::string, std::string> expected = {
+      {"unused", "unused-label"},   {"unlabeled", "unlabeled-value"}, {"empty", "all-missing"},
+      {"constant", "constant"},     {"sparse", "mostly-missing"},     {"sparse", "constant"},
+      {"code", "unlabeled-missing-code"}, {"padded", "blanks"},       {"twins", "duplicate-label"},
+      {"", "weight"}};
+  EXPECT_EQ(found, expected) << result.out.substr(result.out.find("\"alerts\""));
 }
 
 std::string Chromium() {

@@ -14,10 +14,13 @@ namespace {
 
 using data::DatasetBuilder;
 
-// The alerts of every variable of a dataset, its cases fed to a tally as a
-// pass would feed them.
+// The alerts of every variable of a dataset, its cases fed to a tally that
+// counts every value, as a pass would feed them. (Without such a tally the
+// values come from the procedure's tables; the program's tests see those.)
 std::vector<output::Alert> AlertsOf(const std::shared_ptr<data::Dataset>& dataset, int weightIndex = -1) {
-  exporting::ValueTally tally(*dataset, weightIndex, AlertTallyOptions());
+  exporting::TallyOptions options;
+  options.countValues = true;
+  exporting::ValueTally tally(*dataset, weightIndex, options);
   const int weightOffset = weightIndex >= 0 ? dataset->GetDictionary().CellOffset(weightIndex) : 0;
   auto cases = dataset->OpenCases();
   while (const OBS* cells = cases->Next()) {
