@@ -25,6 +25,7 @@
 #include "platform/export/dictionary_csv.h"
 #include "platform/output/render/renderers.h"
 #include "platform/report/alerts.h"
+#include "platform/report/distributions.h"
 #include "platform/report/hidden_values.h"
 #include "platform/output/render/terminal_text.h"
 #include "platform/session/session.h"
@@ -35,6 +36,7 @@ namespace fs = std::filesystem;
 using codebook::cli::Options;
 using codebook::output::Document;
 using codebook::output::OutputFormat;
+using codebook::report::DistributionScope;
 namespace session = codebook::session;
 
 int Fail(int status, const std::string& text) {
@@ -70,6 +72,7 @@ void AppendItems(Document& to, const Document& from, std::size_t first, OutputFo
   for (std::size_t i = first; i < items.size(); ++i) {
     if (const auto* table = std::get_if<Document::Table>(&items[i])) {
       to.Append(*table);
+      if (const codebook::output::Histogram* histogram = from.HistogramOf(*table)) to.SetHistogram(*table, *histogram);
     } else if (const auto* heading = std::get_if<codebook::output::Heading>(&items[i])) {
       to.Append(*heading);
     } else if (CarriesMessages(format)) {
@@ -137,6 +140,7 @@ class Run {
   // A dataset file; `heading` introduces its part when there are several.
   void Dataset(const std::string& file, bool heading) {
     if (writeFailed_) return;
+    const DistributionScope distributions(format_ == OutputFormat::kHtml ? &distributions_ : nullptr);
     if (heading) {
       Document part;
       part.Append(codebook::output::Heading{file});
@@ -180,6 +184,7 @@ class Run {
   }
 
   void Syntax(const std::string& text, const std::string& file) {
+    const DistributionScope distributions(format_ == OutputFormat::kHtml ? &distributions_ : nullptr);
     session::Session session(SessionOptions());
     current_ = &session;
     session::SyntaxOrigin origin;
@@ -260,6 +265,12 @@ class Run {
     if (!run || run->firstItem != first || !run->completed || !run->dataset) return;
     auto* tally = dynamic_cast<codebook::exporting::ValueTally*>(run->observer.get());
     if (tally != nullptr && run->expectedCases >= 0 && tally->Cases() < run->expectedCases) tally->SetPartial();
+    // Histograms first: a table whose values are hidden is replaced, and its
+    // histogram goes with it.
+    if (format_ == OutputFormat::kHtml) {
+      codebook::report::AttachHistograms(*session.Document(), run->firstItem, run->endItem, *run->dataset, distributions_);
+    }
+    distributions_.Clear();
     if (!hide_.Empty()) {
       std::vector<std::string> unknown;
       hidden_ = codebook::report::ChooseHidden(hide_, *run->dataset, tally, unknown);
@@ -342,6 +353,7 @@ class Run {
   bool alerts_ = false;
   codebook::report::HideRequest hide_;
   std::set<int> hidden_;  // of the last CODEBOOK command
+  codebook::report::DistributionCollector distributions_;  // of the command running, for HTML
   std::string fileName_;  // the dataset as the user named it
   std::string exported_;  // the export, once made
   Document combined_;

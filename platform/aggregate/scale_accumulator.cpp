@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "platform/aggregate/cell_values.h"
+#include "platform/aggregate/distribution_sink.h"
 
 namespace codebook::aggregate {
 
@@ -136,6 +137,7 @@ const Moments& ScaleAccumulator::GetMoments() {
 double ScaleAccumulator::Percentile(double percent) {
   Finish();
   if (mode_ != Mode::kNumeric) return kSysmis;
+  if (DistributionSink* sink = GetDistributionSink()) sink->Distribution(varIndex_, SortedValues());
   return WeightedPercentile(SortedValues(), percent, percentileBase_);
 }
 

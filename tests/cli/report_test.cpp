@@ -119,6 +119,36 @@ TEST_F(Report, EachAlertFromTheTablesOfARealRun) {
   EXPECT_EQ(found, expected) << result.out.substr(result.out.find("\"alerts\""));
 }
 
+// The data-weight attributes of a histogram's bars, summed.
+double HistogramTotal(const std::string& html, const std::string& id) {
+  const std::size_t start = html.find("<svg class=\"chart histogram\"", html.find("id=\"" + id + "\""));
+  const std::size_t stop = html.find("</svg>", start);
+  double total = 0;
+  for (std::size_t at = html.find("data-weight=\"", start); at < stop; at = html.find("data-weight=\"", at + 1)) {
+    total += std::stod(html.substr(at + 13));
+  }
+  return total;
+}
+
+TEST_F(Report, HistogramsHoldTheValidCasesAndMarkTheQuartiles) {
+  // The demo is weighted: the bins add up to the weighted valid count.
+  const Result json = Run({"--format", "json", "--demo", "income"});
+  const nlohmann::json parsed = nlohmann::json::parse(json.out);
+  double valid = -1;
+  for (const auto& row : parsed["items"][0]["rows"]) {
+    if (row["label"] == "Valid") valid = row["cells"]["Value"]["number"];
+  }
+  ASSERT_GT(valid, 0) << json.out;
+  const Result html = Run({"--format", "html", "--demo", "income", "q1"});
+  EXPECT_NEAR(HistogramTotal(html.out, "item-1"), valid, 1e-6 * valid);
+  EXPECT_THAT(html.out, HasSubstr("quartiles 2940, 3650 and 4400"));
+  EXPECT_EQ(std::count(html.out.begin(), html.out.end(), 'P') >= 3, true);
+  // q1 is ordinal: bars, no histogram; hidden values: no histogram either.
+  EXPECT_EQ(html.out.find("chart histogram", html.out.find("id=\"item-2\"")), std::string::npos);
+  const Result hidden = Run({"--format", "html", "--demo", "income", "--hide-values", "income"});
+  EXPECT_THAT(hidden.out, Not(HasSubstr("chart histogram")));
+}
+
 std::string Chromium() {
   for (const char* path : {"/usr/bin/chromium", "/usr/bin/chromium-browser"}) {
     if (access(path, X_OK) == 0) return path;

@@ -20,7 +20,9 @@ void Document::Append(Message message) { items_.emplace_back(std::move(message))
 void Document::Append(Heading heading) { items_.emplace_back(std::move(heading)); }
 
 void Document::Replace(std::size_t index, Table table) {
-  if (index < items_.size() && table) items_[index] = std::move(table);
+  if (index >= items_.size() || !table) return;
+  if (const auto* old = std::get_if<Table>(&items_[index])) histograms_.erase(*old);
+  items_[index] = std::move(table);
 }
 
 void Document::Truncate(std::size_t size) {

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
+#include <map>
 #include <memory>
 #include <string>
 #include <variant>
@@ -28,6 +30,18 @@ struct Heading {
   std::string text;
 };
 
+// The distribution of a scale variable, for a picture of it: equal-width
+// bins from the least to the greatest valid value, each with its summed
+// weight, and the quartiles the table shows (NaN when it shows none).
+struct Histogram {
+  double low = 0;
+  double high = 0;
+  std::vector<double> weights;
+  double p25 = std::numeric_limits<double>::quiet_NaN();
+  double p50 = std::numeric_limits<double>::quiet_NaN();
+  double p75 = std::numeric_limits<double>::quiet_NaN();
+};
+
 // A data-quality finding about one item (a variable, a set, or the file).
 struct Alert {
   std::string item;  // the table's title it is about; empty: the file
@@ -43,7 +57,8 @@ class Document {
   void Append(Table table);
   void Append(Message message);
   void Append(Heading heading);
-  // Puts another table in an item's place (values hidden, say).
+  // Puts another table in an item's place (values hidden, say); what was
+  // drawn of the old one goes with it.
   void Replace(std::size_t index, Table table);
   void AddAlert(Alert alert) { alerts_.push_back(std::move(alert)); }
   const std::vector<Alert>& Alerts() const { return alerts_; }
@@ -51,12 +66,19 @@ class Document {
   // included, where the format carries them).
   void SetAlertsChecked() { alertsChecked_ = true; }
   bool AlertsChecked() const { return alertsChecked_; }
+  // The histogram drawn with a table, if any.
+  void SetHistogram(const Table& table, Histogram histogram) { histograms_[table] = std::move(histogram); }
+  const Histogram* HistogramOf(const Table& table) const {
+    const auto found = histograms_.find(table);
+    return found == histograms_.end() ? nullptr : &found->second;
+  }
   const std::vector<Item>& Items() const { return items_; }
   std::size_t Size() const { return items_.size(); }
   void Clear() {
     items_.clear();
     alerts_.clear();
     alertsChecked_ = false;
+    histograms_.clear();
   }
   // Drops the items after the first `size`: the partial output of a command
   // that failed.
@@ -66,6 +88,9 @@ class Document {
   std::vector<Item> items_;
   std::vector<Alert> alerts_;
   bool alertsChecked_ = false;
+  // Keyed by the table itself (which the key keeps alive), so that no later
+  // table made at a freed table's address can take its picture.
+  std::map<Table, Histogram> histograms_;
 };
 
 void AddMessage(Document& document, Severity severity, std::string command, int line,

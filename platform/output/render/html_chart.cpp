@@ -118,4 +118,53 @@ void AppendBarChart(std::string& out, const std::vector<ChartBar>& allBars, cons
   out += "</svg>\n";
 }
 
+void AppendHistogram(std::string& out, const Histogram& histogram, const std::string& id, const std::string& title) {
+  if (histogram.weights.empty()) return;
+  using L = HistogramLayout;
+  double largest = 0;
+  double total = 0;
+  for (const double weight : histogram.weights) {
+    largest = std::max(largest, weight);
+    total += weight;
+  }
+  const double span = histogram.high - histogram.low;
+  const auto xOf = [&](double value) {
+    return L::kLeft + (span > 0 ? (value - histogram.low) / span * L::kPlotWidth : L::kPlotWidth / 2.0);
+  };
+  out += "<svg class=\"chart histogram\" role=\"img\" viewBox=\"0 0 " + std::to_string(L::kWidth) + " " +
+         std::to_string(L::kHeight) + "\" width=\"" + std::to_string(L::kWidth) + "\" height=\"" +
+         std::to_string(L::kHeight) + "\" aria-labelledby=\"" + id + "-t " + id + "-d\">";
+  out += "<title id=\"" + id + "-t\">";
+  AppendHtmlEscaped(out, title);
+  out += "</title><desc id=\"" + id + "-d\">" + std::to_string(histogram.weights.size()) + " bins from " +
+         Number(histogram.low, "%g") + " to " + Number(histogram.high, "%g") + ", " + Number(total, "%g") +
+         " valid cases (weighted)";
+  const double quartiles[] = {histogram.p25, histogram.p50, histogram.p75};
+  if (!std::isnan(histogram.p50)) {
+    out += "; quartiles " + Number(histogram.p25, "%g") + ", " + Number(histogram.p50, "%g") + " and " +
+           Number(histogram.p75, "%g");
+  }
+  out += "</desc>\n";
+  const double barWidth = static_cast<double>(L::kPlotWidth) / static_cast<double>(histogram.weights.size());
+  for (std::size_t i = 0; i < histogram.weights.size(); ++i) {
+    const double height = largest > 0 ? histogram.weights[i] / largest * L::kPlotHeight : 0.0;
+    out += "<rect class=\"bar\" x=\"" + Number(L::kLeft + barWidth * static_cast<double>(i), "%.2f") + "\" y=\"" +
+           Number(L::kTop + L::kPlotHeight - height, "%.2f") + "\" width=\"" + Number(barWidth - 1, "%.2f") +
+           "\" height=\"" + Number(height, "%.2f") + "\" data-weight=\"" + Number(histogram.weights[i], "%.17g") +
+           "\"/>\n";
+  }
+  const char* names[] = {"P25", "P50", "P75"};
+  for (int q = 0; q < 3; ++q) {
+    if (std::isnan(quartiles[q])) continue;
+    const std::string x = Number(xOf(quartiles[q]), "%.2f");
+    out += "<line class=\"quartile\" x1=\"" + x + "\" x2=\"" + x + "\" y1=\"" + std::to_string(L::kTop - 4) +
+           "\" y2=\"" + std::to_string(L::kTop + L::kPlotHeight) + "\"/><text x=\"" + x + "\" y=\"" +
+           std::to_string(L::kTop - 6) + "\" text-anchor=\"middle\">" + names[q] + "</text>\n";
+  }
+  const int axis = L::kTop + L::kPlotHeight + 16;
+  out += "<text x=\"" + std::to_string(L::kLeft) + "\" y=\"" + std::to_string(axis) + "\">" +
+         Number(histogram.low, "%g") + "</text><text x=\"" + std::to_string(L::kLeft + L::kPlotWidth) + "\" y=\"" +
+         std::to_string(axis) + "\" text-anchor=\"end\">" + Number(histogram.high, "%g") + "</text>\n</svg>\n";
+}
+
 }  // namespace codebook::output

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/output/document/document.h"
 #include "platform/output/render/table_view.h"
 
 namespace codebook::output {
@@ -36,5 +37,20 @@ struct ChartLayout {
 // names what is drawn. Bar lengths are proportional to the percents.
 void AppendBarChart(std::string& out, const std::vector<ChartBar>& bars, const std::string& id,
                     const std::string& title);
+
+// The histogram's geometry.
+struct HistogramLayout {
+  static constexpr int kWidth = 520;
+  static constexpr int kLeft = 10;
+  static constexpr int kPlotWidth = 500;
+  static constexpr int kTop = 16;
+  static constexpr int kPlotHeight = 100;
+  static constexpr int kHeight = 140;
+};
+
+// Appends an accessible SVG histogram: one bar per bin, heights
+// proportional to the bins' weights (each bar's weight in data-weight), the
+// quartiles marked by dashed lines.
+void AppendHistogram(std::string& out, const Histogram& histogram, const std::string& id, const std::string& title);
 
 }  // namespace codebook::output

@@ -37,6 +37,7 @@ constexpr const char* kStyle =
     "svg.chart{display:block;max-width:100%;height:auto;margin:0 0 1.5em 0}\n"
     "svg.chart text{font:12px system-ui,sans-serif;fill:currentColor}\n"
     "svg.chart .bar{fill:#3b6ea5}svg.chart .bar.missing{fill:#c0842a}\n"
+    "svg.chart .quartile{stroke:currentColor;stroke-dasharray:4 3}\n"
     "@media (prefers-color-scheme:dark){body{background:#161616;color:#ddd}"
     "table.pivot th,table.pivot td{border-color:#555}table.pivot thead th{background:#2a2a2a}"
     "table.pivot th[scope=rowgroup]{background:#202020}nav.contents .label{color:#aaa}"
@@ -261,6 +262,9 @@ void RenderHtml(const Document& document, std::ostream& out) {
       RenderItemAlerts(buffer, document, view.Title());
       RenderTable(buffer, view);
       AppendBarChart(buffer, ChartBars(view), id + "-chart", "Percents of " + view.Title());
+      if (const Histogram* histogram = document.HistogramOf(*table)) {
+        AppendHistogram(buffer, *histogram, id + "-histogram", "Distribution of " + view.Title());
+      }
       buffer += "</section>\n";
     } else if (const auto* heading = std::get_if<Heading>(&item)) {
       buffer += "<h1>";

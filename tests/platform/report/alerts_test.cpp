@@ -8,6 +8,7 @@
 
 #include "platform/data/dataset_builder.h"
 #include "platform/report/alerts.h"
+#include "platform/report/distributions.h"
 
 namespace codebook::report {
 namespace {
@@ -104,6 +105,37 @@ TEST(Alerts, WeightProblemsAreCountedByKind) {
   EXPECT_EQ(alerts.back().text,
             "Cases that take part in no statistic: 2 with a zero weight, 1 with a negative weight, 1 with a missing "
             "weight (weight w).");
+}
+
+}  // namespace
+}  // namespace codebook::report
+
+namespace codebook::report {
+namespace {
+
+TEST(Histogram, BinsHoldEveryValidWeightOnce) {
+  // A user-missing value carries a negated weight and is not a value.
+  const auto entry = [](double value, double weight) {
+    aggregate::WeightedValue e{};
+    e.value = value;
+    e.weight = weight;
+    return e;
+  };
+  const std::vector<aggregate::WeightedValue> sorted = {
+      entry(-5.0, -2.0), entry(0.0, 1.0), entry(1.0, 2.5), entry(9.5, 1.0), entry(10.0, 3.0)};
+  const output::Histogram histogram = MakeHistogram(sorted, 20);
+  EXPECT_DOUBLE_EQ(histogram.low, 0.0);
+  EXPECT_DOUBLE_EQ(histogram.high, 10.0);
+  ASSERT_EQ(histogram.weights.size(), 20u);
+  double total = 0;
+  for (const double weight : histogram.weights) total += weight;
+  EXPECT_DOUBLE_EQ(total, 7.5);
+  EXPECT_DOUBLE_EQ(histogram.weights[0], 1.0);
+  EXPECT_DOUBLE_EQ(histogram.weights[2], 2.5);   // 1.0 falls in [1.0, 1.5)
+  EXPECT_DOUBLE_EQ(histogram.weights[19], 4.0);  // 9.5 and the greatest value
+  const output::Histogram one = MakeHistogram(std::vector<aggregate::WeightedValue>{entry(3.0, 2.0)}, 20);
+  EXPECT_EQ(one.weights, std::vector<double>{2.0});
+  EXPECT_TRUE(MakeHistogram(std::vector<aggregate::WeightedValue>{entry(3.0, -1.0)}, 20).weights.empty());
 }
 
 }  // namespace

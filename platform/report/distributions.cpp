@@ -1,0 +1,63 @@
+#include "platform/report/distributions.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "platform/export/item_facts.h"
+
+namespace codebook::report {
+
+output::Histogram MakeHistogram(std::span<const aggregate::WeightedValue> sorted, int bins) {
+  output::Histogram histogram;
+  bool any = false;
+  for (const aggregate::WeightedValue& entry : sorted) {
+    if (!(entry.weight > 0)) continue;
+    if (!any) histogram.low = entry.value;
+    histogram.high = entry.value;
+    any = true;
+  }
+  if (!any) return histogram;
+  const bool single = histogram.high <= histogram.low;
+  histogram.weights.assign(single ? 1 : static_cast<std::size_t>(std::max(1, bins)), 0.0);
+  const double width = single ? 1.0 : (histogram.high - histogram.low) / static_cast<double>(histogram.weights.size());
+  for (const aggregate::WeightedValue& entry : sorted) {
+    if (!(entry.weight > 0)) continue;
+    auto bin = static_cast<std::size_t>(std::floor((entry.value - histogram.low) / width));
+    bin = std::min(bin, histogram.weights.size() - 1);  // the greatest value closes the last bin
+    histogram.weights[bin] += entry.weight;
+  }
+  return histogram;
+}
+
+void DistributionCollector::Distribution(int varIndex, std::span<const aggregate::WeightedValue> sorted) {
+  // Asked once per percentile; the first time is enough.
+  if (histograms_.count(varIndex) == 0) histograms_.emplace(varIndex, MakeHistogram(sorted));
+}
+
+const output::Histogram* DistributionCollector::Of(int varIndex) const {
+  const auto found = histograms_.find(varIndex);
+  return found == histograms_.end() ? nullptr : &found->second;
+}
+
+void AttachHistograms(output::Document& document, std::size_t first, std::size_t end, const data::Dataset& dataset,
+                      const DistributionCollector& collector) {
+  const auto& items = document.Items();
+  const std::vector<exporting::ItemFacts> facts = exporting::ReadItemFacts(document, first, end);
+  std::size_t fact = 0;
+  for (std::size_t i = first; i < end && i < items.size(); ++i) {
+    const auto* table = std::get_if<output::Document::Table>(&items[i]);
+    if (table == nullptr || (*table)->subtype != "Variable Information") continue;
+    const exporting::ItemFacts& item = facts[fact++];
+    if (item.IsSet()) continue;
+    const output::Histogram* histogram = collector.Of(dataset.FindVarIndex(item.name.c_str(), 0));
+    if (histogram == nullptr || histogram->weights.empty()) continue;
+    output::Histogram marked = *histogram;
+    const auto nan = std::numeric_limits<double>::quiet_NaN();
+    marked.p25 = item.p25.value_or(nan);
+    marked.p50 = item.p50.value_or(nan);
+    marked.p75 = item.p75.value_or(nan);
+    document.SetHistogram(*table, std::move(marked));
+  }
+}
+
+}  // namespace codebook::report
