@@ -5,7 +5,11 @@
 //   bench_codebook parse      parsing CODEBOOK ALL / first TO last on wide dictionaries
 //   bench_codebook wide       the default CODEBOOK with text output on wide datasets
 //   bench_codebook pass [N]   the statistics pass against decoding alone (N cases)
+//   bench_codebook e2e [DIR]  the codebook program end to end on the 1M x 101 file in
+//                             every layout and on a 100,000-variable file (files are
+//                             kept in DIR when given, and reused when present)
 #include <sys/resource.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -323,6 +327,108 @@ void Pass(std::int64_t cases) {
   Print("statistics_pass_peak_memory", static_cast<double>(passMb), "MB");
 }
 
+// Runs `argv` with standard output and error thrown away; returns its wall
+// time, processor time and peak resident memory.
+struct ProgramRun {
+  double seconds = 0;
+  double cpu = 0;
+  long peakMb = 0;
+  int status = 0;
+};
+
+ProgramRun RunProgram(const std::vector<std::string>& argv) {
+  std::vector<char*> args;
+  for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+  args.push_back(nullptr);
+  const auto start = Clock::now();
+  const pid_t child = fork();
+  if (child == 0) {
+    std::freopen("/dev/null", "w", stdout);
+    std::freopen("/dev/null", "w", stderr);
+    execv(args[0], args.data());
+    _exit(127);
+  }
+  int status = 0;
+  rusage usage{};
+  wait4(child, &status, 0, &usage);
+  ProgramRun run;
+  run.seconds = Seconds(start);
+  const auto seconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) + t.tv_usec * 1e-6; };
+  run.cpu = seconds(usage.ru_utime) + seconds(usage.ru_stime);
+  run.peakMb = usage.ru_maxrss / 1024;
+  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
+  return run;
+}
+
+// Decoding alone, in this process: every case read through the case stream.
+ProgramRun TimeDecode(const std::string& path) {
+  const std::string report = InChild([&] {
+    auto dataset = data::OpenDatasetFile(path).dataset;
+    BestRun best;
+    for (int round = 0; round < 2; ++round) {
+      const auto start = Clock::now();
+      const double cpuStart = CpuSeconds();
+      std::unique_ptr<VELA_InputCaseIterator> it(dataset->CreateCaseIterator(false));
+      double sink = 0;
+      while (it->NextCase() != 0) sink += it->CurrentCase()[0].d;
+      best.Ended(start, cpuStart);
+      if (sink < 0) std::puts("");
+    }
+    return best.Report();
+  });
+  ProgramRun run;
+  std::sscanf(report.c_str(), "%lf %ld %lf", &run.seconds, &run.peakMb, &run.cpu);
+  return run;
+}
+
+void EndToEnd(const std::string& keepIn) {
+  namespace fs = std::filesystem;
+  const fs::path dir = keepIn.empty() ? fs::temp_directory_path() / ("bench_codebook_e2e_" + std::to_string(getpid()))
+                                      : fs::path(keepIn);
+  fs::create_directories(dir);
+  const fs::path program = fs::read_symlink("/proc/self/exe").parent_path() / "codebook";
+  struct File {
+    const char* name;
+    data::FileCompression compression;
+    bool wide;
+  };
+  const File files[] = {{"mix_bytecode.sav", data::FileCompression::kBytecode, false},
+                        {"mix_uncompressed.sav", data::FileCompression::kNone, false},
+                        {"mix_zlib.zsav", data::FileCompression::kZlib, false},
+                        {"wide_100k.sav", data::FileCompression::kBytecode, true}};
+  for (const File& file : files) {
+    const fs::path path = dir / file.name;
+    if (!fs::exists(path)) {
+      data::WriteOptions options;
+      options.compression = file.compression;
+      data::WriteDatasetFile(file.wide ? *WideDataset(100000, 1000) : *SurveyMix(1000000), path.string(), options);
+    }
+    const std::string stem = fs::path(file.name).stem().string();
+    Print(stem + "_file_size", static_cast<double>(fs::file_size(path)) / 1e6, "MB");
+    const ProgramRun decode = TimeDecode(path.string());
+    Print(stem + "_decode_alone", decode.seconds, "s");
+    Print(stem + "_decode_alone_cpu", decode.cpu, "s");
+    ProgramRun best;
+    best.seconds = 1e30;
+    for (int round = 0; round < 3; ++round) {
+      const ProgramRun run = RunProgram({program.string(), "--format", "json", "-o", "/dev/null", path.string()});
+      if (run.status != 0) {
+        std::fprintf(stderr, "codebook exited %d on %s\n", run.status, path.c_str());
+        std::exit(1);
+      }
+      if (run.seconds < best.seconds) best = run;
+    }
+    Print(stem + "_codebook_json", best.seconds, "s");
+    Print(stem + "_codebook_json_cpu", best.cpu, "s");
+    Print(stem + "_codebook_json_peak_memory", static_cast<double>(best.peakMb), "MB");
+    if (file.wide) {
+      const ProgramRun text = RunProgram({program.string(), "-o", "/dev/null", path.string()});
+      Print(stem + "_codebook_text", text.seconds, "s");
+    }
+  }
+  if (keepIn.empty()) fs::remove_all(dir);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -331,5 +437,6 @@ int main(int argc, char** argv) {
   if (what == "wide" || what == "all") Wide({25000, 50000, 100000});
   if (what == "wide-small") Wide({argc > 2 ? std::atoi(argv[2]) : 5000});
   if (what == "pass" || what == "all") Pass(argc > 2 ? std::atoll(argv[2]) : 1000000);
+  if (what == "e2e" || what == "all") EndToEnd(argc > 2 ? argv[2] : "");
   return 0;
 }
