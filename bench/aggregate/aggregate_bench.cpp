@@ -95,20 +95,31 @@ class GeneratedCases final : public ProcDSIterator::Source {
     }
   }
 
-  bool Next(CaseRef& out) override {
+  ~GeneratedCases() override { EndListening(); }
+
+ protected:
+  bool FillBatch(codebook::data::CaseBatch& batch) override {
+    batch.Shape(static_cast<std::size_t>(cellsPerCase_), codebook::data::CasesPerBatch(static_cast<std::size_t>(cellsPerCase_)));
     if (next_ == cases_) return false;
-    // The row is handed out in place: copying it would cost more than some
-    // of the tables being measured.
-    OBS* row = &pool_[static_cast<std::size_t>((next_ % kPoolRows) * cellsPerCase_)];
-    for (int c = 0; c < kContinuous; ++c) {
-      row[offsets_[kCategorical + kScale + c]].d = static_cast<double>(next_) * 1.0000001 + c * 0.1;
+    bool all = true;
+    while (!batch.full() && next_ < cases_) {
+      OBS* row = &pool_[static_cast<std::size_t>((next_ % kPoolRows) * cellsPerCase_)];
+      for (int c = 0; c < kContinuous; ++c) {
+        row[offsets_[kCategorical + kScale + c]].d = static_cast<double>(next_) * 1.0000001 + c * 0.1;
+      }
+      const double weight = row[offsets_[kVariables - 1]].d;
+      if (weight > 0) batch.counted().push_back(static_cast<std::uint32_t>(batch.size()));
+      all = all && weight > 0;
+      batch.weights().push_back(weight);
+      batch.AppendCase(row);
+      ++next_;
     }
-    out.cells = row;
-    out.weight = row[offsets_[kVariables - 1]].d;
-    out.splitGroupEnd = false;
-    ++next_;
+    batch.SetAllCounted(all);
+    if (all) batch.counted().clear();
     return true;
   }
+
+ public:
   int CellOffset(int index) const override {
     return index >= 0 && index < kVariables ? offsets_[static_cast<std::size_t>(index)] : -1;
   }

@@ -42,16 +42,13 @@ class Category final : public AggregationCategory {
 };
 
 // The category objects of a dimension and the pointer list handed out. The
-// dimension rebuilds it when cases were added since the last build, so the
-// pointers stay valid until the next case.
+// dimension rebuilds it when cases were counted since the last build, so the
+// pointers stay valid until the next batch of cases.
 class CategoryList {
  public:
-  bool IsCurrent(std::uint64_t generation) const { return built_ && generation == generation_; }
-  void Clear(std::uint64_t generation) {
+  void Clear() {
     owned_.clear();
     view_.clear();
-    generation_ = generation;
-    built_ = true;
   }
   void Add(std::unique_ptr<Category> category) {
     view_.push_back(category.get());
@@ -62,8 +59,6 @@ class CategoryList {
  private:
   std::vector<std::unique_ptr<Category>> owned_;
   std::vector<const AggregationCategory*> view_;
-  std::uint64_t generation_ = 0;
-  bool built_ = false;
 };
 
 }  // namespace codebook::aggregate

@@ -1,14 +1,15 @@
 #include "platform/aggregate/category_set_dimension.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "platform/aggregate/cell_values.h"
 
 namespace codebook::aggregate {
 
 CategorySetDimension::CategorySetDimension(std::vector<int> varIndexes, std::string name)
-    : AggregationVariable::Impl(std::move(name)), varIndexes_(std::move(varIndexes)) {}
+    : AggregationVariable::Impl(std::move(name), count_), varIndexes_(std::move(varIndexes)) {
+  multiple_ = true;
+}
 
 CategorySetDimension::~CategorySetDimension() = default;
 
@@ -25,73 +26,84 @@ void CategorySetDimension::Bind(const VELA_InputCaseIterator& cases) {
     if ((m.width > 0) != stringValues_) m.variable = nullptr;
     stringWidth_ = std::max(stringWidth_, m.width);
   }
-  caseNumbers_.reserve(members_.size());
-  caseStrings_.reserve(members_.size());
 }
 
-void CategorySetDimension::AddCase(const OBS* cells, double weight) {
-  total_.Add(weight);
-  bool any = false;
+void CategorySetDimension::Classify(const data::CaseBatch& batch) {
+  const std::int64_t first = batch.firstOrdinal();
+  std::size_t next = 0;  // records before it have their run of buckets
+  ForEachCounted(batch, [&](std::size_t r, double) {
+    for (; next <= r; ++next) slotStarts_[next] = static_cast<std::uint32_t>(slots_.size());
+    recordStart_ = slots_.size();
+    for (std::size_t m = 0; m < members_.size(); ++m) {
+      if (members_[m].variable != nullptr) AddValue(batch, m, r, first + static_cast<std::int64_t>(r));
+    }
+    if (slots_.size() == recordStart_) slots_.push_back(kNoValue);
+  });
+  for (; next <= batch.size(); ++next) slotStarts_[next] = static_cast<std::uint32_t>(slots_.size());
+}
+
+void CategorySetDimension::AddValue(const data::CaseBatch& batch, std::size_t m, std::size_t r,
+                                    std::int64_t ordinal) {
+  const SetMember& member = members_[m];
+  std::uint32_t b = 0;
   if (stringValues_) {
-    caseStrings_.clear();
-    for (std::size_t i = 0; i < members_.size(); ++i) {
-      const SetMember& m = members_[i];
-      if (m.variable == nullptr) continue;
-      const OBS* value = cells + m.offset;
-      if (m.variable->IsMissing(value)) continue;
-      const std::string_view key = TrimmedString(value, m.width);
-      any = true;
-      if (std::find(caseStrings_.begin(), caseStrings_.end(), key) != caseStrings_.end()) continue;
-      caseStrings_.push_back(key);
-      bool inserted = false;
-      auto& entry = strings_.FindOrInsert(key, inserted);
-      if (inserted) entry.member = static_cast<std::int32_t>(i);
-      entry.weight += weight;
+    const std::size_t cells = CellCount(member.width);
+    const OBS* value = cells == 1 ? &batch.Column(static_cast<std::size_t>(member.offset))[r]
+                                  : gather_.At(batch, static_cast<std::size_t>(member.offset), cells, r);
+    if (member.variable->IsMissing(value)) return;
+    bool inserted = false;
+    auto& entry = strings_.FindOrInsert(TrimmedString(value, member.width), inserted);
+    if (inserted) {
+      entry.member = static_cast<std::int32_t>(NewBucket(ordinal, false, true));
+      if (memberOf_.size() <= static_cast<std::size_t>(entry.member)) memberOf_.resize(static_cast<std::size_t>(entry.member) + 1, -1);
+      memberOf_[static_cast<std::size_t>(entry.member)] = static_cast<std::int32_t>(m);
     }
+    b = static_cast<std::uint32_t>(entry.member);
   } else {
-    caseNumbers_.clear();
-    for (std::size_t i = 0; i < members_.size(); ++i) {
-      const SetMember& m = members_[i];
-      if (m.variable == nullptr) continue;
-      const OBS* value = cells + m.offset;
-      if (IsSystemMissing(value->d) || m.variable->IsMissing(value)) continue;
-      const double key = NumericKey(value->d);
-      any = true;
-      if (std::find(caseNumbers_.begin(), caseNumbers_.end(), key) != caseNumbers_.end()) continue;
-      caseNumbers_.push_back(key);
-      bool inserted = false;
-      auto& entry = numbers_.FindOrInsert(key, inserted);
-      if (inserted) entry.extra.member = static_cast<std::int32_t>(i);
-      entry.weight += weight;
+    const OBS* value = &batch.Column(static_cast<std::size_t>(member.offset))[r];
+    if (IsSystemMissing(value->d) || member.variable->IsMissing(value)) return;
+    bool inserted = false;
+    auto& entry = numbers_.FindOrInsert(NumericKey(value->d), inserted);
+    if (inserted) {
+      entry.extra.bucket = NewBucket(ordinal, false, true);
+      const std::size_t need = entry.extra.bucket + 1;
+      if (memberOf_.size() < need) memberOf_.resize(need, -1);
+      if (numberOf_.size() < need) numberOf_.resize(need, 0.0);
+      memberOf_[entry.extra.bucket] = static_cast<std::int32_t>(m);
+      numberOf_[entry.extra.bucket] = NumericKey(value->d);
     }
+    b = entry.extra.bucket;
   }
-  if (!any) noValueWeight_ += weight;
+  // A value counts once per case however many members hold it.
+  if (std::find(slots_.begin() + static_cast<std::ptrdiff_t>(recordStart_), slots_.end(), b) == slots_.end()) {
+    slots_.push_back(b);
+  }
 }
 
 void CategorySetDimension::BuildCategories(CategoryList& list) const {
+  const auto add = [&](std::uint32_t b, std::vector<OBS> cells) {
+    const SetMember& m = members_[static_cast<std::size_t>(memberOf_[b])];
+    std::string label = ValueLabelOf(m.variable, cells.data());
+    list.Add(std::make_unique<Category>(owner(), m.varIndex, std::move(cells), std::move(label), WeightOf(b), false));
+  };
   if (stringValues_) {
     for (const auto* e : strings_.SortedEntries()) {
-      const SetMember& m = members_[static_cast<std::size_t>(e->member)];
-      const std::string_view key = strings_.Key(*e);
-      std::vector<OBS> cells = PaddedCells(key, stringWidth_);
-      std::string label = ValueLabelOf(m.variable, cells.data());
-      list.Add(std::make_unique<Category>(owner(), m.varIndex, std::move(cells), std::move(label), e->weight,
-                                          false));
+      const auto b = static_cast<std::uint32_t>(e->member);
+      if (Made(b)) add(b, PaddedCells(strings_.Key(*e), stringWidth_));
     }
   } else {
-    std::vector<NumericEntry<FirstMember>> entries;
-    entries.reserve(numbers_.size());
-    numbers_.ForEach([&](const auto& e) { entries.push_back(e); });
-    std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.value < b.value; });
-    for (const auto& e : entries) {
-      const SetMember& m = members_[static_cast<std::size_t>(e.extra.member)];
+    std::vector<std::uint32_t> buckets;
+    for (std::uint32_t b = kFirstCategory; b < numberOf_.size(); ++b) {
+      if (Made(b)) buckets.push_back(b);
+    }
+    std::sort(buckets.begin(), buckets.end(), [&](std::uint32_t a, std::uint32_t b) { return numberOf_[a] < numberOf_[b]; });
+    for (const std::uint32_t b : buckets) {
       OBS cell;
-      cell.d = e.value;
-      list.Add(std::make_unique<Category>(owner(), m.varIndex, std::vector<OBS>{cell},
-                                          ValueLabelOf(m.variable, &cell), e.weight, false));
+      cell.d = numberOf_[b];
+      add(b, std::vector<OBS>{cell});
     }
   }
-  if (!noTotal()) AddTotal(list, total_.Value());
+  if (!noTotal()) AddTotal(list);
 }
 
 }  // namespace codebook::aggregate

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/aggregate/counted_records.h"
 #include "platform/aggregate/dimension.h"
 #include "platform/aggregate/numeric_weight_map.h"
 #include "platform/aggregate/set_members.h"
@@ -13,39 +14,35 @@
 
 namespace codebook::aggregate {
 
-class CategorySetDimension final : public AggregationVariable::Impl, public TableMCSet {
+class CategorySetDimension final : public TableMCSet, public AggregationVariable::Impl {
  public:
   CategorySetDimension(std::vector<int> varIndexes, std::string name);
   ~CategorySetDimension() override;
 
-  double MissingWeight() const override { return noValueWeight_; }
-  double TotalWeight() const override { return total_.Value(); }
   TableDimension& Dimension() override { return *this; }
-  std::size_t GetCategoryCount() const override { return stringValues_ ? strings_.size() : numbers_.size(); }
-  const std::vector<const AggregationCategory*>& GetCategories() const override {
-    return CurrentCategories();
-  }
+  const std::vector<const AggregationCategory*>& GetCategories() const override { return CurrentCategories(); }
 
  private:
-  struct FirstMember {
-    std::int32_t member = -1;  // position in the member list where the value was first met
+  struct BucketOf {
+    std::uint32_t bucket = 0;
   };
 
   void Bind(const VELA_InputCaseIterator& cases) override;
-  void AddCase(const OBS* cells, double weight) override;
+  void Classify(const data::CaseBatch& batch) override;
   void BuildCategories(CategoryList& list) const override;
+  // Appends the bucket of member m's value in record r, once per record.
+  void AddValue(const data::CaseBatch& batch, std::size_t m, std::size_t r, std::int64_t ordinal);
 
   std::vector<int> varIndexes_;
   std::vector<SetMember> members_;
-  bool stringValues_ = false;  // the first known member decides the type of the set
+  bool stringValues_ = false;    // the first known member decides the type of the set
   std::size_t stringWidth_ = 0;  // widest string member: the width of category values
-  NumericWeightMap<FirstMember> numbers_;
-  StringWeightMap strings_;
-  // The values met in the current case, so a value counts once per case.
-  std::vector<double> caseNumbers_;
-  std::vector<std::string_view> caseStrings_;
-  CompensatedSum total_;
-  double noValueWeight_ = 0.0;
+  NumericWeightMap<BucketOf> numbers_;
+  StringWeightMap strings_;               // entry.member: the bucket
+  std::vector<double> numberOf_;          // the value of each numeric bucket
+  std::vector<std::int32_t> memberOf_;    // the member in which each bucket's value was first met
+  std::size_t recordStart_ = 0;           // where the current record's buckets begin in slots_
+  CellGather gather_;
 };
 
 }  // namespace codebook::aggregate

@@ -1,122 +1,41 @@
 #include "platform/aggregate/cube_state.h"
 
-#include <atomic>
+#include <algorithm>
+#include <cassert>
 
+#include "platform/aggregate/batched_pass.h"
 #include "platform/aggregate/category.h"
-#include "platform/aggregate/dimension.h"
+#include "platform/aggregate/cell_values.h"
 
 namespace codebook::aggregate {
 
 using Codes = TableEncryptionCodes::StatisticCodes;
 
-namespace {
-// Values a scale table gathers before counting them: the distinct values of
-// one variable are then in cache while they are counted, however many
-// tables the pass feeds.
-constexpr std::size_t kBatch = 1024;
-// Batches of all tables together stay under this; past it a table counts
-// each value as it comes (a file with thousands of scale variables gains
-// little from batching, and would pay in memory).
-constexpr std::size_t kBatchBudget = std::size_t{16} << 20;
-constexpr std::size_t kBatchBytes = kBatch * sizeof(WeightedCell);
-std::atomic<std::size_t> batchBytes{0};  // held by the batches of all tables
-}  // namespace
-
-CubeState::~CubeState() {
-  if (batch_ != nullptr) {
-    ReleaseHot(batch_);
-    batchBytes.fetch_sub(kBatchBytes);
-  }
+CubeState::CubeState(VELA_InputCaseIterator& cases, const std::int64_t* taken, TableDimension** tableDimension)
+    : cases_(cases), taken_(taken), tableDimension_(tableDimension), pass_(BatchedPass::Of(cases)) {
+  if (pass_) pass_->Add(*this);
 }
 
-void CubeState::KeepHot() {
-  kept_ = std::make_unique<TableHot>(*hot_);
-  hot_ = kept_.get();
-  if (variable_ != nullptr) variable_->UseHot(*hot_);
-  if (firstScale_) firstScale_->MoveCodes(*hot_);
+CubeState::~CubeState() {
+  if (pass_) pass_->Remove(*this);
 }
 
 void CubeState::SetDimension(std::unique_ptr<AggregationVariable> variable) {
-  // Codes counted in the record belong to the dimension being replaced.
-  FlushValues();
-  hot_->CloseSlots();
-  hot_->kind = TableHot::kGeneral;
+  // A dimension that joins during a pass counts from the next batch; the
+  // one it replaces, which the cube owns, goes.
   dimension_ = std::move(variable);
   dimensionImpl_ = dimension_ ? &dimension_->impl() : nullptr;
-  variable_ = dynamic_cast<VariableDimension*>(dimensionImpl_);
-  tableDimension_ = dimensionImpl_ != nullptr ? &dimensionImpl_->Dimension() : nullptr;
-  if (variable_ != nullptr) variable_->UseHot(*hot_);
-  if (dimensionImpl_ != nullptr) dimensionImpl_->Attach(cases_);
-  if (bound_) {
-    if (dimensionImpl_ != nullptr) dimensionImpl_->EnsureBound();
-    ChooseFastPath();
-  }
-}
-
-void CubeState::ChooseFastPath() {
-  TableHot& hot = *hot_;
-  if (hot.kind == TableHot::kValues) {
-    FlushValues();
-    hot.CloseSlots();
-  }
-  hot.kind = TableHot::kGeneral;
-  if (variable_ != nullptr) {
-    if (!firstScale_ && variable_->CountsCodesInPlace()) {
-      hot.kind = TableHot::kCodes;
-      hot.offset = variable_->offset();
-    }
-    return;
-  }
-  if (dimensionImpl_ != nullptr || !firstScale_ || !moreScales_.empty() || !firstScale_->numeric()) return;
-  // A scale variable starts like a categorical one, its codes 0..15 counted
-  // in place; the first other value switches it to batches (see AddCase).
-  firstScale_->CountCodesIn(hot);
-  hot.offset = firstScale_->offset();
-  hot.kind = TableHot::kCodes;
-}
-
-bool CubeState::StartBatches() {
-  if (batch_ == nullptr) {
-    if (batchRefused_) return false;
-    if (batchBytes.fetch_add(kBatchBytes) + kBatchBytes > kBatchBudget) {
-      batchBytes.fetch_sub(kBatchBytes);
-      batchRefused_ = true;
-      return false;
-    }
-    batch_ = static_cast<WeightedCell*>(AllocateHot(kBatchBytes));
-  }
-  // The codes counted so far go to the accumulator, which counts the
-  // batches' codes itself: the union is about to hold the batch.
-  firstScale_->ReleaseCodes();
-  TableHot& hot = *hot_;
-  hot.kind = TableHot::kValues;
-  hot.values.batch = batch_;
-  hot.values.batched = 0;
-  hot.values.capacity = kBatch;
-  return true;
-}
-
-void CubeState::FlushValues() {
-  TableHot& hot = *hot_;
-  if (hot.kind != TableHot::kValues || hot.values.batched == 0) return;
-  // Weights are positive, so a plain sum of one batch of 1,024 loses at most
-  // about three digits of sixteen; across batches the total stays compensated.
-  double sum = 0.0;
-  for (std::uint32_t i = 0; i < hot.values.batched; ++i) sum += hot.values.batch[i].weight;
-  hot.total.Add(sum);
-  firstScale_->AddBatch(hot.values.batch, hot.values.batched);
-  hot.values.batched = 0;
+  if (dimensionImpl_ != nullptr) dimensionImpl_->Attach(cases_, *this, taken_);
+  if (tableDimension_ != nullptr) *tableDimension_ = dimensionImpl_ != nullptr ? &dimensionImpl_->Dimension() : nullptr;
 }
 
 void CubeState::AddScaleStatistics(const std::vector<AggregationStatistic>& statistics) {
   for (const AggregationStatistic& s : statistics) {
     scaleStatistics_.push_back(s);
-    // Statistics may come after the first case; their variable then starts
-    // from the cases that follow.
-    if (bound_ && s.GetVarIndex() >= 0 && ScaleFor(s.GetVarIndex()) == nullptr) {
-      FlushValues();  // before another scale can change the kind
-      NewScale(s.GetVarIndex()).Bind(cases_);
-      ChooseFastPath();
+    // A variable whose statistics come during a pass counts from the next
+    // batch.
+    if (s.GetVarIndex() >= 0 && ScaleFor(s.GetVarIndex()) == nullptr) {
+      scales_.push_back(std::make_unique<ScaleAccumulator>(s.GetVarIndex()));
     }
   }
 }
@@ -127,39 +46,74 @@ void CubeState::AddCategoryStatistics(const std::vector<AggregationStatistic>& c
   totalStatistics_.insert(totalStatistics_.end(), total.begin(), total.end());
 }
 
-void CubeState::Bind() {
-  bound_ = true;
-  if (dimensionImpl_ != nullptr) dimensionImpl_->EnsureBound();
-  for (const AggregationStatistic& s : scaleStatistics_) {
-    if (s.GetVarIndex() >= 0 && ScaleFor(s.GetVarIndex()) == nullptr) NewScale(s.GetVarIndex()).Bind(cases_);
+void CubeState::Prepare(const data::CaseBatch& batch) {
+  for (auto& scale : scales_) {
+    if (!scale->bound()) scale->Bind(cases_);
   }
-  ChooseFastPath();
+  if (dimensionImpl_ != nullptr) dimensionImpl_->Prepare(batch);
+  preparedFor_ = batch.firstOrdinal();
+}
+
+void CubeState::CountTaken(const data::CaseBatch& batch) {
+  const std::int64_t first = batch.firstOrdinal();
+  const std::int64_t end = first + static_cast<std::int64_t>(batch.cases());
+  const std::int64_t taken = *taken_;
+  // A table takes each case once, and none after one it let pass: what it
+  // took lies within the batches it was prepared for.
+  assert(taken <= end && "AddNewCase is called at most once per case");
+  if (preparedFor_ != first || taken <= counted_ || counted_ < first) return;
+  const auto from = static_cast<std::size_t>(counted_ - first);
+  const auto to = static_cast<std::size_t>(std::min(taken, end) - first);
+  if (dimensionImpl_ != nullptr) dimensionImpl_->Count(batch, from, to);
+  for (auto& scale : scales_) {
+    if (scale->bound()) scale->Count(batch, from, to);
+  }
+  // W is compensated from case to case: the batch's sum serves every table
+  // that took all of it.
+  if (from == 0 && to == batch.cases()) {
+    total_.Add(batch.countedWeight());
+  } else {
+    ForEachCounted(batch, from, to, [&](std::size_t, double w) { total_.Add(w); });
+  }
+  counted_ = first + static_cast<std::int64_t>(to);
+}
+
+double CubeState::Cost() const {
+  // Rough costs per case, measured: a code by index, a hashed value, a
+  // value kept for sorting, a set's members.
+  double cost = 0.0;
+  if (dimension_) cost += 1.0;
+  for (const auto& scale : scales_) cost += scale->continuous() ? 4.0 : 2.0;
+  return std::max(cost, 0.5);
+}
+
+void CubeState::TableGone() {
+  if (pass_) {
+    pass_->Settle(*this);
+    pass_->Remove(*this);
+    pass_.reset();
+  }
+  takenKept_ = *taken_;
+  taken_ = &takenKept_;
+  tableDimension_ = nullptr;
+  if (dimensionImpl_ != nullptr) dimensionImpl_->CountTakenAt(taken_);
+}
+
+void CubeState::SettleForRead() {
+  if (pass_) pass_->Settle(*this);
 }
 
 ScaleAccumulator* CubeState::ScaleFor(int varIndex) {
-  if (firstScale_ && firstScale_->varIndex() == varIndex) return firstScale_.get();
-  for (auto& s : moreScales_) {
+  for (auto& s : scales_) {
     if (s->varIndex() == varIndex) return s.get();
   }
   return nullptr;
 }
 
-ScaleAccumulator& CubeState::NewScale(int varIndex) {
-  auto scale = std::make_unique<ScaleAccumulator>(varIndex);
-  ScaleAccumulator& added = *scale;
-  if (!firstScale_) {
-    firstScale_ = std::move(scale);
-  } else {
-    moreScales_.push_back(std::move(scale));
-  }
-  return added;
-}
-
 double CubeState::ScaleValue(const AggregationStatistic& statistic) {
-  FlushValues();
   if (statistic.GetSummaryStatistic() == TableEncryptionCodes::kStatTotalCount) return TotalWeight();
   ScaleAccumulator* scale = ScaleFor(statistic.GetVarIndex());
-  if (scale == nullptr) {
+  if (scale == nullptr || !scale->bound()) {
     // No case yet (or no variable): counts are zero, the rest undefined.
     const Codes code = statistic.GetSummaryStatistic();
     return (code == TableEncryptionCodes::kStatValidCount || code == TableEncryptionCodes::kStatMissingCount)
@@ -183,6 +137,7 @@ double CubeState::ScaleValue(const AggregationStatistic& statistic) {
 }
 
 const StatValues* CubeState::Values(const std::vector<const AggregationCategory*>& selection, StatValues& out) {
+  SettleForRead();
   std::vector<AggregationResult> values;
   std::vector<Codes> codes;
   if (selection.empty()) {

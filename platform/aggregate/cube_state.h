@@ -1,5 +1,7 @@
-// What a cube gathers and answers: shared by the cube (which feeds it) and
-// the aggregators handed to the caller, which may outlive the table.
+// What a cube gathers and answers: shared by the cube (which describes it)
+// and the aggregators handed to the caller, which may outlive the table.
+// The pass (batched_pass.h) counts the cases the cube's table took, a batch
+// at a time.
 #pragma once
 
 #include <cstdint>
@@ -10,102 +12,72 @@
 #include "host/aggregate/aggregation_variable.h"
 #include "host/aggregate/compensated_sum.h"
 #include "host/aggregate/cube_aggregator.h"
-#include "host/aggregate/table_hot.h"
 #include "host/data/case_iterator.h"
 #include "platform/aggregate/dimension.h"
-#include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/scale_accumulator.h"
-#include "platform/aggregate/variable_dimension.h"
+#include "platform/data/case_batch.h"
 
 namespace codebook::aggregate {
 
-class CubeState : public HotStorage {
+class BatchedPass;
+
+class CubeState {
  public:
-  // `hot` is the record in the table, which AddNewCase reads; the cube's
-  // counts and total live there.
-  CubeState(const VELA_InputCaseIterator& cases, TableHot& hot) : hot_(&hot), cases_(cases) {}
+  // `taken` counts the cases the table took; `tableDimension` is where the
+  // table keeps its dimension for the procedure.
+  CubeState(VELA_InputCaseIterator& cases, const std::int64_t* taken, TableDimension** tableDimension);
   ~CubeState();
   CubeState(const CubeState&) = delete;
   CubeState& operator=(const CubeState&) = delete;
 
-  // The table is going: its record moves here.
-  void KeepHot();
-
   void SetDimension(std::unique_ptr<AggregationVariable> variable);
-  AggregationVariable* dimension() const { return dimension_.get(); }
-  // The dimension's TableDimension, cached: the procedure asks for it on every case.
-  TableDimension* tableDimension() const { return tableDimension_; }
   void AddScaleStatistics(const std::vector<AggregationStatistic>& statistics);
   void AddCategoryStatistics(const std::vector<AggregationStatistic>& category,
                              const std::vector<AggregationStatistic>& total);
 
-  // One case of positive weight that the table's inline path did not take.
-  void AddCase(const OBS* cells, double weight) {
-    if (!bound_) Bind();
-    TableHot& hot = *hot_;
-    ++hot.generalCases;
-    if (hot.kind == TableHot::kValues) {  // the batch is full
-      FlushValues();
-      hot.values.batch[hot.values.batched++] = {cells[hot.offset].d, weight};
-      return;
-    }
-    if (hot.kind == TableHot::kCodes && variable_ == nullptr && !IsCode(cells[hot.offset].d) && StartBatches()) {
-      // A scale variable with values other than small codes.
-      hot.values.batch[hot.values.batched++] = {cells[hot.offset].d, weight};
-      return;
-    }
-    // A weight counted in the record's code slots is not in its total.
-    bool inRecord = false;
-    if (variable_ != nullptr) {
-      inRecord = variable_->AddDirect(cells, weight);  // the common kind, without a virtual call
-    } else if (dimensionImpl_ != nullptr) {
-      dimensionImpl_->Add(cells, weight);
-    }
-    if (firstScale_) {
-      inRecord = firstScale_->Add(cells, weight) || inRecord;
-      for (auto& s : moreScales_) s->Add(cells, weight);
-    }
-    if (!inRecord) hot.total.Add(weight);
+  // ---- The pass, batch by batch (see BatchedPass) ----
+  // Whether the table took every case before `batch`: only then may it
+  // take any of it.
+  bool TookAllBefore(const data::CaseBatch& batch) const {
+    return counted_ == batch.firstOrdinal() && *taken_ == counted_;
   }
+  // Before the table may take the cases of `batch`.
+  void Prepare(const data::CaseBatch& batch);
+  // Counts what the table took of `batch` and has not been counted.
+  void CountTaken(const data::CaseBatch& batch);
+  // Relative work per case, to share tables among threads.
+  double Cost() const;
+  int thread = 0;          // the pass's thread that counts this cube
+  std::size_t place = 0;   // its place in that thread's list
+
+  // The table is going; what it took is counted, and its count of taken
+  // cases kept here.
+  void TableGone();
+  // Before results are read: the pass counts what the table took so far.
+  void SettleForRead();
+  // Cases counted: the number of cases the results are of.
+  std::int64_t counted() const { return counted_; }
+  double TotalWeight() const { return total_.Value(); }
 
   // The values of the cell that `selection` addresses, or null.
   const StatValues* Values(const std::vector<const AggregationCategory*>& selection, StatValues& out);
 
-  double TotalWeight() const { return hot_->TotalWeight(); }
-
  private:
-  void Bind();
-  // Sets the record's kind from what the cube holds; after Bind, and again
-  // when statistics or a dimension arrive later.
-  void ChooseFastPath();
-  // Counts the values waiting in the batch.
-  void FlushValues();
-  // Switches a scale variable's record to batches, if the budget allows.
-  bool StartBatches();
-  static bool IsCode(double x) {
-    const int k = SmallIntegerCounts::IndexOf(x);
-    return k >= 0 && k < TableHot::kCodeSlots;
-  }
   ScaleAccumulator* ScaleFor(int varIndex);
-  ScaleAccumulator& NewScale(int varIndex);
   double ScaleValue(const AggregationStatistic& statistic);
+  void Bind();
 
-  // What a case touches comes first: with many tables each case visits
-  // every table's state once, and each miss counts.
-  TableHot* hot_;  // the table's, or kept_
-  const VELA_InputCaseIterator& cases_;
-  bool bound_ = false;
-  VariableDimension* variable_ = nullptr;  // the dimension, when it is over one variable
-  AggregationVariable::Impl* dimensionImpl_ = nullptr;
-  WeightedCell* batch_ = nullptr;  // kBatch values of the scale variable, when the budget allows
-  bool batchRefused_ = false;      // the budget was spent when this table asked
-  std::unique_ptr<TableHot> kept_;  // the record, once the table is gone
-  // One per variable of the scale statistics; tables have one at most, held
-  // without a vector's extra indirection.
-  std::unique_ptr<ScaleAccumulator> firstScale_;
-  std::vector<std::unique_ptr<ScaleAccumulator>> moreScales_;
-  TableDimension* tableDimension_ = nullptr;
+  VELA_InputCaseIterator& cases_;
+  const std::int64_t* taken_;
+  std::int64_t takenKept_ = 0;  // where taken_ points once the table is gone
+  TableDimension** tableDimension_;
+  std::shared_ptr<BatchedPass> pass_;
+  std::int64_t counted_ = 0;
+  std::int64_t preparedFor_ = -1;
+  CompensatedSum total_;
   std::unique_ptr<AggregationVariable> dimension_;
+  AggregationVariable::Impl* dimensionImpl_ = nullptr;
+  std::vector<std::unique_ptr<ScaleAccumulator>> scales_;
   std::vector<AggregationStatistic> scaleStatistics_;
   std::vector<AggregationStatistic> categoryStatistics_;
   std::vector<AggregationStatistic> totalStatistics_;

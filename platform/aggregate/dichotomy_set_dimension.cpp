@@ -1,7 +1,5 @@
 #include "platform/aggregate/dichotomy_set_dimension.h"
 
-#include <cstring>
-
 #include "platform/aggregate/cell_values.h"
 
 namespace codebook::aggregate {
@@ -12,10 +10,11 @@ constexpr int kNumericCountedLength = 8;
 
 DichotomySetDimension::DichotomySetDimension(std::vector<int> varIndexes, std::string name,
                                              const OBS* countedValue, int countedLength, bool /*countMissing*/)
-    : AggregationVariable::Impl(std::move(name)),
+    : AggregationVariable::Impl(std::move(name), count_),
       varIndexes_(std::move(varIndexes)),
       countedSource_(countedValue),
       countedLength_(countedLength) {
+  multiple_ = true;
   if (countedValue != nullptr && countedLength > 0) {
     // Anything but 8 can only be a string's cell count: copy it all now.
     const std::size_t cells = countedLength == kNumericCountedLength ? 1 : static_cast<std::size_t>(countedLength);
@@ -44,37 +43,41 @@ void DichotomySetDimension::Bind(const VELA_InputCaseIterator& cases) {
   if (stringCounted_ && !counted_.empty()) {
     countedString_ = std::string(TrimmedString(counted_.data(), counted_.size() * sizeof(OBS)));
   }
-  counts_.assign(members_.size(), 0.0);
-  held_.assign(members_.size(), false);
+  bucketOf_.assign(members_.size(), 0);
 }
 
-bool DichotomySetDimension::Holds(const SetMember& m, const OBS* cells) const {
+bool DichotomySetDimension::Holds(const data::CaseBatch& batch, const SetMember& m, std::size_t r) {
   if (m.variable == nullptr || counted_.empty()) return false;
-  const OBS* value = cells + m.offset;
+  const auto offset = static_cast<std::size_t>(m.offset);
   if (stringCounted_) {
-    return m.width > 0 && TrimmedString(value, m.width) == countedString_;
+    if (m.width == 0) return false;
+    const std::size_t cells = CellCount(m.width);
+    const OBS* value = cells == 1 ? &batch.Column(offset)[r] : gather_.At(batch, offset, cells, r);
+    return TrimmedString(value, m.width) == countedString_;
   }
-  return m.width == 0 && value->d == counted_[0].d;
+  return m.width == 0 && batch.Column(offset)[r].d == counted_[0].d;
 }
 
-void DichotomySetDimension::AddCase(const OBS* cells, double weight) {
-  total_.Add(weight);
-  bool any = false;
-  for (std::size_t i = 0; i < members_.size(); ++i) {
-    if (!Holds(members_[i], cells)) continue;
-    counts_[i] += weight;
-    if (!held_[i]) {
-      held_[i] = true;
-      ++heldCount_;
+void DichotomySetDimension::Classify(const data::CaseBatch& batch) {
+  const std::int64_t first = batch.firstOrdinal();
+  std::size_t next = 0;
+  ForEachCounted(batch, [&](std::size_t r, double) {
+    for (; next <= r; ++next) slotStarts_[next] = static_cast<std::uint32_t>(slots_.size());
+    const std::size_t start = slots_.size();
+    for (std::size_t i = 0; i < members_.size(); ++i) {
+      if (!Holds(batch, members_[i], r)) continue;
+      // A member becomes a category at the first case that holds the value.
+      if (bucketOf_[i] == 0) bucketOf_[i] = NewBucket(first + static_cast<std::int64_t>(r), false, true);
+      slots_.push_back(bucketOf_[i]);
     }
-    any = true;
-  }
-  if (!any) noneWeight_ += weight;
+    if (slots_.size() == start) slots_.push_back(kNoValue);
+  });
+  for (; next <= batch.size(); ++next) slotStarts_[next] = static_cast<std::uint32_t>(slots_.size());
 }
 
 void DichotomySetDimension::BuildCategories(CategoryList& list) const {
   for (std::size_t i = 0; i < members_.size(); ++i) {
-    if (!held_[i]) continue;
+    if (bucketOf_[i] == 0 || !Made(bucketOf_[i])) continue;
     const SetMember& m = members_[i];
     // The member variable is the category: its label, or its name.
     std::string label;
@@ -83,10 +86,10 @@ void DichotomySetDimension::BuildCategories(CategoryList& list) const {
       if (text == nullptr || *text == '\0') text = m.variable->GetName();
       if (text != nullptr) label = text;
     }
-    list.Add(std::make_unique<Category>(owner(), m.varIndex, std::vector<OBS>{}, std::move(label), counts_[i],
-                                        false));
+    list.Add(std::make_unique<Category>(owner(), m.varIndex, std::vector<OBS>{}, std::move(label),
+                                        WeightOf(bucketOf_[i]), false));
   }
-  if (!noTotal()) AddTotal(list, total_.Value());
+  if (!noTotal()) AddTotal(list);
 }
 
 }  // namespace codebook::aggregate

@@ -5,31 +5,27 @@
 #include <string>
 #include <vector>
 
+#include "platform/aggregate/counted_records.h"
 #include "platform/aggregate/dimension.h"
 #include "platform/aggregate/set_members.h"
 
 namespace codebook::aggregate {
 
-class DichotomySetDimension final : public AggregationVariable::Impl, public TableMDSet {
+class DichotomySetDimension final : public TableMDSet, public AggregationVariable::Impl {
  public:
   DichotomySetDimension(std::vector<int> varIndexes, std::string name, const OBS* countedValue,
                         int countedLength, bool countMissing);
   ~DichotomySetDimension() override;
 
-  double MissingWeight() const override { return noneWeight_; }
-  double TotalWeight() const override { return total_.Value(); }
   TableDimension& Dimension() override { return *this; }
-  std::size_t GetCategoryCount() const override { return heldCount_; }
-  const std::vector<const AggregationCategory*>& GetCategories() const override {
-    return CurrentCategories();
-  }
+  const std::vector<const AggregationCategory*>& GetCategories() const override { return CurrentCategories(); }
 
  private:
   void OnAttach(const VELA_InputCaseIterator& cases) override;
   void Bind(const VELA_InputCaseIterator& cases) override;
-  void AddCase(const OBS* cells, double weight) override;
+  void Classify(const data::CaseBatch& batch) override;
   void BuildCategories(CategoryList& list) const override;
-  bool Holds(const SetMember& member, const OBS* cells) const;
+  bool Holds(const data::CaseBatch& batch, const SetMember& member, std::size_t r);
 
   std::vector<int> varIndexes_;
   std::vector<SetMember> members_;
@@ -42,11 +38,8 @@ class DichotomySetDimension final : public AggregationVariable::Impl, public Tab
   int countedLength_;
   std::string countedString_;  // without trailing blanks
   bool stringCounted_ = false;
-  std::vector<double> counts_;
-  std::vector<bool> held_;
-  std::size_t heldCount_ = 0;
-  CompensatedSum total_;
-  double noneWeight_ = 0.0;
+  std::vector<std::uint32_t> bucketOf_;  // per member: its bucket once it held the value, else 0
+  CellGather gather_;
 };
 
 }  // namespace codebook::aggregate

@@ -2,6 +2,14 @@
 // dimension. Each kind (variable, category set, dichotomy set) derives from
 // this and from its TableDimension kind, so the procedure can tell the kinds
 // apart by dynamic type.
+//
+// A dimension counts a batch of cases in two steps. Before the procedure
+// walks the batch, Prepare() puts each case into a bucket (a category, or
+// a kind of missing) and notes where each new category was first met, which
+// is what the category count answers from while the table takes the cases.
+// Once the table has taken them, Count() adds their weights to their
+// buckets. Only the cases the table took are ever counted: a category first
+// met after the last of them stays out of every result.
 #pragma once
 
 #include <cstdint>
@@ -11,14 +19,20 @@
 
 #include "host/aggregate/aggregation_category.h"
 #include "host/aggregate/aggregation_variable.h"
-#include "host/aggregate/compensated_sum.h"
 #include "host/data/case_iterator.h"
 #include "host/data/obs.h"
 #include "platform/aggregate/category.h"
+#include "platform/data/case_batch.h"
+
+namespace codebook::aggregate {
+class CubeState;
+}
 
 class AggregationVariable::Impl {
  public:
-  explicit Impl(std::string name) : name_(std::move(name)) {}
+  // `count` is the dimension's own (its TableDimension's), which the
+  // procedure reads during the pass.
+  Impl(std::string name, CategoryCount& count);
   virtual ~Impl();
   Impl(const Impl&) = delete;
   Impl& operator=(const Impl&) = delete;
@@ -28,73 +42,100 @@ class AggregationVariable::Impl {
   // Only a single variable can be restricted to given values; sets ignore
   // the list (and free it).
   virtual void SetCategories(std::vector<std::unique_ptr<ParsedCategory>> categories);
-
-  // The dimension joins a cube over these cases. The variables are looked up
-  // lazily, at the first case or the first question about categories.
-  void Attach(const VELA_InputCaseIterator& cases) {
-    cases_ = &cases;
-    OnAttach(cases);
-  }
-  bool attached() const { return cases_ != nullptr; }
-
-  // The hot path: one case of positive weight.
-  void Add(const OBS* cells, double weight) {
-    ++generation_;
-    AddCase(cells, weight);
-  }
-  // Weight of the cases that count as missing (statistic 198).
-  virtual double MissingWeight() const = 0;
-  // Weight of every case passed (W): the table's total, kept by the
-  // dimension so that a case adds it once.
-  virtual double TotalWeight() const = 0;
   virtual TableDimension& Dimension() = 0;
 
+  // The dimension joins `cube`, whose table takes the cases of `cases`, and
+  // whose count of taken cases is at `taken`. Copies what the caller may
+  // free from then on.
+  void Attach(const VELA_InputCaseIterator& cases, codebook::aggregate::CubeState& cube, const std::int64_t* taken);
+  bool attached() const { return cases_ != nullptr; }
+  // The table's count of taken cases moved (the table went).
+  void CountTakenAt(const std::int64_t* taken) { counting_.taken = taken; }
+
+  // Buckets the counted cases of `batch`, whose cases the table may take.
+  void Prepare(const codebook::data::CaseBatch& batch);
+  // Whether Prepare saw `batch` (a dimension that joined its cube during a
+  // batch counts from the next one).
+  bool PreparedFor(const codebook::data::CaseBatch& batch) const {
+    return preparedFor_ == batch.firstOrdinal() && preparedSize_ == batch.size();
+  }
+  // Adds the weights of the records [from, to) of `batch`, taken by the table.
+  void Count(const codebook::data::CaseBatch& batch, std::size_t from, std::size_t to);
+
+  // Weight of the cases that count as missing (statistic 198).
+  double MissingWeight() const;
+  // Weight of every case counted (W): the cube's.
+  double TotalWeight() const;
   // The identity that this dimension's categories carry.
   const void* owner() const { return this; }
 
-  void EnsureBound() const {
-    if (!bound_ && cases_ != nullptr) {
-      bound_ = true;
-      const_cast<Impl*>(this)->Bind(*cases_);
-    }
-  }
-
  protected:
-  // Copies what the caller may free once the dimension is in its cube.
-  virtual void OnAttach(const VELA_InputCaseIterator& /*cases*/) {}
-  virtual void Bind(const VELA_InputCaseIterator& cases) = 0;
-  virtual void AddCase(const OBS* cells, double weight) = 0;
-  // Fills `list` with the categories in order, then the total unless
-  // SetIsTotalNo(true) was given.
-  virtual void BuildCategories(codebook::aggregate::CategoryList& list) const = 0;
+  // Buckets every dimension has; its categories come after them.
+  enum FixedBucket : std::uint32_t {
+    kNoValue = 0,       // system-missing, no valid member value, a variable the dataset lacks
+    kOtherMissing = 1,  // a missing value outside the given categories
+    kIgnored = 2,       // a valid value outside the given categories
+    kFirstCategory = 3,
+  };
+  struct BucketInfo {
+    std::int64_t first = -1;  // ordinal of the case that made it; -1: made before the pass
+    bool missing = false;     // user-missing
+    bool category = true;     // listed among the categories
+  };
 
-  // The category list, rebuilt when cases came in since the last call.
-  const std::vector<const AggregationCategory*>& CurrentCategories() const {
-    EnsureBound();
-    if (!categories_.IsCurrent(generation_)) {
-      categories_.Clear(generation_);
-      BuildCategories(categories_);
-    }
-    return categories_.view();
-  }
-  void AddTotal(codebook::aggregate::CategoryList& list, double weight) const;
-  // What Add does before AddCase, for kinds that take cases without it and
-  // note them when asked for their categories.
-  void NoteNewCase() const { ++generation_; }
+  // Looks up the variables and whatever else the cases' layout decides.
+  virtual void Bind(const VELA_InputCaseIterator& cases) = 0;
+  // Puts each counted record of `batch` into its bucket(s): one per record
+  // into `slots_` (single), or per record a run of `slots_` from
+  // `slotStarts_` (multiple; `slotStarts_` has one more entry than records).
+  virtual void Classify(const codebook::data::CaseBatch& batch) = 0;
+  // Fills `list` with the categories in order, then the total unless
+  // SetIsTotalNo(true) was given. Buckets made after the last counted case
+  // are not categories yet (see Made()).
+  virtual void BuildCategories(codebook::aggregate::CategoryList& list) const = 0;
+  virtual void OnAttach(const VELA_InputCaseIterator& /*cases*/) {}
+
+  // A new bucket; a category bucket counts toward the category count from
+  // the case `ordinal` on.
+  std::uint32_t NewBucket(std::int64_t ordinal, bool missing, bool category);
+  // A bucket made before the pass (a given category).
+  std::uint32_t FixedCategory(bool missing);
+  // Whether bucket b had its first case among those counted.
+  bool Made(std::uint32_t b) const;
+  double WeightOf(std::uint32_t b) const { return weights_[b]; }
+  const BucketInfo& InfoOf(std::uint32_t b) const { return info_[b]; }
+  std::size_t BucketCount() const { return weights_.size(); }
+
+  // The category list, rebuilt when cases were counted since the last call.
+  // The cube counts what its table took first.
+  const std::vector<const AggregationCategory*>& CurrentCategories() const;
+  void AddTotal(codebook::aggregate::CategoryList& list) const;
 
   const std::string& name() const { return name_; }
   const VELA_InputCaseIterator* cases() const { return cases_; }
   bool noTotal() const { return noTotal_; }
   bool excludeUserMissing() const { return excludeUserMissing_; }
+  bool multiple_ = false;  // records may fall into several buckets
+  std::vector<std::uint32_t> slots_;
+  std::vector<std::uint32_t> slotStarts_;
 
  private:
   std::string name_;
   bool noTotal_ = false;
   bool excludeUserMissing_ = true;
+  CategoryCount& counting_;
   const VELA_InputCaseIterator* cases_ = nullptr;
-  mutable bool bound_ = false;
-  mutable std::uint64_t generation_ = 0;
-  mutable codebook::aggregate::CategoryList categories_;
+  codebook::aggregate::CubeState* cube_ = nullptr;
+  bool bound_ = false;
+  std::int64_t preparedFor_ = -1;
+  std::size_t preparedSize_ = 0;
+  std::vector<double> weights_;  // per bucket
+  std::vector<BucketInfo> info_;
+  std::size_t categories_ = 0;   // category buckets, in all
+  std::vector<std::int64_t> batchFirsts_;  // ordinals of the categories new in the batch being walked
+  std::uint64_t generation_ = 0;  // counts of the buckets changed
+  mutable std::uint64_t built_ = ~std::uint64_t{0};
+  mutable codebook::aggregate::CategoryList list_;
 };
 
 namespace codebook::aggregate {

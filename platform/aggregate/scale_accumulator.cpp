@@ -7,94 +7,115 @@
 
 namespace codebook::aggregate {
 
-void ScaleAccumulator::Bind(const VELA_InputCaseIterator& cases) {
-  variable_ = cases.GetVariable(varIndex_);
-  offset_ = cases.CellOffset(varIndex_);
-  if (variable_ == nullptr || offset_ < 0) {
-    mode_ = Mode::kUnknownVariable;
-  } else {
-    mode_ = variable_->GetType() <= 0 ? Mode::kNumeric : Mode::kString;
-  }
-}
-
 ScaleAccumulator::~ScaleAccumulator() = default;
 
-void ScaleAccumulator::AddBatch(const WeightedCell* values, std::size_t n) {
-  if (n == 0) return;
-  ++generation_;
-  if (runs_) {
-    for (std::size_t i = 0; i < n; ++i) AddNumber(values[i].value, values[i].weight);
+void ScaleAccumulator::Bind(const VELA_InputCaseIterator& cases) {
+  bound_ = true;
+  variable_ = cases.GetVariable(varIndex_);
+  const int offset = cases.CellOffset(varIndex_);
+  if (variable_ == nullptr || offset < 0) {
+    mode_ = Mode::kUnknownVariable;
     return;
   }
-  // Most values of a batch were met before: they are found inline, with the
-  // slot of a value a few places ahead already on its way into the cache.
-  // Codes and system-missing values (never in the map) and new values take
-  // AddNumber.
-  constexpr std::size_t kAhead = 16;
-  for (std::size_t i = 0; i < n; ++i) {
-    if (i + kAhead < n) {
-      if (const void* slot = values_.SlotAddress(NumericKey(values[i + kAhead].value))) __builtin_prefetch(slot);
-    }
-    const double x = values[i].value;
-    if (SmallIntegerCounts::IndexOf(x) < 0) {
-      if (auto* entry = values_.FindExisting(NumericKey(x))) {
-        AddWeight(*entry, values[i].weight);
-        continue;
+  offset_ = static_cast<std::size_t>(offset);
+  if (variable_->GetType() <= 0) {
+    mode_ = Mode::kNumeric;
+  } else {
+    mode_ = Mode::kString;
+    cells_ = CellCount(static_cast<std::size_t>(variable_->GetType()));
+  }
+}
+
+void ScaleAccumulator::Count(const data::CaseBatch& batch, std::size_t from, std::size_t to) {
+  if (from >= to) return;
+  ++generation_;
+  switch (mode_) {
+    case Mode::kNumeric:
+      CountNumbers(batch, from, to);
+      break;
+    case Mode::kString:
+      CountStrings(batch, from, to);
+      break;
+    case Mode::kUnknownVariable:
+      ForEachCounted(batch, from, to, [&](std::size_t, double w) { sysmisWeight_ += w; });
+      break;
+  }
+}
+
+void ScaleAccumulator::CountNumbers(const data::CaseBatch& batch, std::size_t from, std::size_t to) {
+  const OBS* column = batch.Column(offset_);
+  ForEachCounted(batch, from, to, [&](std::size_t r, double w) {
+    const double x = column[r].d;
+    if (x >= 0.0 && x < 256.0) {
+      const auto k = static_cast<std::size_t>(x);
+      if (static_cast<double>(k) == x) {
+        if (codeState_[k] == 0) NewCode(k, &column[r]);
+        codeWeights_[k] += w;
+        return;
       }
     }
-    AddNumber(x, values[i].weight);
-  }
-}
-
-void ScaleAccumulator::NewCode(int k, const OBS* cell) {
-  codes_->OpenSlot(k, variable_->IsMissing(cell) != 0);
-}
-
-void ScaleAccumulator::ReleaseCodes() {
-  if (codes_ == nullptr) return;
-  codes_->DrainSlots([&](int k, double weight, bool missing) {
-    double* slot = small_.Find(k);
-    if (slot == nullptr) slot = &small_.Insert(k, missing);
-    *slot += weight;
+    if (IsSystemMissing(x)) {
+      sysmisWeight_ += w;
+      return;
+    }
+    AddValue(x, &column[r], w);
   });
-  codes_ = nullptr;
-  ++generation_;
 }
 
-void ScaleAccumulator::MarkIfMissing(NumericEntry<NoExtra>& entry, const OBS* cell) {
-  if (variable_->IsMissing(cell)) entry.weight = -0.0;
+void ScaleAccumulator::NewCode(std::size_t k, const OBS* cell) {
+  codeState_[k] = variable_->IsMissing(cell) ? 2 : 1;
+  anyCode_ = true;
 }
 
-void ScaleAccumulator::AddString(const OBS* cells, double weight) {
-  // Strings have valid and missing counts but no distinct values to keep.
-  if (variable_->IsMissing(cells)) {
-    sysmisWeight_ += weight;
-  } else {
-    validStringWeight_ += weight;
+void ScaleAccumulator::AddValue(double x, const OBS* cell, double weight) {
+  x = NumericKey(x);
+  if (runs_) {
+    runs_->Add(x, variable_->IsMissing(cell) ? -weight : weight);
+    return;
   }
-  ++generation_;
+  bool inserted = false;
+  auto& entry = values_.FindOrInsert(x, inserted);
+  // Missing values are decided once per distinct value.
+  if (inserted && variable_->IsMissing(cell)) entry.weight = -0.0;
+  AddWeight(entry, weight);
+  if (inserted && values_.size() >= kRunsFrom) SwitchToRuns();  // after the last use of `entry`
+}
+
+void ScaleAccumulator::CountStrings(const data::CaseBatch& batch, std::size_t from, std::size_t to) {
+  // Strings have valid and missing counts but no distinct values to keep.
+  const OBS* column = batch.Column(offset_);
+  ForEachCounted(batch, from, to, [&](std::size_t r, double w) {
+    const OBS* cells = cells_ == 1 ? &column[r] : gather_.At(batch, offset_, cells_, r);
+    if (variable_->IsMissing(cells)) {
+      sysmisWeight_ += w;
+    } else {
+      validStringWeight_ += w;
+    }
+  });
 }
 
 void ScaleAccumulator::Finish() {
-  // The table's inline path counts codes without telling the accumulator,
-  // but only codes already in the record, which the last Finish emptied.
-  if (finished_ == generation_ && (codes_ == nullptr || codes_->seen == 0)) return;
+  if (finished_ == generation_) return;
   finished_ = generation_;
-  const auto take = [&](double value, double weight, bool missing) {
-    if (runs_) {
-      runs_->Add(value, missing ? -weight : weight);
-      return;
+  // The codes join the other distinct values: the statistics read one
+  // sorted list.
+  if (anyCode_) {
+    for (std::size_t k = 0; k < codeState_.size(); ++k) {
+      if (codeState_[k] == 0) continue;
+      const double weight = codeWeights_[k];
+      const bool missing = codeState_[k] == 2;
+      if (runs_) {
+        runs_->Add(static_cast<double>(k), missing ? -weight : weight);
+      } else {
+        bool inserted = false;
+        auto& entry = values_.FindOrInsert(static_cast<double>(k), inserted);
+        if (inserted && missing) entry.weight = -0.0;
+        AddWeight(entry, weight);
+      }
+      codeState_[k] = 0;
+      codeWeights_[k] = 0.0;
     }
-    bool inserted = false;
-    auto& entry = values_.FindOrInsert(value, inserted);
-    if (inserted && missing) entry.weight = -0.0;
-    AddWeight(entry, weight);
-  };
-  small_.ForEach(take);
-  small_.Clear();
-  if (codes_ != nullptr) {
-    // Moved out like small_'s: a later case of a code starts its slot again.
-    codes_->DrainSlots([&](int k, double weight, bool missing) { take(static_cast<double>(k), weight, missing); });
+    anyCode_ = false;
   }
   auto sorted = SortedValues();
   moments_ = ComputeMoments(sorted);

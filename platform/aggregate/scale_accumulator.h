@@ -2,23 +2,23 @@
 // all cases. Memory grows with the distinct values, never with the cases.
 #pragma once
 
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
-#include "host/aggregate/table_hot.h"
 #include "host/data/case_iterator.h"
-#include "platform/aggregate/cell_values.h"
-#include "platform/aggregate/hot_arena.h"
+#include "platform/aggregate/counted_records.h"
 #include "platform/aggregate/numeric_weight_map.h"
-#include "platform/aggregate/small_integer_counts.h"
 #include "platform/aggregate/sorted_runs.h"
 #include "platform/aggregate/weighted_statistics.h"
+#include "platform/data/case_batch.h"
 
 namespace codebook::aggregate {
 
-class ScaleAccumulator : public HotStorage {
+class ScaleAccumulator {
  public:
   explicit ScaleAccumulator(int varIndex) : varIndex_(varIndex) {}
   ~ScaleAccumulator();
@@ -27,38 +27,13 @@ class ScaleAccumulator : public HotStorage {
 
   int varIndex() const { return varIndex_; }
   void Bind(const VELA_InputCaseIterator& cases);
-  // After Bind: whether the variable is numeric, and its cell.
-  bool numeric() const { return mode_ == Mode::kNumeric; }
-  int offset() const { return offset_; }
+  bool bound() const { return bound_; }
+  // Whether the values are continuous so far (almost all distinct): what
+  // decides how much a case costs, for sharing tables among threads.
+  bool continuous() const { return runs_ != nullptr; }
 
-  // Returns whether the weight went into the table's record (a code slot).
-  bool Add(const OBS* cells, double weight) {
-    switch (mode_) {
-      case Mode::kNumeric:
-        ++generation_;
-        return AddNumber(cells[offset_].d, weight);
-      case Mode::kString:
-        AddString(cells + offset_, weight);
-        return false;
-      case Mode::kUnknownVariable:
-        sysmisWeight_ += weight;
-        return false;
-    }
-    return false;
-  }
-
-  // Values of the numeric variable that its table gathered.
-  void AddBatch(const WeightedCell* values, std::size_t n);
-  // The codes 0..15 are counted in the table's record from now on, where
-  // the table's inline path counts them too.
-  void CountCodesIn(TableHot& hot) { codes_ = &hot; }
-  // The record moved (its table is gone).
-  void MoveCodes(TableHot& hot) {
-    if (codes_ != nullptr) codes_ = &hot;
-  }
-  // The codes leave the record for this accumulator, their weights for the
-  // record's total, and later codes are counted here.
-  void ReleaseCodes();
+  // Adds the records [from, to) of `batch`.
+  void Count(const data::CaseBatch& batch, std::size_t from, std::size_t to);
 
   // Results; the first call after new cases sorts the distinct values.
   double ValidWeight();
@@ -68,63 +43,37 @@ class ScaleAccumulator : public HotStorage {
 
  private:
   enum class Mode { kUnknownVariable, kNumeric, kString };
+  // Past this many distinct values the data are continuous: most cases
+  // bring a new value, and sorted runs beat hashing in time and memory.
+  static constexpr std::size_t kRunsFrom = 1 << 12;
 
-  // Returns whether the weight went into the table's record.
-  bool AddNumber(double x, double weight) {
-    if (IsSystemMissing(x)) {
-      sysmisWeight_ += weight;
-      return false;
-    }
-    OBS cell;
-    cell.d = x;
-    if (const int k = SmallIntegerCounts::IndexOf(x); k >= 0) {
-      if (codes_ != nullptr && k < TableHot::kCodeSlots) {
-        AddCode(k, &cell, weight);
-        return true;
-      }
-      double* slot = small_.Find(k);
-      if (slot == nullptr) slot = &small_.Insert(k, variable_->IsMissing(&cell) != 0);
-      *slot += weight;
-      return false;
-    }
-    if (runs_) {
-      runs_->Add(NumericKey(x), variable_->IsMissing(&cell) ? -weight : weight);
-      return false;
-    }
-    bool inserted = false;
-    auto& entry = values_.FindOrInsert(NumericKey(x), inserted);
-    if (inserted) MarkIfMissing(entry, &cell);
-    AddWeight(entry, weight);
-    if (inserted && values_.size() >= kRunsFrom) SwitchToRuns();  // after the last use of `entry`
-    return false;
-  }
+  void CountNumbers(const data::CaseBatch& batch, std::size_t from, std::size_t to);
+  void CountStrings(const data::CaseBatch& batch, std::size_t from, std::size_t to);
+  // A number that is no code 0..255 and not system-missing.
+  void AddValue(double x, const OBS* cell, double weight);
+  void NewCode(std::size_t k, const OBS* cell);
   // A user-missing value carries its weight negated: one probe per case
   // serves valid and missing values, and entries stay 16 bytes.
   static void AddWeight(NumericEntry<NoExtra>& entry, double weight) {
     entry.weight += std::copysign(weight, entry.weight);
   }
-  // Past this many distinct values the data are continuous: most cases
-  // bring a new value, and sorted runs beat hashing in time and memory.
-  static constexpr std::size_t kRunsFrom = 1 << 12;
-  void AddCode(int k, const OBS* cell, double weight) {
-    if (((codes_->seen >> k) & 1u) == 0) NewCode(k, cell);
-    codes_->counts[k] += weight;
-  }
-  void NewCode(int k, const OBS* cell);
   void SwitchToRuns();
   std::span<NumericEntry<NoExtra>> SortedValues();
-  void AddString(const OBS* cells, double weight);
-  void MarkIfMissing(NumericEntry<NoExtra>& entry, const OBS* cell);
   void Finish();
 
   int varIndex_;
+  bool bound_ = false;
   Mode mode_ = Mode::kUnknownVariable;
   const VELA_Variable* variable_ = nullptr;
-  int offset_ = -1;
+  std::size_t offset_ = 0;
+  std::size_t cells_ = 1;
+  // The integer codes 0..255 by index: weights, and whether each is met
+  // (1) or met and user-missing (2).
+  std::array<double, 256> codeWeights_{};
+  std::array<std::uint8_t, 256> codeState_{};
+  bool anyCode_ = false;
   NumericWeightMap<> values_;
   std::unique_ptr<SortedRuns> runs_;  // replaces values_ once the data look continuous
-  SmallIntegerCounts small_;  // integers 0..255, moved into values_ when results are asked
-  TableHot* codes_ = nullptr;  // when set, holds the codes 0..15 instead of small_
   double sysmisWeight_ = 0.0;  // system-missing, and every missing string
   double validStringWeight_ = 0.0;
   std::uint64_t generation_ = 0;
@@ -132,6 +81,7 @@ class ScaleAccumulator : public HotStorage {
   Moments moments_;
   PercentileBase percentileBase_;
   double userMissingWeight_ = 0.0;
+  CellGather gather_;
 };
 
 }  // namespace codebook::aggregate

@@ -8,21 +8,21 @@
 namespace codebook::aggregate {
 
 VariableDimension::VariableDimension(int varIndex, std::string name)
-    : AggregationVariable::Impl(std::move(name)), varIndex_(varIndex) {}
+    : AggregationVariable::Impl(std::move(name), count_), varIndex_(varIndex) {}
 
 VariableDimension::~VariableDimension() = default;
 
 void VariableDimension::SetCategories(std::vector<std::unique_ptr<ParsedCategory>> categories) {
   restricted_ = true;
-  hot_->kind = TableHot::kGeneral;  // only the given values count from now on
   given_.clear();
   for (const auto& category : categories) {
     if (category == nullptr || category->value() == nullptr) continue;
     given_.push_back({std::vector<OBS>{*category->value()}, category->value()});
   }
-  // Exactly these categories, whatever was met before.
-  categoryCount_ = given_.size();
-  // The categories themselves are no longer needed: their values are kept.
+  // Exactly these categories: the count is theirs from the start.
+  count_.before = given_.size();
+  // The rest of a long string value is copied now if the dimension has
+  // joined its cube already (the width is known).
   if (cases() != nullptr) OnAttach(*cases());
 }
 
@@ -38,141 +38,135 @@ void VariableDimension::OnAttach(const VELA_InputCaseIterator& cases) {
 
 void VariableDimension::Bind(const VELA_InputCaseIterator& cases) {
   variable_ = cases.GetVariable(varIndex_);
-  offset_ = cases.CellOffset(varIndex_);
-  if (variable_ == nullptr || offset_ < 0) {
+  const int offset = cases.CellOffset(varIndex_);
+  if (variable_ == nullptr || offset < 0) {
     mode_ = Mode::kUnknownVariable;
   } else if (variable_->GetType() <= 0) {
     mode_ = Mode::kNumeric;
   } else {
     mode_ = Mode::kString;
     width_ = static_cast<std::size_t>(variable_->GetType());
+    cells_ = CellCount(width_);
   }
+  offset_ = offset < 0 ? 0 : static_cast<std::size_t>(offset);
 
+  // Each given value is a category from the start; equal given values
+  // share the bucket of the first.
   givenCells_.clear();
-  for (std::size_t i = 0; i < given_.size(); ++i) {
-    const GivenValue& g = given_[i];
+  for (const GivenValue& g : given_) {
     std::vector<OBS> cells;
     if (mode_ == Mode::kString) {
       // Blank-padded to the variable's width whatever was copied.
-      cells.assign(CellCount(width_), OBS{});
+      cells.assign(cells_, OBS{});
       std::memset(cells.data(), ' ', cells.size() * sizeof(OBS));
       std::memcpy(cells.data(), g.cells.data(), std::min(cells.size(), g.cells.size()) * sizeof(OBS));
+      const std::uint32_t b = FixedCategory(variable_->IsMissing(cells.data()) != 0);
       bool inserted = false;
       auto& entry = strings_.FindOrInsert(PaddedKey(cells.data()), inserted);
-      if (inserted) {
-        entry.member = static_cast<std::int32_t>(i);
-        entry.missing = variable_->IsMissing(cells.data()) != 0;
-      }
+      if (inserted) entry.member = static_cast<std::int32_t>(b);
     } else {
       cells.push_back(g.cells[0]);
+      const std::uint32_t b = FixedCategory(mode_ == Mode::kNumeric && variable_->IsMissing(cells.data()) != 0);
       if (mode_ == Mode::kNumeric && !IsSystemMissing(cells[0].d)) {
         bool inserted = false;
         auto& entry = numbers_.FindOrInsert(NumericKey(cells[0].d), inserted);
-        if (inserted) {
-          entry.extra.given = static_cast<std::int32_t>(i);
-          entry.extra.missing = variable_->IsMissing(cells.data()) != 0;
-        }
+        if (inserted) entry.extra.bucket = b;
       }
     }
     givenCells_.push_back(std::move(cells));
   }
 }
 
-bool VariableDimension::AddNumericSlow(const OBS* cell, double weight) {
-  const double x = cell->d;
-  if (IsSystemMissing(x)) {
-    sysmisWeight_ += weight;
-    return false;
+void VariableDimension::Classify(const data::CaseBatch& batch) {
+  switch (mode_) {
+    case Mode::kNumeric:
+      ClassifyNumbers(batch);
+      break;
+    case Mode::kString:
+      ClassifyStrings(batch);
+      break;
+    case Mode::kUnknownVariable:
+      // A variable the dataset does not have holds no value.
+      ForEachCounted(batch, [&](std::size_t r, double) { slots_[r] = kNoValue; });
+      break;
   }
+}
+
+void VariableDimension::ClassifyNumbers(const data::CaseBatch& batch) {
+  const OBS* column = batch.Column(offset_);
+  std::uint32_t* slots = slots_.data();
+  const std::int64_t first = batch.firstOrdinal();
+  if (restricted_) {
+    ForEachCounted(batch, [&](std::size_t r, double) { slots[r] = NumberBucket(&column[r], first + static_cast<std::int64_t>(r)); });
+    return;
+  }
+  // A code met before, what almost every case of a categorical variable
+  // is, costs a comparison, a conversion and a load.
+  const std::uint32_t* codes = codes_.data();
+  ForEachCounted(batch, [&](std::size_t r, double) {
+    const double x = column[r].d;
+    if (x >= 0.0 && x < 256.0) {
+      const auto k = static_cast<std::uint32_t>(x);
+      if (static_cast<double>(k) == x && codes[k] != 0) {
+        slots[r] = codes[k];
+        return;
+      }
+    }
+    slots[r] = NumberBucket(&column[r], first + static_cast<std::int64_t>(r));
+  });
+}
+
+std::uint32_t VariableDimension::NumberBucket(const OBS* cell, std::int64_t ordinal) {
+  const double x = cell->d;
+  if (IsSystemMissing(x)) return kNoValue;
   if (restricted_) {
     // Only the given values are counted; the map holds them already.
-    if (auto* entry = numbers_.Find(NumericKey(x))) {
-      entry->weight += weight;
-    } else if (variable_->IsMissing(cell)) {
-      otherMissingWeight_ += weight;
-    }
-    return false;
+    if (const auto* entry = numbers_.Find(NumericKey(x))) return entry->extra.bucket;
+    return variable_->IsMissing(cell) ? kOtherMissing : kIgnored;
   }
-  if (const int k = SmallIntegerCounts::IndexOf(x); k >= 0) {
-    if (k < TableHot::kCodeSlots) {
-      if (((hot_->seen >> k) & 1u) == 0) OnNewCode(k, cell);
-      hot_->counts[k] += weight;
-      return true;
-    }
-    double* slot = small_.Find(k);
-    if (slot == nullptr) slot = &OnNewSmall(k, cell);
-    *slot += weight;
-    return false;
+  // Missing values are decided once per distinct value, not per case.
+  const auto make = [&] {
+    const bool missing = variable_->IsMissing(cell) != 0;
+    const std::uint32_t b = NewBucket(ordinal, missing, !(missing && excludeUserMissing()));
+    if (numberOf_.size() <= b) numberOf_.resize(b + 1, 0.0);
+    numberOf_[b] = NumericKey(x);
+    return b;
+  };
+  if (x >= 0.0 && x < 256.0 && static_cast<double>(static_cast<int>(x)) == x) {
+    std::uint32_t& code = codes_[static_cast<std::size_t>(x)];
+    if (code == 0) code = make();
+    return code;
   }
   bool inserted = false;
   auto& entry = numbers_.FindOrInsert(NumericKey(x), inserted);
-  if (inserted) OnNewNumeric(entry, cell);
-  entry.weight += weight;
-  return false;
+  if (inserted) entry.extra.bucket = make();
+  return entry.extra.bucket;
 }
 
-const std::vector<const AggregationCategory*>& VariableDimension::GetCategories() const {
-  // Cases of known codes reach only the record's slots, inline; any other
-  // case goes through the general path, which counts it.
-  if (casesNoted_ != hot_->generalCases || std::memcmp(countsNoted_, hot_->counts, sizeof countsNoted_) != 0) {
-    casesNoted_ = hot_->generalCases;
-    std::memcpy(countsNoted_, hot_->counts, sizeof countsNoted_);
-    NoteNewCase();
-  }
-  return CurrentCategories();
+void VariableDimension::ClassifyStrings(const data::CaseBatch& batch) {
+  std::uint32_t* slots = slots_.data();
+  const std::int64_t first = batch.firstOrdinal();
+  const OBS* column = batch.Column(offset_);
+  ForEachCounted(batch, [&](std::size_t r, double) {
+    const OBS* cells = cells_ == 1 ? &column[r] : gather_.At(batch, offset_, cells_, r);
+    slots[r] = StringBucket(cells, first + static_cast<std::int64_t>(r));
+  });
 }
 
-double& VariableDimension::OnNewSmall(int k, const OBS* cell) {
-  const bool missing = variable_->IsMissing(cell) != 0;
-  if (!(missing && excludeUserMissing())) ++categoryCount_;
-  return small_.Insert(k, missing);
-}
-
-void VariableDimension::OnNewCode(int k, const OBS* cell) {
-  const bool missing = variable_->IsMissing(cell) != 0;
-  if (!(missing && excludeUserMissing())) ++categoryCount_;
-  hot_->OpenSlot(k, missing);
-}
-
-void VariableDimension::OnNewNumeric(NumericEntry<NumericInfo>& entry, const OBS* cell) {
-  // Missing values are decided once per distinct value, not per case.
-  entry.extra.missing = variable_->IsMissing(cell) != 0;
-  if (!(entry.extra.missing && excludeUserMissing())) ++categoryCount_;
-}
-
-void VariableDimension::AddString(const OBS* cells, double weight) {
+std::uint32_t VariableDimension::StringBucket(const OBS* cells, std::int64_t ordinal) {
   const std::string_view key = PaddedKey(cells);
   if (restricted_) {
-    if (auto* entry = strings_.Find(key)) {
-      entry->weight += weight;
-    } else if (variable_->IsMissing(cells)) {
-      otherMissingWeight_ += weight;
-    }
-    return;
+    if (const auto* entry = strings_.Find(key)) return static_cast<std::uint32_t>(entry->member);
+    return variable_->IsMissing(cells) ? kOtherMissing : kIgnored;
   }
   bool inserted = false;
   auto& entry = strings_.FindOrInsert(key, inserted);
-  if (inserted) OnNewString(entry, cells);
-  entry.weight += weight;
-}
-
-void VariableDimension::OnNewString(StringWeightMap::Entry& entry, const OBS* cells) {
-  entry.missing = variable_->IsMissing(cells) != 0;
-  if (!(entry.missing && excludeUserMissing())) ++categoryCount_;
-}
-
-double VariableDimension::MissingWeight() const {
-  double missing = sysmisWeight_ + otherMissingWeight_;
-  numbers_.ForEach([&](const auto& e) {
-    if (e.extra.missing) missing += e.weight;
-  });
-  ForEachCode([&](double, double weight, bool isMissing) {
-    if (isMissing) missing += weight;
-  });
-  strings_.ForEach([&](const auto& e) {
-    if (e.missing) missing += e.weight;
-  });
-  return missing;
+  if (inserted) {
+    const bool missing = variable_->IsMissing(cells) != 0;
+    entry.missing = missing;
+    entry.member = static_cast<std::int32_t>(NewBucket(ordinal, missing, !(missing && excludeUserMissing())));
+  }
+  return static_cast<std::uint32_t>(entry.member);
 }
 
 void VariableDimension::BuildCategories(CategoryList& list) const {
@@ -180,39 +174,35 @@ void VariableDimension::BuildCategories(CategoryList& list) const {
     for (const std::vector<OBS>& cells : givenCells_) {
       double weight = 0.0;
       if (mode_ == Mode::kNumeric && !IsSystemMissing(cells[0].d)) {
-        if (const auto* e = numbers_.Find(NumericKey(cells[0].d))) weight = e->weight;
+        if (const auto* e = numbers_.Find(NumericKey(cells[0].d))) weight = WeightOf(e->extra.bucket);
       } else if (mode_ == Mode::kString) {
-        if (const auto* e = strings_.Find(PaddedKey(cells.data()))) weight = e->weight;
+        if (const auto* e = strings_.Find(PaddedKey(cells.data()))) weight = WeightOf(static_cast<std::uint32_t>(e->member));
       }
-      list.Add(std::make_unique<Category>(owner(), varIndex_, cells, ValueLabelOf(variable_, cells.data()),
-                                          weight, false));
+      list.Add(std::make_unique<Category>(owner(), varIndex_, cells, ValueLabelOf(variable_, cells.data()), weight,
+                                          false));
     }
   } else if (mode_ == Mode::kNumeric) {
-    std::vector<NumericEntry<NumericInfo>> entries;
-    entries.reserve(numbers_.size());
-    numbers_.ForEach([&](const auto& e) {
-      if (!(e.extra.missing && excludeUserMissing())) entries.push_back(e);
-    });
-    ForEachCode([&](double value, double weight, bool missing) {
-      if (!(missing && excludeUserMissing())) entries.push_back({value, weight, NumericInfo{-1, missing}});
-    });
-    std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.value < b.value; });
-    for (const auto& e : entries) {
+    std::vector<std::uint32_t> buckets;
+    for (std::uint32_t b = kFirstCategory; b < numberOf_.size(); ++b) {
+      if (InfoOf(b).category && Made(b)) buckets.push_back(b);
+    }
+    std::sort(buckets.begin(), buckets.end(), [&](std::uint32_t a, std::uint32_t b) { return numberOf_[a] < numberOf_[b]; });
+    for (const std::uint32_t b : buckets) {
       OBS cell;
-      cell.d = e.value;
-      list.Add(std::make_unique<Category>(owner(), varIndex_, std::vector<OBS>{cell},
-                                          ValueLabelOf(variable_, &cell), e.weight, false));
+      cell.d = numberOf_[b];
+      list.Add(std::make_unique<Category>(owner(), varIndex_, std::vector<OBS>{cell}, ValueLabelOf(variable_, &cell),
+                                          WeightOf(b), false));
     }
   } else if (mode_ == Mode::kString) {
     for (const auto* e : strings_.SortedEntries()) {
-      if (e->missing && excludeUserMissing()) continue;
+      const auto b = static_cast<std::uint32_t>(e->member);
+      if (!InfoOf(b).category || !Made(b)) continue;
       std::vector<OBS> cells = PaddedCells(strings_.Key(*e), width_);
       std::string label = ValueLabelOf(variable_, cells.data());
-      list.Add(std::make_unique<Category>(owner(), varIndex_, std::move(cells), std::move(label), e->weight,
-                                          false));
+      list.Add(std::make_unique<Category>(owner(), varIndex_, std::move(cells), std::move(label), WeightOf(b), false));
     }
   }
-  if (!noTotal()) AddTotal(list, hot_->TotalWeight());
+  if (!noTotal()) AddTotal(list);
 }
 
 }  // namespace codebook::aggregate

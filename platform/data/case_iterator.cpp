@@ -1,5 +1,5 @@
-// ProcDSIterator (host/data/case_iterator.h): one virtual call into its
-// source per case, nothing allocated per case.
+// ProcDSIterator (host/data/case_iterator.h): walks its source's batches one
+// case at a time; nothing is copied or allocated per case.
 #include "platform/data/case_source.h"
 
 ProcDSIterator::ProcDSIterator(std::unique_ptr<Source> source) : source_(std::move(source)) {}
@@ -7,18 +7,17 @@ ProcDSIterator::ProcDSIterator(std::unique_ptr<Source> source) : source_(std::mo
 ProcDSIterator::~ProcDSIterator() = default;
 
 int ProcDSIterator::NextCase() {
-  Source::CaseRef ref;
-  if (!source_ || !source_->Next(ref)) {
-    current_ = nullptr;
+  if (!source_ || !source_->Next()) {
     weight_ = 1.0;
     splitGroupEnd_ = false;
     return 0;
   }
-  current_ = ref.cells;
-  weight_ = ref.weight;
-  splitGroupEnd_ = ref.splitGroupEnd;
+  weight_ = source_->Weight();
+  splitGroupEnd_ = source_->SplitGroupEnd();
   return 1;
 }
+
+const OBS* ProcDSIterator::CurrentCase() const { return source_ ? source_->Row() : nullptr; }
 
 int ProcDSIterator::CellOffset(int varIndex) const {
   return source_ ? source_->CellOffset(varIndex) : -1;

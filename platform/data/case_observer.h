@@ -4,16 +4,17 @@
 // pass instead of reading the data again.
 #pragma once
 
-#include "host/data/obs.h"
+#include "platform/data/case_batch.h"
 
 namespace codebook::data {
 
 class CaseObserver {
  public:
   virtual ~CaseObserver() = default;
-  // One selected case: its cells and its weight as the pass sees it
-  // (system-missing for a missing weight; 1 when unweighted).
-  virtual void Observe(const OBS* cells, double weight) = 0;
+  // The selected cases of a batch, with their weights as the pass sees
+  // them (system-missing for a missing weight; 1 when unweighted). A
+  // split-group end, if the batch has one, is its last record and no case.
+  virtual void Observe(const CaseBatch& batch) = 0;
 };
 
 }  // namespace codebook::data

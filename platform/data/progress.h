@@ -26,4 +26,12 @@ inline void ReportProgress(std::int64_t casesRead) {
   }
 }
 
+// The same for a batch of cases that took the count from `before` to
+// `after`: one report when the batch passed a multiple of the interval.
+inline void ReportProgress(std::int64_t before, std::int64_t after) {
+  if (detail::progressCallback != nullptr && (before / kProgressInterval) != (after / kProgressInterval)) {
+    detail::progressCallback(after);
+  }
+}
+
 }  // namespace codebook::data

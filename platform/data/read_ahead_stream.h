@@ -1,6 +1,6 @@
-// A case stream that decodes on a second thread, a few blocks ahead of its
+// A case stream that decodes on a second thread, a batch ahead of its
 // reader: a pass then costs about the larger of decoding and aggregating
-// instead of their sum. Memory stays bounded by a few blocks.
+// instead of their sum. Memory stays bounded by a few batches.
 #pragma once
 
 #include <cstddef>

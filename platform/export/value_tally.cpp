@@ -1,5 +1,6 @@
 #include "platform/export/value_tally.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace codebook::exporting {
@@ -19,8 +20,9 @@ ValueTally::ValueTally(const data::Dataset& dataset, int weightIndex, TallyOptio
   for (int i = 0; i < count; ++i) {
     if (tallied_[static_cast<std::size_t>(i)] == 0) continue;
     const data::Variable* variable = dictionary.GetVariable(i);
+    const std::size_t cells = variable->IsNumeric() ? 1 : (static_cast<std::size_t>(variable->GetType()) + 7) / 8;
     columns_.push_back({static_cast<std::size_t>(i), variable, dictionary.CellOffset(i), variable->IsNumeric(),
-                        !variable->Missing().Empty()});
+                        !variable->Missing().Empty(), std::max<std::size_t>(cells, 1)});
   }
 }
 
@@ -36,54 +38,72 @@ void ValueTally::Count(VariableTally& tally, Map& counts, const Key& key) const 
   }
 }
 
-void ValueTally::Observe(const OBS* cells, double weight) {
-  // A case whose weight is zero, negative or missing takes part in no
-  // statistic; the unweighted counts are those of every case, as if the
-  // cases were not weighted.
-  ++cases_;
-  const bool weighs = weight > 0 && std::isfinite(weight);
-  if (weight_ != nullptr && !weighs) {
-    const double raw = cells[weightOffset_].d;
-    if (raw == kSysmis || !std::isfinite(raw) || weight_->IsMissing(cells + weightOffset_)) {
+void ValueTally::ObserveWeights(const data::CaseBatch& batch) {
+  if (weight_ == nullptr) return;
+  const std::vector<double>& weights = batch.weights();
+  const OBS* raw = batch.Column(static_cast<std::size_t>(weightOffset_));
+  for (std::size_t r = 0; r < batch.cases(); ++r) {
+    const double weight = weights[r];
+    if (weight > 0 && std::isfinite(weight)) continue;
+    const double value = raw[r].d;
+    if (value == kSysmis || !std::isfinite(value) || weight_->IsMissing(&raw[r])) {
       ++weights_.missing;
-    } else if (raw == 0) {
+    } else if (value == 0) {
       ++weights_.zero;
     } else {
       ++weights_.negative;
     }
   }
+}
+
+void ValueTally::Observe(const data::CaseBatch& batch) {
+  // A case whose weight is zero, negative or missing takes part in no
+  // statistic; the unweighted counts are those of every case, as if the
+  // cases were not weighted.
+  const std::size_t cases = batch.cases();
+  cases_ += static_cast<std::int64_t>(cases);
+  ObserveWeights(batch);
+  const std::vector<double>& weights = batch.weights();
   const bool countValues = options_.countValues;
-  if (!weighs && !countValues) return;
   for (const Column& column : columns_) {
     VariableTally& tally = tallies_[column.index];
-    const OBS* value = cells + column.offset;
-    bool missing = false;
-    if (column.numeric) {
-      const double number = value->d;
-      const bool system = number == kSysmis || std::isnan(number);
-      if (countValues && !system) Count(tally, tally.numberCounts, number);
-      if (!weighs) continue;
-      missing = system || (column.hasMissing && column.variable->IsMissing(value));
-      if (!missing) {
-        tally.min = std::min(tally.min, number);
-        tally.max = std::max(tally.max, number);
+    const OBS* first = batch.Column(static_cast<std::size_t>(column.offset));
+    for (std::size_t r = 0; r < cases; ++r) {
+      const double weight = weights[r];
+      const bool weighs = weight > 0 && std::isfinite(weight);
+      if (!weighs && !countValues) continue;
+      bool missing = false;
+      if (column.numeric) {
+        const OBS* value = &first[r];
+        const double number = value->d;
+        const bool system = number == kSysmis || std::isnan(number);
+        if (countValues && !system) Count(tally, tally.numberCounts, number);
+        if (!weighs) continue;
+        missing = system || (column.hasMissing && column.variable->IsMissing(value));
+        if (!missing) {
+          tally.min = std::min(tally.min, number);
+          tally.max = std::max(tally.max, number);
+        }
+      } else {
+        value_.resize(column.cells);
+        for (std::size_t k = 0; k < column.cells; ++k) value_[k] = batch.Column(static_cast<std::size_t>(column.offset) + k)[r];
+        const OBS* value = value_.data();
+        if (countValues) {
+          std::string_view text = column.variable->StringValue(value);
+          while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+          if (!text.empty() && text.front() == ' ') tally.leadingBlanks = true;
+          Count(tally, tally.stringCounts, std::string(text));
+        }
+        if (!weighs) continue;
+        missing = column.hasMissing && column.variable->IsMissing(value) != 0;
       }
-    } else {
-      if (countValues) {
-        std::string_view text = column.variable->StringValue(value);
-        while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-        if (!text.empty() && text.front() == ' ') tally.leadingBlanks = true;
-        Count(tally, tally.stringCounts, std::string(text));
+      if (missing) {
+        tally.missingWeight.Add(weight);
+        ++tally.missingCases;
+      } else {
+        tally.validWeight.Add(weight);
+        ++tally.validCases;
       }
-      if (!weighs) continue;
-      missing = column.hasMissing && column.variable->IsMissing(value) != 0;
-    }
-    if (missing) {
-      tally.missingWeight.Add(weight);
-      ++tally.missingCases;
-    } else {
-      tally.validWeight.Add(weight);
-      ++tally.validCases;
     }
   }
 }

@@ -62,7 +62,7 @@ class ValueTally final : public data::CaseObserver {
   // values are counted.
   ValueTally(const data::Dataset& dataset, int weightIndex, TallyOptions options);
 
-  void Observe(const OBS* cells, double weight) override;
+  void Observe(const data::CaseBatch& batch) override;
 
   const VariableTally& Of(int variableIndex) const { return tallies_[static_cast<std::size_t>(variableIndex)]; }
   // Whether a variable was tallied at all.
@@ -82,6 +82,7 @@ class ValueTally final : public data::CaseObserver {
  private:
   template <typename Map, typename Key>
   void Count(VariableTally& tally, Map& counts, const Key& key) const;
+  void ObserveWeights(const data::CaseBatch& batch);
 
   struct Column {
     std::size_t index;
@@ -89,7 +90,9 @@ class ValueTally final : public data::CaseObserver {
     int offset;
     bool numeric;
     bool hasMissing;
+    std::size_t cells;  // of a value
   };
+  std::vector<OBS> value_;  // a string value's cells, gathered
   std::vector<Column> columns_;
   std::vector<VariableTally> tallies_;
   std::vector<char> tallied_;

@@ -4,8 +4,10 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <exception>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/data/data_error.h"
@@ -51,7 +53,7 @@ class SavCaseStream final : public CaseStream {
     const std::size_t caseBytes = p.slotsPerCase * 8;
     casesPerBlock_ = caseBytes == 0 ? 0 : std::max<std::size_t>(1, kBlockBytes / caseBytes);
     slots_.resize(casesPerBlock_ * p.slotsPerCase);
-    if (!p.identity) cells_.resize(std::max<std::size_t>(p.cellsPerCase, 1));
+    if (!p.identity) cells_.resize(kTile * std::max<std::size_t>(p.cellsPerCase, 1));
     const std::uint64_t end = p.compression == Compression::kZlib ? p.zlib.trailerOffset : source_->Size();
     switch (p.compression) {
       case Compression::kNone:
@@ -74,7 +76,27 @@ class SavCaseStream final : public CaseStream {
     auto* slots = reinterpret_cast<std::uint8_t*>(slots_.data()) + next_ * plan_->slotsPerCase * 8;
     ++next_;
     ++delivered_;
-    return Convert(slots);
+    return Convert(slots, cells_.data());
+  }
+
+  bool NextBatch(CaseBatch& batch) override {
+    batch.Clear();
+    if (deferred_) std::rethrow_exception(std::exchange(deferred_, nullptr));
+    try {
+      while (!batch.full()) {
+        if (next_ == inBlock_ && !FillBlock()) break;
+        const std::size_t n = std::min(inBlock_ - next_, batch.capacity() - batch.size());
+        const std::size_t first = batch.Grow(n);
+        for (std::size_t done = 0; done < n; done += kTile) {
+          Transpose(batch, first + done, std::min(kTile, n - done));
+        }
+      }
+    } catch (...) {
+      // The cases before the damage go out first; the error with the next call.
+      if (batch.empty()) throw;
+      deferred_ = std::current_exception();
+    }
+    return !batch.empty();
   }
 
   // Decodes blocks without converting them; for counting.
@@ -154,7 +176,28 @@ class SavCaseStream final : public CaseStream {
     return IsSysmis(bits) ? kSysmisBits : bits;
   }
 
-  const OBS* Convert(std::uint8_t* slots) {
+  // Converts the next `k` cases of the block (k <= kTile) and writes them to
+  // the batch's columns from record `at`. A tile of rows at a time: each
+  // column then receives whole cache lines.
+  void Transpose(CaseBatch& batch, std::size_t at, std::size_t k) {
+    const std::size_t S = plan_->slotsPerCase;
+    const std::size_t cells = plan_->cellsPerCase;
+    const OBS* rows[kTile];
+    for (std::size_t j = 0; j < k; ++j) {
+      auto* slots = reinterpret_cast<std::uint8_t*>(slots_.data()) + (next_ + j) * S * 8;
+      rows[j] = Convert(slots, plan_->identity ? nullptr : cells_.data() + j * cells);
+    }
+    next_ += k;
+    delivered_ += static_cast<std::int64_t>(k);
+    for (std::size_t c = 0; c < cells; ++c) {
+      OBS* column = batch.Column(c) + at;
+      for (std::size_t j = 0; j < k; ++j) column[j] = rows[j][c];
+    }
+  }
+
+  // The cells of a case from its slots: in place when slots and cells
+  // coincide, else into `out`.
+  const OBS* Convert(std::uint8_t* slots, OBS* out) {
     const CasePlan& p = *plan_;
     if (p.identity) {
       for (const auto& n : p.numerics) {
@@ -164,13 +207,13 @@ class SavCaseStream final : public CaseStream {
       for (const auto& s : p.strings) FixInPlace(slots + s.cellByte, s);
       return reinterpret_cast<const OBS*>(slots);
     }
-    auto* cells = reinterpret_cast<std::uint8_t*>(cells_.data());
+    auto* cells = reinterpret_cast<std::uint8_t*>(out);
     for (const auto& n : p.numerics) {
       std::uint64_t bits = NumberBits(slots + n.slot * 8);
       std::memcpy(cells + n.cell * 8, &bits, 8);
     }
     for (const auto& s : p.strings) Assemble(slots, cells + s.cellByte, s);
-    return cells_.data();
+    return out;
   }
 
   // UTF-8 file, same layout: NULs become blanks, padding becomes blanks,
@@ -224,14 +267,16 @@ class SavCaseStream final : public CaseStream {
   std::unique_ptr<InputWindow> window_;
   std::optional<BytecodeDecoder> bytecode_;
   std::size_t casesPerBlock_ = 0;
+  static constexpr std::size_t kTile = 8;  // cases transposed together: a cache line per column
   std::vector<OBS> slots_;
-  std::vector<OBS> cells_;
+  std::vector<OBS> cells_;  // kTile converted cases, when slots and cells differ
   std::size_t inBlock_ = 0;
   std::size_t next_ = 0;
   std::int64_t delivered_ = 0;
   bool ended_ = false;
   bool reportedShort_ = false;
   std::string pendingError_;
+  std::exception_ptr deferred_;  // met by a batch that already had cases
   std::string scratch_;
   std::string decoded_;
 };

@@ -3,6 +3,7 @@
 // The cases are generated on the fly by a case source, not stored.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -25,21 +26,28 @@ double WeightOf(std::int64_t i) { return static_cast<double>(1 + i % 3); }
 
 class GeneratedCases final : public ProcDSIterator::Source {
  public:
-  bool Next(CaseRef& out) override {
-    if (next_ == kCases) return false;
-    cell_.d = ValueOf(next_);
-    out.cells = &cell_;
-    out.weight = WeightOf(next_);
-    out.splitGroupEnd = false;
-    ++next_;
-    return true;
-  }
+  ~GeneratedCases() override { EndListening(); }
   int CellOffset(int index) const override { return index == 0 ? 0 : -1; }
   const VELA_Variable* GetVariable(int index) const override { return index == 0 ? &variable_ : nullptr; }
 
+ protected:
+  bool FillBatch(data::CaseBatch& batch) override {
+    constexpr std::int64_t kBatch = 4096;
+    batch.Shape(1, kBatch);
+    const std::int64_t n = std::min(kBatch, kCases - next_);
+    if (n == 0) return false;
+    batch.Grow(static_cast<std::size_t>(n));
+    batch.weights().resize(static_cast<std::size_t>(n));
+    for (std::int64_t r = 0; r < n; ++r) {
+      batch.Column(0)[r].d = ValueOf(next_ + r);
+      batch.weights()[static_cast<std::size_t>(r)] = WeightOf(next_ + r);
+    }
+    next_ += n;
+    return true;
+  }
+
  private:
   data::Variable variable_{"x"};
-  OBS cell_{};
   std::int64_t next_ = 0;
 };
 

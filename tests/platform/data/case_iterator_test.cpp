@@ -18,23 +18,34 @@ using codebook::data::Variable;
 
 namespace {
 
+// Two cases, the second weighing 0.5, then a split-group end.
 class ScriptedSource final : public ProcDSIterator::Source {
  public:
-  bool Next(CaseRef& out) override {
-    if (step_ >= 3) return false;
-    cell_.d = 10.0 * step_;
-    out = CaseRef{&cell_, step_ == 1 ? 0.5 : 1.0, step_ == 2};
-    ++step_;
-    return true;
-  }
+  ~ScriptedSource() override { EndListening(); }
   int CellOffset(int varIndex) const override { return varIndex == 0 ? 0 : -1; }
   const VELA_Variable* GetVariable(int varIndex) const override {
     return varIndex == 0 ? &variable_ : nullptr;
   }
 
+ protected:
+  bool FillBatch(codebook::data::CaseBatch& batch) override {
+    batch.Shape(1, 8);
+    if (filled_) return false;
+    filled_ = true;
+    for (double x : {0.0, 10.0}) {
+      OBS cell;
+      cell.d = x;
+      batch.AppendCase(&cell);
+    }
+    batch.AppendSplitGroupEnd();
+    batch.weights() = {1.0, 0.5, 1.0};
+    batch.counted() = {0, 1};
+    batch.SetAllCounted(false);
+    return true;
+  }
+
  private:
-  int step_ = 0;
-  OBS cell_{};
+  bool filled_ = false;
   Variable variable_{"x"};
 };
 

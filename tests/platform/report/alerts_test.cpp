@@ -24,10 +24,15 @@ std::vector<output::Alert> AlertsOf(const std::shared_ptr<data::Dataset>& datase
   exporting::ValueTally tally(*dataset, weightIndex, options);
   const int weightOffset = weightIndex >= 0 ? dataset->GetDictionary().CellOffset(weightIndex) : 0;
   auto cases = dataset->OpenCases();
+  data::CaseBatch batch;
+  batch.Shape(static_cast<std::size_t>(dataset->GetDictionary().CellsPerCase()), 1);
   while (const OBS* cells = cases->Next()) {
     double weight = 1.0;
     if (weightIndex >= 0) weight = cells[weightOffset].d == kSysmis ? kSysmis : cells[weightOffset].d;
-    tally.Observe(cells, weight);
+    batch.Clear();
+    batch.AppendCase(cells);
+    batch.weights() = {weight};
+    tally.Observe(batch);
   }
   std::vector<exporting::ItemFacts> items;
   for (int i = 0; i < dataset->ColumnCount(); ++i) {

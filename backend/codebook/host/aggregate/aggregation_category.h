@@ -1,6 +1,8 @@
 // Categories of an aggregation dimension.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -36,14 +38,37 @@ class HOST_API AggregationCategory {
   virtual const std::string& GetCatLabel() const = 0;
 };
 
+// Where a dimension's count of categories stands during a pass. The pass
+// finds the categories of a batch of cases before the table takes them, so
+// the count is those met before the batch plus those of the batch first met
+// at a case the table has taken: `first` lists, ascending, how many cases
+// the table had taken when each new one appeared.
+struct CategoryCount {
+  static constexpr std::int64_t kNone = 0;
+  const std::int64_t* taken = &kNone;  // cases the table has taken
+  std::size_t before = 0;
+  const std::int64_t* first = nullptr;
+  const std::int64_t* end = nullptr;
+  const std::int64_t* next = nullptr;  // the first of [first, end) not yet taken
+};
+
 // The categories of one variable or set, known after the pass.
 class HOST_API TableDimension {
  public:
   virtual ~TableDimension();
-  // Number of categories met so far (the total category not included).
-  virtual std::size_t GetCategoryCount() const = 0;
+  // Number of categories met among the cases the table has taken so far
+  // (the total category not included). Inline: a pass may ask it for every
+  // case and table.
+  std::size_t GetCategoryCount() const {
+    const std::int64_t taken = *count_.taken;
+    while (count_.next != count_.end && *count_.next < taken) ++count_.next;
+    return count_.before + static_cast<std::size_t>(count_.next - count_.first);
+  }
   // All categories in order; the last one is the total category.
   virtual const std::vector<const AggregationCategory*>& GetCategories() const = 0;
+
+ protected:
+  mutable CategoryCount count_;
 };
 
 class HOST_API TableMCSet : public TableDimension {};

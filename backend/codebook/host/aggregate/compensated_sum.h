@@ -17,6 +17,11 @@ class CompensatedSum {
     }
     sum_ = t;
   }
+  // Adds another compensated sum, its compensation included.
+  void Add(const CompensatedSum& other) {
+    Add(other.sum_);
+    compensation_ += other.compensation_;
+  }
   double Value() const { return sum_ + compensation_; }
 
  private:

@@ -22,15 +22,15 @@ class HOST_API VELA_InputCaseIterator {
   // values decide how its cells are read), or null.
   virtual const VELA_Variable* GetVariable(int varIndex) const = 0;
 
-  // The cells of the current case, valid until the next NextCase().
-  const OBS* CurrentCase() const { return current_; }
+  // The cells of the current case, valid until the next NextCase(); null
+  // before the first case and after the last.
+  virtual const OBS* CurrentCase() const = 0;
   // The weight of the current case: 1 when the dataset is not weighted,
   // otherwise the weight variable's value (system-missing included; cases
   // whose weight is not positive take part in no statistic).
   double CaseWeight() const { return weight_; }
 
  protected:
-  const OBS* current_ = nullptr;
   double weight_ = 1.0;
 };
 
@@ -38,7 +38,7 @@ class HOST_API VELA_InputCaseIterator {
 // split-file groups end.
 class HOST_API ProcDSIterator : public VELA_InputCaseIterator {
  public:
-  class Source;  // the platform's case stream
+  class Source;  // the platform's selected cases
 
   explicit ProcDSIterator(std::unique_ptr<Source> source);
   ~ProcDSIterator() override;
@@ -46,11 +46,14 @@ class HOST_API ProcDSIterator : public VELA_InputCaseIterator {
   ProcDSIterator& operator=(const ProcDSIterator&) = delete;
 
   int NextCase() override;
+  const OBS* CurrentCase() const override;
   int CellOffset(int varIndex) const override;
   const VELA_Variable* GetVariable(int varIndex) const override;
   // True on a case that only marks the end of a split-file group; it holds no
   // data and must not be counted.
   bool SplitGroupEnd() const { return splitGroupEnd_; }
+  // Where the cases come from (null for an iterator without cases).
+  Source* GetSource() const { return source_.get(); }
 
  private:
   std::unique_ptr<Source> source_;
