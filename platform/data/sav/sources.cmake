@@ -16,5 +16,6 @@ target_sources(cb_data PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/warnings.cpp
   ${CMAKE_CURRENT_LIST_DIR}/write_dataset.cpp
   ${CMAKE_CURRENT_LIST_DIR}/zlib_layout.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/zlib_stream.cpp
 )
 target_link_libraries(cb_data PRIVATE ZLIB::ZLIB)
