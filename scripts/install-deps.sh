@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build pkg-config
-  zlib1g-dev libutf8proc-dev nlohmann-json3-dev
+  zlib1g-dev libdeflate-dev libutf8proc-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libxml2-dev libxml2-utils
 )

@@ -25,7 +25,9 @@ class DataByteStream {
  public:
   virtual ~DataByteStream() = default;
   // Fills as much of `out` as the data allows; returns the byte count, less
-  // than out.size() only at the end of the data. Throws CorruptData.
+  // than out.size() only at the end of the data or just before damaged data,
+  // so that the bytes before the damage are not lost: the next call then
+  // throws CorruptData.
   virtual std::size_t Read(std::span<std::uint8_t> out) = 0;
 };
 

@@ -15,6 +15,7 @@
 #include "platform/data/sav/data_stream.h"
 #include "platform/data/sav/file_error.h"
 #include "platform/data/sav/text_encoding.h"
+#include "platform/data/sav/zlib_stream.h"
 
 namespace codebook::data::sav {
 namespace {

@@ -15,6 +15,13 @@ target_sources(cb_data PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/text_records.cpp
   ${CMAKE_CURRENT_LIST_DIR}/warnings.cpp
   ${CMAKE_CURRENT_LIST_DIR}/write_dataset.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/zlib_block.cpp
   ${CMAKE_CURRENT_LIST_DIR}/zlib_layout.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/zlib_stream.cpp
 )
-target_link_libraries(cb_data PRIVATE ZLIB::ZLIB)
+target_link_libraries(cb_data PRIVATE ZLIB::ZLIB Threads::Threads)
+# libdeflate inflates the zlib blocks when it is there; zlib otherwise.
+if(CODEBOOK_HAVE_LIBDEFLATE)
+  target_link_libraries(cb_data PRIVATE PkgConfig::LIBDEFLATE)
+  target_compile_definitions(cb_data PRIVATE CODEBOOK_HAVE_LIBDEFLATE)
+endif()

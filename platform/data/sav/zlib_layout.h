@@ -3,11 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include "platform/data/sav/byte_source.h"
-#include "platform/data/sav/data_stream.h"
 #include "platform/data/sav/warnings.h"
 
 namespace codebook::data::sav {
@@ -33,10 +31,5 @@ struct ZlibLayout {
 // FileError when the layout cannot be trusted.
 ZlibLayout ReadZlibLayout(const ByteSource& source, std::uint64_t headerOffset, bool bigEndian,
                           double bias, Warnings& warnings);
-
-// The inflated blocks as one continuous stream. Each block must inflate to
-// exactly its declared size and end exactly at the end of its bytes.
-std::unique_ptr<DataByteStream> MakeZlibStream(std::shared_ptr<const ByteSource> source,
-                                               const ZlibLayout& layout);
 
 }  // namespace codebook::data::sav

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <limits>
 #include <sstream>
@@ -12,8 +13,12 @@
 
 #include "platform/data/data_error.h"
 #include "platform/data/dataset_builder.h"
+#include "platform/data/sav/byte_source.h"
+#include "platform/data/sav/raw_dictionary.h"
 #include "platform/data/sav/read_dataset.h"
+#include "platform/data/sav/warnings.h"
 #include "platform/data/sav/write_dataset.h"
+#include "platform/data/sav/zlib_stream.h"
 #include "tests/platform/data/sav_test_util.h"
 
 namespace codebook::data {
@@ -327,6 +332,97 @@ TEST(RoundTripFileTest, LargeFileCutInsideACaseFailsAtTheSameCase) {
       EXPECT_NE(std::string(e.what()).find("case " + std::to_string(c + 1)), std::string::npos) << e.what();
     }
   }
+}
+
+// The zlib data stream: whether blocks are inflated ahead on worker threads,
+// on the reader's thread, or in pieces when too large to hold, the reader
+// gets the byte code of the data in file order, however it slices its reads.
+struct InflateCase {
+  const char* name;
+  std::int32_t blockSize;
+  sav::InflateOptions options;
+};
+
+std::ostream& operator<<(std::ostream& os, const InflateCase& c) { return os << c.name; }
+
+class ZlibStreamTest : public ::testing::TestWithParam<InflateCase> {};
+
+TEST_P(ZlibStreamTest, DeliversTheByteCodeInOrder) {
+  const InflateCase& c = GetParam();
+  auto ds = test::IncompressibleCases(3000);
+  const std::vector<std::uint8_t> expected = test::BytecodeData(*ds);
+  const auto file = WriteDatasetBytes(*ds, Options(FileCompression::kZlib, false, false, c.blockSize));
+  const test::Inflated got = test::InflateAll(file, c.options);
+  EXPECT_EQ(got.error, "");
+  ASSERT_EQ(got.bytes.size(), expected.size());
+  EXPECT_TRUE(got.bytes == expected);
+}
+
+constexpr std::size_t kHeld = std::size_t{8} << 20;
+
+INSTANTIATE_TEST_SUITE_P(
+    Inflate, ZlibStreamTest,
+    ::testing::Values(InflateCase{"default_workers", 1000, {}},
+                      InflateCase{"one_worker", 1000, {1, kHeld}},
+                      InflateCase{"two_workers_tiny_blocks", 64, {2, kHeld}},
+                      InflateCase{"reader_thread_only", 1000, {0, kHeld}},
+                      InflateCase{"all_streamed", 1000, {2, 0}},
+                      // full blocks streamed, the short last one held
+                      InflateCase{"held_and_streamed", 4096, {2, 4095}},
+                      InflateCase{"one_standard_block", 0x3FF000, {}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// Through the whole reader: a file of many zlib blocks gives the same cases
+// as an uncompressed copy.
+TEST(ZlibReadTest, ManyBlocksGiveTheCasesOfAnUncompressedCopy) {
+  auto ds = test::IncompressibleCases(20000);
+  ReadResult plain = ReadDatasetBytes(WriteDatasetBytes(*ds, Options(FileCompression::kNone)), "plain.sav");
+  ReadResult zlib = ReadDatasetBytes(WriteDatasetBytes(*ds, Options(FileCompression::kZlib, false, false, 1000)),
+                                     "many.zsav");
+  const std::size_t cells = static_cast<std::size_t>(plain.dataset->GetDictionary().CellsPerCase());
+  auto a = plain.dataset->OpenCases();
+  auto b = zlib.dataset->OpenCases();
+  int n = 0;
+  while (const OBS* x = a->Next()) {
+    const OBS* y = b->Next();
+    ASSERT_NE(y, nullptr) << "case " << n + 1;
+    ASSERT_EQ(std::memcmp(x, y, cells * sizeof(OBS)), 0) << "case " << n + 1;
+    ++n;
+  }
+  EXPECT_EQ(b->Next(), nullptr);
+  EXPECT_EQ(n, 20000);
+}
+
+// A reader that stops early (after no case, a few, or in the middle) frees
+// the stream while its workers are still inflating ahead: the threads stop
+// and nothing leaks (the sanitizer builds check that), and the next pass
+// starts again from the first case.
+TEST(ZlibReadTest, AStreamLeftEarlyStopsItsWorkers) {
+  auto ds = test::IncompressibleCases(20000);
+  ReadResult read = ReadDatasetBytes(WriteDatasetBytes(*ds, Options(FileCompression::kZlib, false, false, 1000)),
+                                     "early.zsav");
+  for (int stopAfter : {0, 1, 5, 10000}) {
+    auto cases = read.dataset->OpenCases();
+    for (int c = 0; c < stopAfter; ++c) {
+      const OBS* row = cases->Next();
+      ASSERT_NE(row, nullptr);
+      ASSERT_EQ(row[0].d, test::IncompressibleNumber(c, 0));
+    }
+  }
+  const auto file = WriteDatasetBytes(*ds, Options(FileCompression::kZlib, false, false, 1000));
+  for (const sav::InflateOptions& options : {sav::InflateOptions{2, kHeld}, sav::InflateOptions{2, 0}}) {
+    for (std::size_t bytes : {std::size_t{0}, std::size_t{100}, std::size_t{700000}}) {
+      std::vector<std::uint8_t> prefix(bytes);
+      auto source = sav::MemorySource(file, "early.zsav");
+      sav::Warnings warnings;
+      const auto raw = sav::ReadRawDictionary(*source, warnings);
+      auto stream = sav::MakeZlibStream(
+          source, sav::ReadZlibLayout(*source, raw.dataOffset, false, raw.header.bias, warnings), options);
+      EXPECT_EQ(stream->Read(prefix), bytes);
+    }
+  }
+  auto cases = read.dataset->OpenCases();
+  ASSERT_NE(cases->Next(), nullptr);
 }
 
 }  // namespace
