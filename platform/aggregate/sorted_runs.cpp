@@ -1,8 +1,6 @@
 #include "platform/aggregate/sorted_runs.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cstdint>
 
 namespace codebook::aggregate {
@@ -24,12 +22,6 @@ std::size_t CombineEqual(std::vector<Entry>& entries) {
   return out;
 }
 
-// The bits of a double as an unsigned integer that sorts like the double.
-std::uint64_t OrderedBits(double x) {
-  const auto bits = std::bit_cast<std::uint64_t>(x);
-  return (bits >> 63) != 0 ? ~bits : bits | (std::uint64_t{1} << 63);
-}
-
 // `first ? a : b`, by masking: compilers turn that conditional into a jump,
 // which a merge of random data mispredicts on every other value.
 const Entry* SelectWithoutJump(bool first, const Entry* a, const Entry* b) {
@@ -39,33 +31,6 @@ const Entry* SelectWithoutJump(bool first, const Entry* a, const Entry* b) {
 }
 
 }  // namespace
-
-void SortByValue(std::vector<Entry>& entries, std::vector<Entry>& scratch) {
-  const auto byValue = [](const Entry& a, const Entry& b) { return a.value < b.value; };
-  // Measurements often arrive in order (times, running numbers): one look
-  // settles it.
-  if (std::is_sorted(entries.begin(), entries.end(), byValue)) return;
-  if (entries.size() < 256) {
-    std::stable_sort(entries.begin(), entries.end(), byValue);
-    return;
-  }
-  // Least significant digit first, a byte at a time; a byte that is the same
-  // in every entry (the sign and exponent of most data) costs no pass.
-  std::array<std::array<std::size_t, 256>, 8> counts{};
-  for (const Entry& e : entries) {
-    const std::uint64_t k = OrderedBits(e.value);
-    for (std::size_t d = 0; d < 8; ++d) ++counts[d][(k >> (8 * d)) & 0xFF];
-  }
-  scratch.resize(entries.size());
-  for (std::size_t d = 0; d < 8; ++d) {
-    std::array<std::size_t, 256>& c = counts[d];
-    if (std::find(c.begin(), c.end(), entries.size()) != c.end()) continue;
-    std::size_t sum = 0;
-    for (std::size_t& n : c) sum += std::exchange(n, sum);
-    for (const Entry& e : entries) scratch[c[(OrderedBits(e.value) >> (8 * d)) & 0xFF]++] = e;
-    entries.swap(scratch);
-  }
-}
 
 SortedRuns::SortedRuns(std::span<const Entry> sorted) {
   if (!sorted.empty()) runs_.emplace_back(sorted.begin(), sorted.end());

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/aggregate/numeric_weight_map.h"
+#include "platform/aggregate/radix_sort.h"
 
 namespace codebook::aggregate {
 
@@ -42,8 +43,5 @@ class SortedRuns {
   std::vector<Entry> pending_;
   std::vector<Entry> scratch_;
 };
-
-// Sorts entries by value (not NaN; -0 normalised to +0), stably.
-void SortByValue(std::vector<NumericEntry<NoExtra>>& entries, std::vector<NumericEntry<NoExtra>>& scratch);
 
 }  // namespace codebook::aggregate

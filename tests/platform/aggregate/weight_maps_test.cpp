@@ -2,11 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <random>
 #include <set>
+#include <span>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -187,6 +190,7 @@ TEST(StringWeightMap, GrowsPastManyKeysWithoutLosingAny) {
 }  // namespace
 }  // namespace codebook::aggregate
 
+#include "platform/aggregate/radix_sort.h"
 #include "platform/aggregate/sorted_runs.h"
 
 namespace codebook::aggregate {
@@ -223,34 +227,6 @@ TEST(SortedRuns, MergesRunsIntoOneSortedDistinctArray) {
   EXPECT_EQ(sorted.size(), reference.size() + 1);
 }
 
-// The radix sort must agree with a comparison sort on every kind of double:
-// negative, tiny, huge, with equal values kept in their order of arrival.
-TEST(SortedRuns, SortByValueOrdersLikeAComparisonSortAndKeepsEqualValuesInOrder) {
-  std::mt19937_64 rng(11);
-  for (const std::size_t n : {std::size_t{5}, std::size_t{300}, std::size_t{5000}}) {
-    std::vector<NumericEntry<NoExtra>> entries;
-    for (std::size_t i = 0; i < n; ++i) {
-      double v = 0.0;
-      switch (rng() % 4) {
-        case 0: v = static_cast<double>(static_cast<int>(rng() % 41) - 20); break;  // repeats
-        case 1: v = -std::ldexp(static_cast<double>(rng() % 1000 + 1), static_cast<int>(rng() % 200) - 100); break;
-        case 2: v = std::ldexp(static_cast<double>(rng() % 1000 + 1), static_cast<int>(rng() % 600) - 300); break;
-        default: v = static_cast<double>(rng() % 7) * 0.1; break;
-      }
-      entries.push_back({v, static_cast<double>(i), {}});
-    }
-    auto expected = entries;
-    std::stable_sort(expected.begin(), expected.end(), [](const auto& a, const auto& b) { return a.value < b.value; });
-    std::vector<NumericEntry<NoExtra>> scratch;
-    SortByValue(entries, scratch);
-    ASSERT_EQ(entries.size(), expected.size());
-    for (std::size_t i = 0; i < n; ++i) {
-      ASSERT_EQ(entries[i].value, expected[i].value) << i;
-      ASSERT_EQ(entries[i].weight, expected[i].weight) << "equal values out of arrival order at " << i;
-    }
-  }
-}
-
 // Values that arrive in order (times, running numbers) take the path that
 // appends runs instead of merging them; the result must not differ.
 TEST(SortedRuns, OrderedAndInterleavedArrivalsGiveTheSameEntries) {
@@ -275,6 +251,160 @@ TEST(SortedRuns, OrderedAndInterleavedArrivalsGiveTheSameEntries) {
     ASSERT_EQ(a[i].weight, 2.0);
     ASSERT_EQ(b[i].weight, 2.0);
   }
+}
+
+}  // namespace
+}  // namespace codebook::aggregate
+
+// Kinds of data that stress the radix sort's choice of digits: which bits
+// vary, which do not, and where equal values must keep their order.
+namespace codebook::aggregate {
+namespace {
+
+using Entry = NumericEntry<NoExtra>;
+using Values = std::vector<double>;
+
+double FromBits(std::uint64_t bits) {
+  const double v = std::bit_cast<double>(bits);
+  return v == 0.0 ? 0.0 : v;  // -0 is normalised before values get here
+}
+
+struct ValueKind {
+  const char* name;
+  Values (*make)(std::size_t n, std::mt19937_64& rng);
+};
+
+const ValueKind kValueKinds[] = {
+    {"any finite double", [](std::size_t n, std::mt19937_64& rng) {
+       Values v;
+       while (v.size() < n) {
+         const double x = FromBits(rng());
+         if (std::isfinite(x)) v.push_back(x);
+       }
+       return v;
+     }},
+    {"all equal", [](std::size_t n, std::mt19937_64&) { return Values(n, 3.25); }},
+    {"already sorted", [](std::size_t n, std::mt19937_64&) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(static_cast<double>(i) * 0.5 - 100);
+       return v;
+     }},
+    {"reversed across zero", [](std::size_t n, std::mt19937_64&) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(static_cast<double>(n - i) * 0.5 - 100);
+       return v;
+     }},
+    {"negative and positive", [](std::size_t n, std::mt19937_64& rng) {
+       std::uniform_real_distribution<double> u(-1000, 1000);
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(u(rng));
+       return v;
+     }},
+    {"differing only in the last mantissa bits", [](std::size_t n, std::mt19937_64& rng) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) {
+         const std::uint64_t ulps = rng() % 64;
+         const double x = std::bit_cast<double>(std::bit_cast<std::uint64_t>(1.0) + ulps);
+         v.push_back(rng() % 2 == 0 ? x : -x);
+       }
+       return v;
+     }},
+    {"huge and tiny magnitudes", [](std::size_t n, std::mt19937_64& rng) {
+       const double extremes[] = {std::numeric_limits<double>::max(), std::numeric_limits<double>::denorm_min(),
+                                  std::numeric_limits<double>::min(), 1e300, 1e-300, 0.0};
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) {
+         double x = rng() % 4 == 0 ? extremes[rng() % 6]
+                                   : std::ldexp(static_cast<double>(rng() % 1000 + 1), static_cast<int>(rng() % 2080) - 1084);
+         v.push_back(rng() % 2 == 0 || x == 0.0 ? x : -x);
+       }
+       return v;
+     }},
+    {"zero among its nearest neighbours", [](std::size_t n, std::mt19937_64& rng) {
+       const double near[] = {0.0, std::numeric_limits<double>::denorm_min(), -std::numeric_limits<double>::denorm_min(),
+                              FromBits(std::uint64_t{1} << 63)};  // -0, normalised
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(near[rng() % 4]);
+       return v;
+     }},
+    {"a few codes", [](std::size_t n, std::mt19937_64& rng) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(static_cast<double>(rng() % 5));
+       return v;
+     }},
+    {"whole numbers", [](std::size_t n, std::mt19937_64& rng) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(static_cast<double>(rng() % 1000000));
+       return v;
+     }},
+    {"a narrow range", [](std::size_t n, std::mt19937_64& rng) {
+       std::uniform_real_distribution<double> u(1000, 1000 + 1e-9);
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(u(rng));
+       return v;
+     }},
+    {"varying high and low bits around constant middle ones", [](std::size_t n, std::mt19937_64& rng) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) {
+         const std::uint64_t r = rng();
+         v.push_back(FromBits(std::bit_cast<std::uint64_t>(1.0) | (r & 0xFF) | ((r >> 8) & 0xFF) << 44));
+       }
+       return v;
+     }},
+};
+
+// Below 2048 entries a comparison sort runs instead; 70000 spans several
+// buffers of the sorted runs.
+constexpr std::size_t kSortSizes[] = {1, 2, 7, 1000, 2048, 5000, 70000};
+
+std::vector<Entry> InArrivalOrder(const Values& values) {
+  std::vector<Entry> entries;
+  for (std::size_t i = 0; i < values.size(); ++i) entries.push_back({values[i], static_cast<double>(i), {}});
+  return entries;
+}
+
+void ExpectSameEntries(std::span<const Entry> got, std::span<const Entry> want, const std::string& what) {
+  ASSERT_EQ(got.size(), want.size()) << what;
+  for (std::size_t i = 0; i < want.size(); ++i) {
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(got[i].value), std::bit_cast<std::uint64_t>(want[i].value))
+        << what << " at " << i << ": " << got[i].value << " for " << want[i].value;
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(got[i].weight), std::bit_cast<std::uint64_t>(want[i].weight))
+        << what << " at " << i;
+  }
+}
+
+// Weights are arrival numbers: equal values out of arrival order show.
+TEST(RadixSort, OrdersLikeAStableComparisonSort) {
+  std::mt19937_64 rng(11);
+  for (const ValueKind& kind : kValueKinds) {
+    for (const std::size_t n : kSortSizes) {
+      const std::string what = std::string(kind.name) + ", " + std::to_string(n) + " entries";
+      std::vector<Entry> want = InArrivalOrder(kind.make(n, rng));
+      std::vector<Entry> entries = want;
+      std::stable_sort(want.begin(), want.end(), [](const Entry& a, const Entry& b) { return a.value < b.value; });
+
+      std::vector<Entry> scratch(n);
+      std::vector<Entry> copy = entries;
+      ExpectSameEntries(RadixSortByValue(copy, scratch), want, what);
+
+      std::vector<Entry> reused = {{9.0, 9.0, {}}};  // the in-place form grows its scratch
+      SortByValue(entries, reused);
+      ExpectSameEntries(entries, want, what + " in place");
+    }
+  }
+}
+
+TEST(RadixSort, WithTooShortAScratchStillSortsInPlace) {
+  std::mt19937_64 rng(4);
+  Values values;
+  for (int i = 0; i < 5000; ++i) values.push_back(static_cast<double>(rng() % 100000) - 50000);
+  std::vector<Entry> entries = InArrivalOrder(values);
+  std::vector<Entry> want = entries;
+  std::stable_sort(want.begin(), want.end(), [](const Entry& a, const Entry& b) { return a.value < b.value; });
+  std::vector<Entry> scratch(10);
+  const auto sorted = RadixSortByValue(entries, scratch);
+  EXPECT_EQ(sorted.data(), entries.data());
+  ExpectSameEntries(sorted, want, "short scratch");
 }
 
 }  // namespace
