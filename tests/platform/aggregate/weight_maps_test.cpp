@@ -407,6 +407,128 @@ TEST(RadixSort, WithTooShortAScratchStillSortsInPlace) {
   ExpectSameEntries(sorted, want, "short scratch");
 }
 
+// What the runs must give: every value once, in order, with the weights of
+// its cases summed in case order.
+std::vector<Entry> StableSortAndSum(std::vector<Entry> entries) {
+  std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.value < b.value; });
+  std::vector<Entry> out;
+  for (const Entry& e : entries) {
+    if (!out.empty() && out.back().value == e.value) {
+      out.back().weight += e.weight;
+    } else {
+      out.push_back(e);
+    }
+  }
+  return out;
+}
+
+// Weights in quarters up to 2, so that every partial sum is exact and the
+// comparison can be bitwise whatever the grouping of the additions. A
+// user-missing value (here: one whose bits are a multiple of 3) always
+// comes with its weight negated.
+double WeightOf(double value, std::mt19937_64& rng) {
+  const double w = static_cast<double>(1 + rng() % 8) * 0.25;
+  return std::bit_cast<std::uint64_t>(value) % 3 == 0 ? -w : w;
+}
+
+// From a few values to many buffers, with results read half way and the
+// adding going on after.
+TEST(SortedRuns, MatchAStableSortAndSumOnEveryKindOfData) {
+  std::mt19937_64 rng(17);
+  for (const ValueKind& kind : kValueKinds) {
+    for (const std::size_t n : {std::size_t{1}, std::size_t{5000}, std::size_t{70000}, std::size_t{300000}}) {
+      const std::string what = std::string(kind.name) + ", " + std::to_string(n) + " values";
+      const Values values = kind.make(n, rng);
+      // The runs start from the distinct values of the first cases, as when a
+      // table turns from hashing to runs.
+      std::vector<Entry> seen;
+      for (std::size_t i = 0; i < std::min<std::size_t>(n, 50); ++i) seen.push_back({values[i], WeightOf(values[i], rng), {}});
+      const std::vector<Entry> start = StableSortAndSum(seen);
+      SortedRuns runs(start);
+      for (std::size_t i = 50; i < n; ++i) {
+        seen.push_back({values[i], WeightOf(values[i], rng), {}});
+        runs.Add(seen.back().value, seen.back().weight);
+        if (i == n / 2) ExpectSameEntries(runs.Sorted(), StableSortAndSum(seen), what + ", half way");
+      }
+      ExpectSameEntries(runs.Sorted(), StableSortAndSum(seen), what);
+    }
+  }
+}
+
+// Distinct values but one, which comes once early and once late, so that
+// two runs hold it: wherever it falls among the others, the merge must
+// find the pair and sum it, or the value would show twice.
+TEST(SortedRuns, FindTheOneValueInTwoRunsAtEitherEndOrInTheMiddle) {
+  for (const double repeated : {-1.0, 50000.5, 200000.0}) {
+    SortedRuns runs({});
+    std::mt19937_64 rng(29);
+    std::vector<double> others;
+    for (int i = 0; i < 200000; ++i) others.push_back(static_cast<double>(i));
+    std::shuffle(others.begin(), others.end(), rng);
+    runs.Add(repeated, 0.5);
+    for (double v : others) runs.Add(v, 1.0);
+    runs.Add(repeated, 0.25);
+    const auto sorted = runs.Sorted();
+    ASSERT_EQ(sorted.size(), others.size() + 1) << repeated;
+    const auto it = std::find_if(sorted.begin(), sorted.end(), [&](const Entry& e) { return e.value == repeated; });
+    ASSERT_NE(it, sorted.end()) << repeated;
+    EXPECT_EQ(it->weight, 0.75) << repeated;
+    EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end(), [](const Entry& a, const Entry& b) { return a.value < b.value; }));
+  }
+}
+
+// Within a buffer the sum of a value's weights follows case order: with
+// weights that do not add exactly, another order gives other bits.
+TEST(SortedRuns, SumsTheWeightsOfAValueInCaseOrder) {
+  SortedRuns runs({});
+  runs.Add(7.0, 0.1);
+  runs.Add(7.0, 0.2);
+  runs.Add(7.0, 0.3);
+  for (int i = 0; i < 100000; ++i) runs.Add(100.0 + i * 0.001, 1.0);
+  const auto sorted = runs.Sorted();
+  ASSERT_EQ(sorted.front().value, 7.0);
+  ASSERT_NE((0.1 + 0.2) + 0.3, 0.1 + (0.2 + 0.3));
+  EXPECT_EQ(std::bit_cast<std::uint64_t>(sorted.front().weight), std::bit_cast<std::uint64_t>((0.1 + 0.2) + 0.3));
+  EXPECT_EQ(sorted.size(), 100001u);
+}
+
+// A user-missing value with zero weight keeps the sign that marks it.
+TEST(SortedRuns, KeepTheSignOfAZeroWeight) {
+  SortedRuns runs({});
+  std::mt19937_64 rng(8);
+  for (int round = 0; round < 3; ++round) {
+    for (int i = 0; i < 40000; ++i) runs.Add(static_cast<double>(rng() % 1000000), 1.0);
+    runs.Add(-5.0, -0.0);
+  }
+  const auto sorted = runs.Sorted();
+  ASSERT_EQ(sorted.front().value, -5.0);
+  EXPECT_TRUE(std::signbit(sorted.front().weight));
+  EXPECT_EQ(sorted.front().weight, 0.0);
+}
+
+// Memory follows the distinct values, not the cases: three million cases of
+// 5,000 values hold about what one million did, a few times the values'
+// own 16 bytes; once read, only the results remain.
+TEST(SortedRuns, HoldMemoryInProportionToTheDistinctValues) {
+  SortedRuns runs({});
+  std::mt19937_64 rng(23);
+  std::size_t afterOneMillion = 0;
+  std::size_t most = 0;
+  for (int i = 1; i <= 3000000; ++i) {
+    runs.Add(static_cast<double>(rng() % 5000) * 0.01, 1.0);
+    if (i % 1000 == 0) most = std::max(most, runs.MemoryBytes());
+    if (i == 1000000) afterOneMillion = most;
+  }
+  EXPECT_LE(most, afterOneMillion + afterOneMillion / 10);
+  EXPECT_LE(most, 5000u * sizeof(Entry) * 8);
+  const auto sorted = runs.Sorted();
+  ASSERT_EQ(sorted.size(), 5000u);
+  EXPECT_LE(runs.MemoryBytes(), 2 * 5000u * sizeof(Entry));
+  double total = 0;
+  for (const Entry& e : sorted) total += e.weight;
+  EXPECT_EQ(total, 3000000.0);
+}
+
 }  // namespace
 }  // namespace codebook::aggregate
 
