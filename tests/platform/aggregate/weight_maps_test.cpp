@@ -2,11 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <random>
 #include <set>
+#include <span>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -187,6 +190,7 @@ TEST(StringWeightMap, GrowsPastManyKeysWithoutLosingAny) {
 }  // namespace
 }  // namespace codebook::aggregate
 
+#include "platform/aggregate/radix_sort.h"
 #include "platform/aggregate/sorted_runs.h"
 
 namespace codebook::aggregate {
@@ -223,34 +227,6 @@ TEST(SortedRuns, MergesRunsIntoOneSortedDistinctArray) {
   EXPECT_EQ(sorted.size(), reference.size() + 1);
 }
 
-// The radix sort must agree with a comparison sort on every kind of double:
-// negative, tiny, huge, with equal values kept in their order of arrival.
-TEST(SortedRuns, SortByValueOrdersLikeAComparisonSortAndKeepsEqualValuesInOrder) {
-  std::mt19937_64 rng(11);
-  for (const std::size_t n : {std::size_t{5}, std::size_t{300}, std::size_t{5000}}) {
-    std::vector<NumericEntry<NoExtra>> entries;
-    for (std::size_t i = 0; i < n; ++i) {
-      double v = 0.0;
-      switch (rng() % 4) {
-        case 0: v = static_cast<double>(static_cast<int>(rng() % 41) - 20); break;  // repeats
-        case 1: v = -std::ldexp(static_cast<double>(rng() % 1000 + 1), static_cast<int>(rng() % 200) - 100); break;
-        case 2: v = std::ldexp(static_cast<double>(rng() % 1000 + 1), static_cast<int>(rng() % 600) - 300); break;
-        default: v = static_cast<double>(rng() % 7) * 0.1; break;
-      }
-      entries.push_back({v, static_cast<double>(i), {}});
-    }
-    auto expected = entries;
-    std::stable_sort(expected.begin(), expected.end(), [](const auto& a, const auto& b) { return a.value < b.value; });
-    std::vector<NumericEntry<NoExtra>> scratch;
-    SortByValue(entries, scratch);
-    ASSERT_EQ(entries.size(), expected.size());
-    for (std::size_t i = 0; i < n; ++i) {
-      ASSERT_EQ(entries[i].value, expected[i].value) << i;
-      ASSERT_EQ(entries[i].weight, expected[i].weight) << "equal values out of arrival order at " << i;
-    }
-  }
-}
-
 // Values that arrive in order (times, running numbers) take the path that
 // appends runs instead of merging them; the result must not differ.
 TEST(SortedRuns, OrderedAndInterleavedArrivalsGiveTheSameEntries) {
@@ -275,6 +251,340 @@ TEST(SortedRuns, OrderedAndInterleavedArrivalsGiveTheSameEntries) {
     ASSERT_EQ(a[i].weight, 2.0);
     ASSERT_EQ(b[i].weight, 2.0);
   }
+}
+
+}  // namespace
+}  // namespace codebook::aggregate
+
+// Kinds of data that stress the radix sort's choice of digits: which bits
+// vary, which do not, and where equal values must keep their order.
+namespace codebook::aggregate {
+namespace {
+
+using Entry = NumericEntry<NoExtra>;
+using Values = std::vector<double>;
+
+double FromBits(std::uint64_t bits) {
+  const double v = std::bit_cast<double>(bits);
+  return v == 0.0 ? 0.0 : v;  // -0 is normalised before values get here
+}
+
+struct ValueKind {
+  const char* name;
+  Values (*make)(std::size_t n, std::mt19937_64& rng);
+};
+
+const ValueKind kValueKinds[] = {
+    {"any finite double", [](std::size_t n, std::mt19937_64& rng) {
+       Values v;
+       while (v.size() < n) {
+         const double x = FromBits(rng());
+         if (std::isfinite(x)) v.push_back(x);
+       }
+       return v;
+     }},
+    {"all equal", [](std::size_t n, std::mt19937_64&) { return Values(n, 3.25); }},
+    {"already sorted", [](std::size_t n, std::mt19937_64&) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(static_cast<double>(i) * 0.5 - 100);
+       return v;
+     }},
+    {"reversed across zero", [](std::size_t n, std::mt19937_64&) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(static_cast<double>(n - i) * 0.5 - 100);
+       return v;
+     }},
+    {"negative and positive", [](std::size_t n, std::mt19937_64& rng) {
+       std::uniform_real_distribution<double> u(-1000, 1000);
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(u(rng));
+       return v;
+     }},
+    {"differing only in the last mantissa bits", [](std::size_t n, std::mt19937_64& rng) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) {
+         const std::uint64_t ulps = rng() % 64;
+         const double x = std::bit_cast<double>(std::bit_cast<std::uint64_t>(1.0) + ulps);
+         v.push_back(rng() % 2 == 0 ? x : -x);
+       }
+       return v;
+     }},
+    {"huge and tiny magnitudes", [](std::size_t n, std::mt19937_64& rng) {
+       const double extremes[] = {std::numeric_limits<double>::max(), std::numeric_limits<double>::denorm_min(),
+                                  std::numeric_limits<double>::min(), 1e300, 1e-300, 0.0};
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) {
+         double x = rng() % 4 == 0 ? extremes[rng() % 6]
+                                   : std::ldexp(static_cast<double>(rng() % 1000 + 1), static_cast<int>(rng() % 2080) - 1084);
+         v.push_back(rng() % 2 == 0 || x == 0.0 ? x : -x);
+       }
+       return v;
+     }},
+    {"zero among its nearest neighbours", [](std::size_t n, std::mt19937_64& rng) {
+       const double near[] = {0.0, std::numeric_limits<double>::denorm_min(), -std::numeric_limits<double>::denorm_min(),
+                              FromBits(std::uint64_t{1} << 63)};  // -0, normalised
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(near[rng() % 4]);
+       return v;
+     }},
+    {"a few codes", [](std::size_t n, std::mt19937_64& rng) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(static_cast<double>(rng() % 5));
+       return v;
+     }},
+    {"whole numbers", [](std::size_t n, std::mt19937_64& rng) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(static_cast<double>(rng() % 1000000));
+       return v;
+     }},
+    {"a narrow range", [](std::size_t n, std::mt19937_64& rng) {
+       std::uniform_real_distribution<double> u(1000, 1000 + 1e-9);
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) v.push_back(u(rng));
+       return v;
+     }},
+    {"varying high and low bits around constant middle ones", [](std::size_t n, std::mt19937_64& rng) {
+       Values v;
+       for (std::size_t i = 0; i < n; ++i) {
+         const std::uint64_t r = rng();
+         v.push_back(FromBits(std::bit_cast<std::uint64_t>(1.0) | (r & 0xFF) | ((r >> 8) & 0xFF) << 44));
+       }
+       return v;
+     }},
+};
+
+// Below 2048 entries a comparison sort runs instead; 70000 spans several
+// buffers of the sorted runs.
+constexpr std::size_t kSortSizes[] = {1, 2, 7, 1000, 2048, 5000, 70000};
+
+std::vector<Entry> InArrivalOrder(const Values& values) {
+  std::vector<Entry> entries;
+  for (std::size_t i = 0; i < values.size(); ++i) entries.push_back({values[i], static_cast<double>(i), {}});
+  return entries;
+}
+
+void ExpectSameEntries(std::span<const Entry> got, std::span<const Entry> want, const std::string& what) {
+  ASSERT_EQ(got.size(), want.size()) << what;
+  for (std::size_t i = 0; i < want.size(); ++i) {
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(got[i].value), std::bit_cast<std::uint64_t>(want[i].value))
+        << what << " at " << i << ": " << got[i].value << " for " << want[i].value;
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(got[i].weight), std::bit_cast<std::uint64_t>(want[i].weight))
+        << what << " at " << i;
+  }
+}
+
+// Weights are arrival numbers: equal values out of arrival order show.
+TEST(RadixSort, OrdersLikeAStableComparisonSort) {
+  std::mt19937_64 rng(11);
+  for (const ValueKind& kind : kValueKinds) {
+    for (const std::size_t n : kSortSizes) {
+      const std::string what = std::string(kind.name) + ", " + std::to_string(n) + " entries";
+      std::vector<Entry> want = InArrivalOrder(kind.make(n, rng));
+      std::vector<Entry> entries = want;
+      std::stable_sort(want.begin(), want.end(), [](const Entry& a, const Entry& b) { return a.value < b.value; });
+
+      std::vector<Entry> scratch(n);
+      std::vector<Entry> copy = entries;
+      ExpectSameEntries(RadixSortByValue(copy, scratch), want, what);
+
+      std::vector<Entry> reused = {{9.0, 9.0, {}}};  // the in-place form grows its scratch
+      SortByValue(entries, reused);
+      ExpectSameEntries(entries, want, what + " in place");
+    }
+  }
+}
+
+TEST(RadixSort, WithTooShortAScratchStillSortsInPlace) {
+  std::mt19937_64 rng(4);
+  Values values;
+  for (int i = 0; i < 5000; ++i) values.push_back(static_cast<double>(rng() % 100000) - 50000);
+  std::vector<Entry> entries = InArrivalOrder(values);
+  std::vector<Entry> want = entries;
+  std::stable_sort(want.begin(), want.end(), [](const Entry& a, const Entry& b) { return a.value < b.value; });
+  std::vector<Entry> scratch(10);
+  const auto sorted = RadixSortByValue(entries, scratch);
+  EXPECT_EQ(sorted.data(), entries.data());
+  ExpectSameEntries(sorted, want, "short scratch");
+}
+
+// What the runs must give: every value once, in order, with the weights of
+// its cases summed in case order.
+std::vector<Entry> StableSortAndSum(std::vector<Entry> entries) {
+  std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.value < b.value; });
+  std::vector<Entry> out;
+  for (const Entry& e : entries) {
+    if (!out.empty() && out.back().value == e.value) {
+      out.back().weight += e.weight;
+    } else {
+      out.push_back(e);
+    }
+  }
+  return out;
+}
+
+// Weights in quarters up to 2, so that every partial sum is exact and the
+// comparison can be bitwise whatever the grouping of the additions. A
+// user-missing value (here: one whose bits are a multiple of 3) always
+// comes with its weight negated.
+double WeightOf(double value, std::mt19937_64& rng) {
+  const double w = static_cast<double>(1 + rng() % 8) * 0.25;
+  return std::bit_cast<std::uint64_t>(value) % 3 == 0 ? -w : w;
+}
+
+// From a few values to many buffers, with results read half way and the
+// adding going on after.
+TEST(SortedRuns, MatchAStableSortAndSumOnEveryKindOfData) {
+  std::mt19937_64 rng(17);
+  for (const ValueKind& kind : kValueKinds) {
+    for (const std::size_t n : {std::size_t{1}, std::size_t{5000}, std::size_t{70000}, std::size_t{300000}}) {
+      const std::string what = std::string(kind.name) + ", " + std::to_string(n) + " values";
+      const Values values = kind.make(n, rng);
+      // The runs start from the distinct values of the first cases, as when a
+      // table turns from hashing to runs.
+      std::vector<Entry> seen;
+      for (std::size_t i = 0; i < std::min<std::size_t>(n, 50); ++i) seen.push_back({values[i], WeightOf(values[i], rng), {}});
+      const std::vector<Entry> start = StableSortAndSum(seen);
+      SortedRuns runs(start);
+      for (std::size_t i = 50; i < n; ++i) {
+        seen.push_back({values[i], WeightOf(values[i], rng), {}});
+        runs.Add(seen.back().value, seen.back().weight);
+        if (i == n / 2) ExpectSameEntries(runs.Sorted(), StableSortAndSum(seen), what + ", half way");
+      }
+      ExpectSameEntries(runs.Sorted(), StableSortAndSum(seen), what);
+    }
+  }
+}
+
+// Distinct values but one, which comes once early and once late, so that
+// two runs hold it: wherever it falls among the others, the merge must
+// find the pair and sum it, or the value would show twice.
+TEST(SortedRuns, FindTheOneValueInTwoRunsAtEitherEndOrInTheMiddle) {
+  for (const double repeated : {-1.0, 50000.5, 200000.0}) {
+    SortedRuns runs({});
+    std::mt19937_64 rng(29);
+    std::vector<double> others;
+    for (int i = 0; i < 200000; ++i) others.push_back(static_cast<double>(i));
+    std::shuffle(others.begin(), others.end(), rng);
+    runs.Add(repeated, 0.5);
+    for (double v : others) runs.Add(v, 1.0);
+    runs.Add(repeated, 0.25);
+    const auto sorted = runs.Sorted();
+    ASSERT_EQ(sorted.size(), others.size() + 1) << repeated;
+    const auto it = std::find_if(sorted.begin(), sorted.end(), [&](const Entry& e) { return e.value == repeated; });
+    ASSERT_NE(it, sorted.end()) << repeated;
+    EXPECT_EQ(it->weight, 0.75) << repeated;
+    EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end(), [](const Entry& a, const Entry& b) { return a.value < b.value; }));
+  }
+}
+
+// Within a buffer the sum of a value's weights follows case order: with
+// weights that do not add exactly, another order gives other bits.
+TEST(SortedRuns, SumsTheWeightsOfAValueInCaseOrder) {
+  SortedRuns runs({});
+  runs.Add(7.0, 0.1);
+  runs.Add(7.0, 0.2);
+  runs.Add(7.0, 0.3);
+  for (int i = 0; i < 100000; ++i) runs.Add(100.0 + i * 0.001, 1.0);
+  const auto sorted = runs.Sorted();
+  ASSERT_EQ(sorted.front().value, 7.0);
+  ASSERT_NE((0.1 + 0.2) + 0.3, 0.1 + (0.2 + 0.3));
+  EXPECT_EQ(std::bit_cast<std::uint64_t>(sorted.front().weight), std::bit_cast<std::uint64_t>((0.1 + 0.2) + 0.3));
+  EXPECT_EQ(sorted.size(), 100001u);
+}
+
+// A user-missing value with zero weight keeps the sign that marks it.
+TEST(SortedRuns, KeepTheSignOfAZeroWeight) {
+  SortedRuns runs({});
+  std::mt19937_64 rng(8);
+  for (int round = 0; round < 3; ++round) {
+    for (int i = 0; i < 40000; ++i) runs.Add(static_cast<double>(rng() % 1000000), 1.0);
+    runs.Add(-5.0, -0.0);
+  }
+  const auto sorted = runs.Sorted();
+  ASSERT_EQ(sorted.front().value, -5.0);
+  EXPECT_TRUE(std::signbit(sorted.front().weight));
+  EXPECT_EQ(sorted.front().weight, 0.0);
+}
+
+// Memory follows the distinct values, not the cases: three million cases of
+// 5,000 values hold about what one million did, a few times the values'
+// own 16 bytes; once read, only the results remain.
+TEST(SortedRuns, HoldMemoryInProportionToTheDistinctValues) {
+  SortedRuns runs({});
+  std::mt19937_64 rng(23);
+  std::size_t afterOneMillion = 0;
+  std::size_t most = 0;
+  for (int i = 1; i <= 3000000; ++i) {
+    runs.Add(static_cast<double>(rng() % 5000) * 0.01, 1.0);
+    if (i % 1000 == 0) most = std::max(most, runs.MemoryBytes());
+    if (i == 1000000) afterOneMillion = most;
+  }
+  EXPECT_LE(most, afterOneMillion + afterOneMillion / 10);
+  EXPECT_LE(most, 5000u * sizeof(Entry) * 8);
+  const auto sorted = runs.Sorted();
+  ASSERT_EQ(sorted.size(), 5000u);
+  EXPECT_LE(runs.MemoryBytes(), 2 * 5000u * sizeof(Entry));
+  double total = 0;
+  for (const Entry& e : sorted) total += e.weight;
+  EXPECT_EQ(total, 3000000.0);
+}
+
+}  // namespace
+}  // namespace codebook::aggregate
+
+#include "platform/aggregate/small_integer_counts.h"
+
+namespace codebook::aggregate {
+namespace {
+
+TEST(SmallIntegerCounts, OnlyIntegersFromZeroTo255GoByIndex) {
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(0.0), 0);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(-0.0), 0);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(255.0), 255);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(256.0), -1);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(254.5), -1);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(-1.0), -1);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(1e-300), -1);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(std::nan("")), -1);
+  EXPECT_EQ(SmallIntegerCounts::IndexOf(kSysmis), -1);
+  SmallIntegerCounts counts;
+  EXPECT_EQ(counts.Find(7), nullptr);
+  counts.Insert(7, false) += 2;
+  counts.Insert(3, true) += 1;
+  std::vector<std::pair<double, bool>> seen;
+  counts.ForEach([&](double v, double w, bool missing) {
+    seen.emplace_back(v, missing);
+    EXPECT_EQ(w, v == 7 ? 2 : 1);
+  });
+  EXPECT_EQ(seen, (std::vector<std::pair<double, bool>>{{3, true}, {7, false}}));
+  counts.Clear();
+  EXPECT_EQ(counts.Find(7), nullptr);
+  EXPECT_EQ(counts.count(), 0);
+}
+
+// Codes below 16 are counted in place, larger ones in the indexed table:
+// across both, nothing may be lost, reordered or lose its missing mark.
+TEST(SmallIntegerCounts, KeepsEveryCodeInPlaceAndInTheIndexedTable) {
+  SmallIntegerCounts counts;
+  std::map<int, std::pair<double, bool>> expected;
+  std::mt19937 random(7);
+  for (int round = 0; round < 2000; ++round) {
+    const int k = static_cast<int>(random() % (round < 1000 ? 17 : 256));
+    const double w = 1 + static_cast<double>(random() % 5);
+    double* slot = counts.Find(k);
+    if (slot == nullptr) {
+      slot = &counts.Insert(k, k % 3 == 0);
+      expected[k] = {0.0, k % 3 == 0};
+    }
+    *slot += w;
+    expected[k].first += w;
+  }
+  EXPECT_EQ(counts.count(), static_cast<int>(expected.size()));
+  std::vector<std::tuple<int, double, bool>> got;
+  counts.ForEach([&](double v, double w, bool missing) { got.emplace_back(static_cast<int>(v), w, missing); });
+  std::vector<std::tuple<int, double, bool>> want;
+  for (const auto& [k, e] : expected) want.emplace_back(k, e.first, e.second);
+  EXPECT_EQ(got, want);
 }
 
 }  // namespace
