@@ -4,6 +4,7 @@
 
 #include "platform/aggregate/cell_values.h"
 #include "platform/aggregate/distribution_sink.h"
+#include "platform/data/variable.h"
 
 namespace codebook::aggregate {
 
@@ -20,6 +21,10 @@ void ScaleAccumulator::Bind(const VELA_InputCaseIterator& cases) {
   offset_ = static_cast<std::size_t>(offset);
   if (variable_->GetType() <= 0) {
     mode_ = Mode::kNumeric;
+    // Only a variable of the platform's own model can say it has no
+    // missing values; any other is asked value by value.
+    const auto* own = dynamic_cast<const data::Variable*>(variable_);
+    declaresMissing_ = own == nullptr || !own->Missing().Empty();
   } else {
     mode_ = Mode::kString;
     cells_ = CellCount(static_cast<std::size_t>(variable_->GetType()));
@@ -56,6 +61,16 @@ void ScaleAccumulator::CountNumbers(const data::CaseBatch& batch, std::size_t fr
     }
     if (IsSystemMissing(x)) {
       sysmisWeight_ += w;
+      return;
+    }
+    // Continuous values go to the runs unsorted; others are found in the
+    // map inline, and only a new value takes the way out of line.
+    if (runs_) {
+      runs_->Add(NumericKey(x), declaresMissing_ && variable_->IsMissing(&column[r]) ? -w : w);
+      return;
+    }
+    if (auto* entry = values_.FindExisting(NumericKey(x))) {
+      AddWeight(*entry, w);
       return;
     }
     AddValue(x, &column[r], w);

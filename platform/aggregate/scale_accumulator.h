@@ -67,6 +67,7 @@ class ScaleAccumulator {
   const VELA_Variable* variable_ = nullptr;
   std::size_t offset_ = 0;
   std::size_t cells_ = 1;
+  bool declaresMissing_ = true;  // the variable may have user-missing values
   // The integer codes 0..255 by index: weights, and whether each is met
   // (1) or met and user-missing (2).
   std::array<double, 256> codeWeights_{};

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kMostCases = 4096;
 // Bytes of cells per batch. A pass holds a handful of batches (decoded
 // ahead, walked, settled), so this bounds its memory for the widest files.
-constexpr std::size_t kBatchBytes = std::size_t{8} << 20;
+constexpr std::size_t kBatchBytes = std::size_t{2} << 20;
 }  // namespace
 
 std::size_t CasesPerBatch(std::size_t cellsPerCase) {
@@ -25,9 +25,10 @@ void CaseBatch::Shape(std::size_t cellsPerCase, std::size_t capacity) {
   if (cellsPerCase != cellsPerCase_ || capacity != capacity_) {
     cellsPerCase_ = cellsPerCase;
     capacity_ = capacity;
+    stride_ = capacity >= 64 ? (capacity + 7) / 8 * 8 + 8 : capacity;
     // Every column has room for capacity_ records, so a record has cells
     // even in a dataset without variables.
-    cells_.assign(std::max<std::size_t>(cellsPerCase, 1) * capacity, OBS{kSysmis});
+    cells_.assign(std::max<std::size_t>(cellsPerCase, 1) * stride_, OBS{kSysmis});
   }
   Clear();
 }
@@ -98,6 +99,7 @@ void CaseBatch::KeepOnly(std::span<const std::uint8_t> keep) {
 void CaseBatch::Swap(CaseBatch& other) noexcept {
   std::swap(cellsPerCase_, other.cellsPerCase_);
   std::swap(capacity_, other.capacity_);
+  std::swap(stride_, other.stride_);
   std::swap(size_, other.size_);
   std::swap(endsSplitGroup_, other.endsSplitGroup_);
   cells_.swap(other.cells_);

@@ -36,8 +36,8 @@ class CaseBatch {
   bool EndsSplitGroup() const { return endsSplitGroup_; }
 
   // Cell `cell` of every record: size() values.
-  const OBS* Column(std::size_t cell) const { return cells_.data() + cell * capacity_; }
-  OBS* Column(std::size_t cell) { return cells_.data() + cell * capacity_; }
+  const OBS* Column(std::size_t cell) const { return cells_.data() + cell * stride_; }
+  OBS* Column(std::size_t cell) { return cells_.data() + cell * stride_; }
 
   // Row in and out, for streams that make cases one at a time and callers
   // that read them so. `cells` holds cellsPerCase() cells.
@@ -78,9 +78,14 @@ class CaseBatch {
  private:
   std::size_t cellsPerCase_ = 0;
   std::size_t capacity_ = 0;
+  // Cells from one column to the next: the capacity and a cache line more,
+  // so that the same record of neighbouring columns does not fall into
+  // the same cache set (a power-of-two stride would, and a case written
+  // across all columns would then evict itself).
+  std::size_t stride_ = 0;
   std::size_t size_ = 0;
   bool endsSplitGroup_ = false;
-  std::vector<OBS> cells_;  // column c at c * capacity_
+  std::vector<OBS> cells_;  // column c at c * stride_
   std::vector<double> weights_;
   std::vector<std::uint32_t> counted_;
   bool allCounted_ = true;

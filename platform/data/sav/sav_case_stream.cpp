@@ -55,6 +55,10 @@ class SavCaseStream final : public CaseStream {
     casesPerBlock_ = caseBytes == 0 ? 0 : std::max<std::size_t>(1, kBlockBytes / caseBytes);
     slots_.resize(casesPerBlock_ * p.slotsPerCase);
     if (!p.identity) cells_.resize(kTile * std::max<std::size_t>(p.cellsPerCase, 1));
+    numericCell_.assign(p.cellsPerCase, 0);
+    for (const auto& n : p.numerics) {
+      if (n.cell < numericCell_.size()) numericCell_[n.cell] = 1;
+    }
     const std::uint64_t end = p.compression == Compression::kZlib ? p.zlib.trailerOffset : source_->Size();
     switch (p.compression) {
       case Compression::kNone:
@@ -173,6 +177,9 @@ class SavCaseStream final : public CaseStream {
   std::uint64_t NumberBits(const std::uint8_t* slot) const {
     std::uint64_t bits;
     std::memcpy(&bits, slot, 8);
+    return NumberBits(bits);
+  }
+  std::uint64_t NumberBits(std::uint64_t bits) const {
     if (plan_->bigEndian) bits = __builtin_bswap64(bits);
     return IsSysmis(bits) ? kSysmisBits : bits;
   }
@@ -186,13 +193,29 @@ class SavCaseStream final : public CaseStream {
     const OBS* rows[kTile];
     for (std::size_t j = 0; j < k; ++j) {
       auto* slots = reinterpret_cast<std::uint8_t*>(slots_.data()) + (next_ + j) * S * 8;
-      rows[j] = Convert(slots, plan_->identity ? nullptr : cells_.data() + j * cells);
+      if (plan_->identity) {
+        // Numbers are put right on their way into the columns, below.
+        for (const auto& s : plan_->strings) FixInPlace(slots + s.cellByte, s);
+        rows[j] = reinterpret_cast<const OBS*>(slots);
+      } else {
+        rows[j] = Convert(slots, cells_.data() + j * cells);
+      }
     }
     next_ += k;
     delivered_ += static_cast<std::int64_t>(k);
+    const bool normalise = plan_->identity;
     for (std::size_t c = 0; c < cells; ++c) {
-      OBS* column = batch.Column(c) + at;
-      for (std::size_t j = 0; j < k; ++j) column[j] = rows[j][c];
+      OBS* __restrict column = batch.Column(c) + at;
+      if (normalise && numericCell_[c] != 0) {
+        for (std::size_t j = 0; j < k; ++j) {
+          std::uint64_t bits;
+          std::memcpy(&bits, &rows[j][c], 8);
+          bits = NumberBits(bits);
+          std::memcpy(&column[j], &bits, 8);
+        }
+      } else {
+        for (std::size_t j = 0; j < k; ++j) column[j] = rows[j][c];
+      }
     }
   }
 
@@ -271,6 +294,7 @@ class SavCaseStream final : public CaseStream {
   static constexpr std::size_t kTile = 8;  // cases transposed together: a cache line per column
   std::vector<OBS> slots_;
   std::vector<OBS> cells_;  // kTile converted cases, when slots and cells differ
+  std::vector<std::uint8_t> numericCell_;  // per cell: it holds a number
   std::size_t inBlock_ = 0;
   std::size_t next_ = 0;
   std::int64_t delivered_ = 0;

@@ -65,6 +65,10 @@ void TableHarness::Run() {
     if (iterator_->SplitGroupEnd()) continue;
     for (auto& t : tables_) t->AddNewCase();
   }
+  Collect();
+}
+
+void TableHarness::Collect() {
   for (auto& t : tables_) {
     auto aggregators = t->GetCubeAggregators();
     EXPECT_EQ(aggregators.size(), 1u);

@@ -44,8 +44,11 @@ class TableHarness {
   // Adds a table over the dimension (taking it) and returns its position.
   int AddCategorical(AggregationVariable* dimension);
   int AddScale(int varIndex);
-  // Passes every case that is not a split-group end to every table.
+  // Passes every case that is not a split-group end to every table, then
+  // collects the aggregators.
   void Run();
+  // Collects the aggregators after a pass the test drove itself.
+  void Collect();
 
   CategoricalResult Categorical(int table);
   ScaleResult Scale(int table);
