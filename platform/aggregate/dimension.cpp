@@ -83,11 +83,11 @@ void AggregationVariable::Impl::Count(const CaseBatch& batch, std::size_t from, 
   const std::uint32_t* slots = slots_.data();
   if (multiple_) {
     const std::uint32_t* starts = slotStarts_.data();
-    ForEachCounted(batch, from, to, [&](std::size_t r, double w) {
+    ForEachCounted(batch, from, to, [&](std::size_t r, double w) __attribute__((always_inline)) {
       for (std::uint32_t j = starts[r]; j < starts[r + 1]; ++j) weights[slots[j]] += w;
     });
   } else {
-    ForEachCounted(batch, from, to, [&](std::size_t r, double w) { weights[slots[r]] += w; });
+    ForEachCounted(batch, from, to, [&](std::size_t r, double w) __attribute__((always_inline)) { weights[slots[r]] += w; });
   }
   ++generation_;
 }

@@ -49,7 +49,15 @@ void ScaleAccumulator::Count(const data::CaseBatch& batch, std::size_t from, std
 
 void ScaleAccumulator::CountNumbers(const data::CaseBatch& batch, std::size_t from, std::size_t to) {
   const OBS* column = batch.Column(offset_);
-  ForEachCounted(batch, from, to, [&](std::size_t r, double w) {
+  // The slot of a value some cases ahead is fetched while this one is
+  // counted: a map of a thousand values is found mostly outside the first
+  // cache level, and its misses then overlap.
+  constexpr std::size_t kAhead = 12;
+  const bool fetch = !runs_ && values_.size() > 64;
+  ForEachCounted(batch, from, to, [&](std::size_t r, double w) __attribute__((always_inline)) {
+    if (fetch && r + kAhead < to) {
+      if (const void* slot = values_.SlotAddress(NumericKey(column[r + kAhead].d))) __builtin_prefetch(slot);
+    }
     const double x = column[r].d;
     if (x >= 0.0 && x < 256.0) {
       const auto k = static_cast<std::size_t>(x);
@@ -99,7 +107,7 @@ void ScaleAccumulator::AddValue(double x, const OBS* cell, double weight) {
 void ScaleAccumulator::CountStrings(const data::CaseBatch& batch, std::size_t from, std::size_t to) {
   // Strings have valid and missing counts but no distinct values to keep.
   const OBS* column = batch.Column(offset_);
-  ForEachCounted(batch, from, to, [&](std::size_t r, double w) {
+  ForEachCounted(batch, from, to, [&](std::size_t r, double w) __attribute__((always_inline)) {
     const OBS* cells = cells_ == 1 ? &column[r] : gather_.At(batch, offset_, cells_, r);
     if (variable_->IsMissing(cells)) {
       sysmisWeight_ += w;

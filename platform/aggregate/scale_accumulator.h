@@ -50,8 +50,8 @@ class ScaleAccumulator {
   void CountNumbers(const data::CaseBatch& batch, std::size_t from, std::size_t to);
   void CountStrings(const data::CaseBatch& batch, std::size_t from, std::size_t to);
   // A number that is no code 0..255 and not system-missing.
-  void AddValue(double x, const OBS* cell, double weight);
-  void NewCode(std::size_t k, const OBS* cell);
+  [[gnu::noinline]] void AddValue(double x, const OBS* cell, double weight);
+  [[gnu::noinline]] void NewCode(std::size_t k, const OBS* cell);
   // A user-missing value carries its weight negated: one probe per case
   // serves valid and missing values, and entries stay 16 bytes.
   static void AddWeight(NumericEntry<NoExtra>& entry, double weight) {

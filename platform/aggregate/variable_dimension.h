@@ -44,8 +44,8 @@ class VariableDimension final : public TableDimension, public AggregationVariabl
   void ClassifyNumbers(const data::CaseBatch& batch);
   void ClassifyStrings(const data::CaseBatch& batch);
   // The bucket of a number that is not a code met before.
-  std::uint32_t NumberBucket(const OBS* cell, std::int64_t ordinal);
-  std::uint32_t StringBucket(const OBS* cells, std::int64_t ordinal);
+  [[gnu::noinline]] std::uint32_t NumberBucket(const OBS* cell, std::int64_t ordinal);
+  [[gnu::noinline]] std::uint32_t StringBucket(const OBS* cells, std::int64_t ordinal);
   // A string value as the map's key: the variable's whole width, trailing
   // blanks included, so that a case is looked up without trimming it.
   std::string_view PaddedKey(const OBS* cells) const {
