@@ -4,6 +4,7 @@
 
 #include "platform/aggregate/cube_state.h"
 #include "platform/aggregate/dimension.h"
+#include "platform/aggregate/hot_arena.h"
 
 using codebook::aggregate::CubeAggregatorImpl;
 using codebook::aggregate::CubeState;
@@ -52,6 +53,13 @@ void AggregationCube::AddCategoryAndTotalStatistics(const std::vector<Aggregatio
 
 // ---- AggregationTable ----
 
+// The procedure's loop visits its tables in the order they were made, on
+// every case: side by side, the visit is a forward sweep.
+void* AggregationTable::operator new(std::size_t bytes) {
+  return codebook::aggregate::AllocateHot(bytes, codebook::aggregate::HotArena::kTables);
+}
+void AggregationTable::operator delete(void* p) noexcept { codebook::aggregate::ReleaseHot(p); }
+
 AggregationTable::AggregationTable(VELA_InputCaseIterator& cases, bool /*layered*/, bool /*keepCategories*/,
                                    int /*layer*/)
     : impl_(std::make_unique<Impl>(cases)) {}
@@ -64,7 +72,7 @@ AggregationTable::~AggregationTable() {
 
 AggregationCube* AggregationTable::CreateCube() {
   if (!impl_->cube) {
-    impl_->state = std::make_shared<CubeState>(impl_->cases, &taken_, &dimension_);
+    impl_->state = std::shared_ptr<CubeState>(new CubeState(impl_->cases, &taken_, &dimension_));
     impl_->cube = std::make_unique<AggregationCube>(std::make_unique<AggregationCube::Impl>(impl_->state));
   }
   return impl_->cube.get();

@@ -8,13 +8,15 @@
 
 #include "platform/aggregate/counted_records.h"
 #include "platform/aggregate/dimension.h"
+#include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/numeric_weight_map.h"
 #include "platform/aggregate/set_members.h"
 #include "platform/aggregate/string_weight_map.h"
 
 namespace codebook::aggregate {
 
-class CategorySetDimension final : public TableMCSet, public AggregationVariable::Impl {
+class CategorySetDimension final : public TableMCSet, public AggregationVariable::Impl,
+                                public HotStorage<HotArena::kDimensions> {
  public:
   CategorySetDimension(std::vector<int> varIndexes, std::string name);
   ~CategorySetDimension() override;

@@ -36,6 +36,7 @@ void CubeState::AddScaleStatistics(const std::vector<AggregationStatistic>& stat
     // batch.
     if (s.GetVarIndex() >= 0 && ScaleFor(s.GetVarIndex()) == nullptr) {
       scales_.push_back(std::make_unique<ScaleAccumulator>(s.GetVarIndex()));
+      firstScale_ = scales_.front().get();
     }
   }
 }
@@ -52,6 +53,8 @@ void CubeState::Prepare(const data::CaseBatch& batch) {
   }
   if (dimensionImpl_ != nullptr) dimensionImpl_->Prepare(batch);
   preparedFor_ = batch.firstOrdinal();
+  hotColumn_ = firstScale_ != nullptr ? firstScale_->column() : -1;
+  if (hotColumn_ < 0 && dimensionImpl_ != nullptr) hotColumn_ = dimensionImpl_->column();
 }
 
 void CubeState::CountTaken(const data::CaseBatch& batch) {

@@ -14,6 +14,7 @@
 #include "host/aggregate/cube_aggregator.h"
 #include "host/data/case_iterator.h"
 #include "platform/aggregate/dimension.h"
+#include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/scale_accumulator.h"
 #include "platform/data/case_batch.h"
 
@@ -21,7 +22,7 @@ namespace codebook::aggregate {
 
 class BatchedPass;
 
-class CubeState {
+class CubeState : public HotStorage<HotArena::kDimensions> {
  public:
   // `taken` counts the cases the table took; `tableDimension` is where the
   // table keeps its dimension for the procedure.
@@ -45,6 +46,14 @@ class CubeState {
   void Prepare(const data::CaseBatch& batch);
   // Counts what the table took of `batch` and has not been counted.
   void CountTaken(const data::CaseBatch& batch);
+  // Asks for what counting `batch` will touch first (the state's objects
+  // and the first line of its variable's column), for a pass that walks
+  // many tables and overlaps their misses.
+  void Prefetch(const data::CaseBatch* batch) const {
+    if (dimensionImpl_ != nullptr) __builtin_prefetch(dimensionImpl_);
+    if (firstScale_ != nullptr) __builtin_prefetch(firstScale_);
+    if (batch != nullptr && hotColumn_ >= 0) __builtin_prefetch(batch->Column(static_cast<std::size_t>(hotColumn_)));
+  }
   // Relative work per case, to share tables among threads.
   double Cost() const;
   int thread = 0;          // the pass's thread that counts this cube
@@ -78,6 +87,8 @@ class CubeState {
   std::unique_ptr<AggregationVariable> dimension_;
   AggregationVariable::Impl* dimensionImpl_ = nullptr;
   std::vector<std::unique_ptr<ScaleAccumulator>> scales_;
+  ScaleAccumulator* firstScale_ = nullptr;  // scales_'s first, without the vector's indirection
+  std::ptrdiff_t hotColumn_ = -1;  // the cell the counting reads first, once bound
   std::vector<AggregationStatistic> scaleStatistics_;
   std::vector<AggregationStatistic> categoryStatistics_;
   std::vector<AggregationStatistic> totalStatistics_;

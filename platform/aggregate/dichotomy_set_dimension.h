@@ -7,11 +7,13 @@
 
 #include "platform/aggregate/counted_records.h"
 #include "platform/aggregate/dimension.h"
+#include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/set_members.h"
 
 namespace codebook::aggregate {
 
-class DichotomySetDimension final : public TableMDSet, public AggregationVariable::Impl {
+class DichotomySetDimension final : public TableMDSet, public AggregationVariable::Impl,
+                                public HotStorage<HotArena::kDimensions> {
  public:
   DichotomySetDimension(std::vector<int> varIndexes, std::string name, const OBS* countedValue,
                         int countedLength, bool countMissing);

@@ -67,7 +67,7 @@ void AggregationVariable::Impl::Prepare(const CaseBatch& batch) {
     slotStarts_.assign(batch.size() + 1, 0);
     slots_.clear();
   } else {
-    slots_.resize(batch.size());
+    slots_.set_size(batch.size());
   }
   Classify(batch);
   counting_.first = batchFirsts_.data();

@@ -22,11 +22,14 @@
 #include "host/data/case_iterator.h"
 #include "host/data/obs.h"
 #include "platform/aggregate/category.h"
+#include "platform/aggregate/inline_vector.h"
 #include "platform/data/case_batch.h"
 
 namespace codebook::aggregate {
 class CubeState;
 }
+
+using codebook::aggregate::InlineVector;
 
 class AggregationVariable::Impl {
  public:
@@ -43,6 +46,8 @@ class AggregationVariable::Impl {
   // the list (and free it).
   virtual void SetCategories(std::vector<std::unique_ptr<ParsedCategory>> categories);
   virtual TableDimension& Dimension() = 0;
+  // The cell its cases are read from first, or -1 (once bound).
+  virtual std::ptrdiff_t column() const { return -1; }
 
   // The dimension joins `cube`, whose table takes the cases of `cases`, and
   // whose count of taken cases is at `taken`. Copies what the caller may
@@ -116,7 +121,7 @@ class AggregationVariable::Impl {
   bool noTotal() const { return noTotal_; }
   bool excludeUserMissing() const { return excludeUserMissing_; }
   bool multiple_ = false;  // records may fall into several buckets
-  std::vector<std::uint32_t> slots_;
+  InlineVector<std::uint32_t, 32> slots_;
   std::vector<std::uint32_t> slotStarts_;
 
  private:
@@ -129,7 +134,7 @@ class AggregationVariable::Impl {
   bool bound_ = false;
   std::int64_t preparedFor_ = -1;
   std::size_t preparedSize_ = 0;
-  std::vector<double> weights_;  // per bucket
+  InlineVector<double, 16> weights_;  // per bucket
   std::vector<BucketInfo> info_;
   std::size_t categories_ = 0;   // category buckets, in all
   std::vector<std::int64_t> batchFirsts_;  // ordinals of the categories new in the batch being walked

@@ -37,7 +37,9 @@ class NumericWeightMap {
  public:
   using Entry = NumericEntry<Extra>;
 
-  NumericWeightMap() { Rebuild(kInitialCapacity); }
+  // No slots until the first entry: a pass over a wide file makes a map
+  // for every table, most of which never hold a value that is no code.
+  NumericWeightMap() = default;
 
   std::size_t size() const { return size_; }
   std::size_t MemoryBytes() const { return slots_.capacity() * sizeof(Entry); }
@@ -74,7 +76,7 @@ class NumericWeightMap {
   // value met before, inline for callers that count a batch of values.
   [[gnu::always_inline]] Entry* FindExisting(double value) {
     // A NaN is never a key, and its bits could be the empty mark.
-    if (sorted_ || std::isnan(value)) return nullptr;
+    if (sorted_ || std::isnan(value) || slots_.empty()) return nullptr;
     std::size_t i = ReduceRange(HashDouble(value), slots_.size());
     const auto key = std::bit_cast<std::uint64_t>(value);
     while (true) {
@@ -91,11 +93,12 @@ class NumericWeightMap {
   // the caller's: a function made only of a prefetch looks free of effects
   // to the optimiser, and its calls get dropped.)
   const void* SlotAddress(double value) const {
-    return sorted_ ? nullptr : slots_.data() + ReduceRange(HashDouble(value), slots_.size());
+    return sorted_ || slots_.empty() ? nullptr : slots_.data() + ReduceRange(HashDouble(value), slots_.size());
   }
 
   const Entry* Find(double value) const {
-    if (std::isnan(value)) return nullptr;  // never a key, and its bits could be the empty mark
+    // Never a key, and its bits could be the empty mark.
+    if (std::isnan(value) || slots_.empty()) return nullptr;
     if (sorted_) {
       auto end = slots_.begin() + static_cast<std::ptrdiff_t>(size_);
       auto it = std::lower_bound(slots_.begin(), end, value,
@@ -160,7 +163,7 @@ class NumericWeightMap {
 
   std::size_t GrownCapacity() const {
     // A sorted map only needs its index back; a full one grows by half.
-    std::size_t capacity = slots_.size();
+    std::size_t capacity = std::max(slots_.size(), kInitialCapacity);
     while (Overloaded(size_ + 1, capacity)) capacity += capacity / 2;
     return capacity;
   }

@@ -62,7 +62,7 @@ void ScaleAccumulator::CountNumbers(const data::CaseBatch& batch, std::size_t fr
     if (x >= 0.0 && x < 256.0) {
       const auto k = static_cast<std::size_t>(x);
       if (static_cast<double>(k) == x) {
-        if (codeState_[k] == 0) NewCode(k, &column[r]);
+        if (k >= codeState_.size() || codeState_[k] == 0) NewCode(k, &column[r]);
         codeWeights_[k] += w;
         return;
       }
@@ -86,6 +86,10 @@ void ScaleAccumulator::CountNumbers(const data::CaseBatch& batch, std::size_t fr
 }
 
 void ScaleAccumulator::NewCode(std::size_t k, const OBS* cell) {
+  if (codeState_.size() <= k) {
+    codeState_.resize(k + 1, 0);
+    codeWeights_.resize(k + 1, 0.0);
+  }
   codeState_[k] = variable_->IsMissing(cell) ? 2 : 1;
   anyCode_ = true;
 }

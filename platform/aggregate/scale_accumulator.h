@@ -2,7 +2,7 @@
 // all cases. Memory grows with the distinct values, never with the cases.
 #pragma once
 
-#include <array>
+#include <vector>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +11,8 @@
 
 #include "host/data/case_iterator.h"
 #include "platform/aggregate/counted_records.h"
+#include "platform/aggregate/hot_arena.h"
+#include "platform/aggregate/inline_vector.h"
 #include "platform/aggregate/numeric_weight_map.h"
 #include "platform/aggregate/sorted_runs.h"
 #include "platform/aggregate/weighted_statistics.h"
@@ -18,7 +20,7 @@
 
 namespace codebook::aggregate {
 
-class ScaleAccumulator {
+class ScaleAccumulator : public HotStorage<HotArena::kDimensions> {
  public:
   explicit ScaleAccumulator(int varIndex) : varIndex_(varIndex) {}
   ~ScaleAccumulator();
@@ -28,6 +30,8 @@ class ScaleAccumulator {
   int varIndex() const { return varIndex_; }
   void Bind(const VELA_InputCaseIterator& cases);
   bool bound() const { return bound_; }
+  // The cell its values are read from, or -1.
+  std::ptrdiff_t column() const { return bound_ && mode_ != Mode::kUnknownVariable ? static_cast<std::ptrdiff_t>(offset_) : -1; }
   // Whether the values are continuous so far (almost all distinct): what
   // decides how much a case costs, for sharing tables among threads.
   bool continuous() const { return runs_ != nullptr; }
@@ -69,9 +73,9 @@ class ScaleAccumulator {
   std::size_t cells_ = 1;
   bool declaresMissing_ = true;  // the variable may have user-missing values
   // The integer codes 0..255 by index: weights, and whether each is met
-  // (1) or met and user-missing (2).
-  std::array<double, 256> codeWeights_{};
-  std::array<std::uint8_t, 256> codeState_{};
+  // (1) or met and user-missing (2). As long as the largest code met.
+  InlineVector<double, 16> codeWeights_;
+  InlineVector<std::uint8_t, 16> codeState_;
   bool anyCode_ = false;
   NumericWeightMap<> values_;
   std::unique_ptr<SortedRuns> runs_;  // replaces values_ once the data look continuous

@@ -12,7 +12,8 @@ namespace {
 constexpr std::size_t kInitialCapacity = 16;
 }
 
-StringWeightMap::StringWeightMap() : slots_(kInitialCapacity) {}
+// No slots until the first key, as with the numeric maps.
+StringWeightMap::StringWeightMap() = default;
 
 void StringWeightMap::Insert(Entry& slot, std::uint64_t hash, std::string_view key) {
   slot.used = true;
@@ -24,7 +25,7 @@ void StringWeightMap::Insert(Entry& slot, std::uint64_t hash, std::string_view k
 }
 
 void StringWeightMap::Grow() {
-  std::vector<Entry> old(slots_.size() + slots_.size() / 2);
+  std::vector<Entry> old(std::max(kInitialCapacity, slots_.size() + slots_.size() / 2));
   old.swap(slots_);
   for (const Entry& e : old) {
     if (!e.used) continue;

@@ -42,6 +42,7 @@ class StringWeightMap {
     return slot;
   }
   const Entry* Find(std::string_view key) const {
+    if (slots_.empty()) return nullptr;
     const Entry& slot = slots_[Probe(HashBytes(key), key)];
     return slot.used ? &slot : nullptr;
   }

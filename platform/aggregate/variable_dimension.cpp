@@ -103,9 +103,10 @@ void VariableDimension::ClassifyNumbers(const data::CaseBatch& batch) {
   // A code met before, what almost every case of a categorical variable
   // is, costs a comparison, a conversion and a load.
   const std::uint32_t* codes = codes_.data();
+  std::size_t known = codes_.size();
   ForEachCounted(batch, [&](std::size_t r, double) __attribute__((always_inline)) {
     const double x = column[r].d;
-    if (x >= 0.0 && x < 256.0) {
+    if (x >= 0.0 && x < static_cast<double>(known)) {
       const auto k = static_cast<std::uint32_t>(x);
       if (static_cast<double>(k) == x && codes[k] != 0) {
         slots[r] = codes[k];
@@ -113,6 +114,8 @@ void VariableDimension::ClassifyNumbers(const data::CaseBatch& batch) {
       }
     }
     slots[r] = NumberBucket(&column[r], first + static_cast<std::int64_t>(r));
+    codes = codes_.data();  // the slow way may have grown them
+    known = codes_.size();
   });
 }
 
@@ -133,7 +136,9 @@ std::uint32_t VariableDimension::NumberBucket(const OBS* cell, std::int64_t ordi
     return b;
   };
   if (x >= 0.0 && x < 256.0 && static_cast<double>(static_cast<int>(x)) == x) {
-    std::uint32_t& code = codes_[static_cast<std::size_t>(x)];
+    const auto k = static_cast<std::size_t>(x);
+    if (codes_.size() <= k) codes_.resize(k + 1, 0);
+    std::uint32_t& code = codes_[k];
     if (code == 0) code = make();
     return code;
   }

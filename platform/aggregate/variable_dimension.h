@@ -2,25 +2,29 @@
 // exactly the values given to SetCategories.
 #pragma once
 
-#include <array>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/aggregate/counted_records.h"
 #include "platform/aggregate/dimension.h"
+#include "platform/aggregate/hot_arena.h"
 #include "platform/aggregate/numeric_weight_map.h"
 #include "platform/aggregate/string_weight_map.h"
 
 namespace codebook::aggregate {
 
-class VariableDimension final : public TableDimension, public AggregationVariable::Impl {
+class VariableDimension final : public TableDimension, public AggregationVariable::Impl,
+                                public HotStorage<HotArena::kDimensions> {
  public:
   VariableDimension(int varIndex, std::string name);
   ~VariableDimension() override;
 
   void SetCategories(std::vector<std::unique_ptr<ParsedCategory>> categories) override;
   TableDimension& Dimension() override { return *this; }
+  std::ptrdiff_t column() const override {
+    return mode_ == Mode::kUnknownVariable ? -1 : static_cast<std::ptrdiff_t>(offset_);
+  }
   const std::vector<const AggregationCategory*>& GetCategories() const override { return CurrentCategories(); }
 
  private:
@@ -62,8 +66,9 @@ class VariableDimension final : public TableDimension, public AggregationVariabl
   std::vector<GivenValue> given_;
   std::vector<std::vector<OBS>> givenCells_;  // the given values at full width, after Bind
   // The integer codes 0..255, which most categorical data are, found by
-  // index: their bucket, 0 until met.
-  std::array<std::uint32_t, 256> codes_{};
+  // index: their bucket, 0 until met. As long as the largest code met, so
+  // that a table of a wide file stays small.
+  InlineVector<std::uint32_t, 16> codes_;
   NumericWeightMap<BucketOf> numbers_;  // other numbers (all numbers when restricted)
   std::vector<double> numberOf_;        // the value of each numeric bucket
   StringWeightMap strings_;             // entry.member: the bucket

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kMostCases = 4096;
 // Bytes of cells per batch. A pass holds a handful of batches (decoded
 // ahead, walked, settled), so this bounds its memory for the widest files.
-constexpr std::size_t kBatchBytes = std::size_t{2} << 20;
+constexpr std::size_t kBatchBytes = std::size_t{16} << 20;
 }  // namespace
 
 std::size_t CasesPerBatch(std::size_t cellsPerCase) {

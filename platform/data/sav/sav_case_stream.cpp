@@ -52,7 +52,9 @@ class SavCaseStream final : public CaseStream {
       : source_(std::move(source)), plan_(std::move(plan)), decoder_(plan_->encoding) {
     const CasePlan& p = *plan_;
     const std::size_t caseBytes = p.slotsPerCase * 8;
-    casesPerBlock_ = caseBytes == 0 ? 0 : std::max<std::size_t>(1, kBlockBytes / caseBytes);
+    // At least a tile of cases, so that very wide cases are transposed a
+    // tile at a time too.
+    casesPerBlock_ = caseBytes == 0 ? 0 : std::max<std::size_t>(kTile, kBlockBytes / caseBytes);
     slots_.resize(casesPerBlock_ * p.slotsPerCase);
     if (!p.identity) cells_.resize(kTile * std::max<std::size_t>(p.cellsPerCase, 1));
     numericCell_.assign(p.cellsPerCase, 0);

@@ -3,6 +3,7 @@
 // statistics over all cases.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -67,6 +68,9 @@ class HOST_API AggregationTable {
   ~AggregationTable();
   AggregationTable(const AggregationTable&) = delete;
   AggregationTable& operator=(const AggregationTable&) = delete;
+  // Tables are kept side by side in the order they are made.
+  static void* operator new(std::size_t bytes);
+  static void operator delete(void* p) noexcept;
 
   // The table's cube, owned by the table.
   AggregationCube* CreateCube();
