@@ -48,7 +48,7 @@ std::uint32_t AggregationVariable::Impl::FixedCategory(bool missing) {
   weights_.push_back(0.0);
   info_.push_back({-1, missing, true});
   ++categories_;
-  counting_.before = categories_;
+  counting_.count = categories_;
   return b;
 }
 
@@ -61,7 +61,6 @@ void AggregationVariable::Impl::Prepare(const CaseBatch& batch) {
     Bind(*cases_);
     bound_ = true;
   }
-  counting_.before = categories_;
   batchFirsts_.clear();
   if (multiple_) {
     slotStarts_.assign(batch.size() + 1, 0);
@@ -70,9 +69,11 @@ void AggregationVariable::Impl::Prepare(const CaseBatch& batch) {
     slots_.set_size(batch.size());
   }
   Classify(batch);
-  counting_.first = batchFirsts_.data();
-  counting_.next = counting_.first;
-  counting_.end = counting_.first + batchFirsts_.size();
+  categories_ -= batchFirsts_.size();  // counted as the table takes their cases
+  counting_.count = categories_;
+  categories_ += batchFirsts_.size();
+  batchFirsts_.push_back(CategoryCount::kNever);
+  counting_.next = batchFirsts_.data();
   preparedFor_ = batch.firstOrdinal();
   preparedSize_ = batch.size();
 }

@@ -20,7 +20,7 @@ void VariableDimension::SetCategories(std::vector<std::unique_ptr<ParsedCategory
     given_.push_back({std::vector<OBS>{*category->value()}, category->value()});
   }
   // Exactly these categories: the count is theirs from the start.
-  count_.before = given_.size();
+  count_.count = given_.size();
   // The rest of a long string value is copied now if the dimension has
   // joined its cube already (the width is known).
   if (cases() != nullptr) OnAttach(*cases());

@@ -205,20 +205,49 @@ class SavCaseStream final : public CaseStream {
     }
     next_ += k;
     delivered_ += static_cast<std::int64_t>(k);
+    if (plan_->bigEndian) {
+      Columns<true>(batch, at, rows, k);
+    } else {
+      Columns<false>(batch, at, rows, k);
+    }
+  }
+
+  // Writes the k rows to the batch's columns from record `at`; numbers of
+  // a case converted in place are put right on the way.
+  template <bool kSwap>
+  void Columns(CaseBatch& batch, std::size_t at, const OBS* const* rows, std::size_t k) {
+    const std::size_t cells = plan_->cellsPerCase;
     const bool normalise = plan_->identity;
+    const std::uint64_t declared = plan_->declaredSysmisBits;
+    // System-missing in any of its spellings (the usual one, the file's,
+    // any NaN) becomes the usual one, without a branch per value.
+    const auto number = [declared](std::uint64_t bits) {
+      if (kSwap) bits = __builtin_bswap64(bits);
+      const bool nan = (bits & 0x7FFFFFFFFFFFFFFFull) > 0x7FF0000000000000ull;
+      return (nan || bits == declared) ? kSysmisBits : bits;
+    };
     for (std::size_t c = 0; c < cells; ++c) {
       OBS* __restrict column = batch.Column(c) + at;
       if (normalise && numericCell_[c] != 0) {
-        for (std::size_t j = 0; j < k; ++j) {
-          std::uint64_t bits;
-          std::memcpy(&bits, &rows[j][c], 8);
-          bits = NumberBits(bits);
-          std::memcpy(&column[j], &bits, 8);
+        if (k == kTile) {
+          for (std::size_t j = 0; j < kTile; ++j) Normalise(rows[j] + c, column + j, number);
+        } else {
+          for (std::size_t j = 0; j < k; ++j) Normalise(rows[j] + c, column + j, number);
         }
+      } else if (k == kTile) {
+        for (std::size_t j = 0; j < kTile; ++j) column[j] = rows[j][c];
       } else {
         for (std::size_t j = 0; j < k; ++j) column[j] = rows[j][c];
       }
     }
+  }
+
+  template <typename F>
+  static void Normalise(const OBS* from, OBS* to, const F& number) {
+    std::uint64_t bits;
+    std::memcpy(&bits, from, 8);
+    bits = number(bits);
+    std::memcpy(to, &bits, 8);
   }
 
   // The cells of a case from its slots: in place when slots and cells
@@ -245,7 +274,17 @@ class SavCaseStream final : public CaseStream {
   // UTF-8 file, same layout: NULs become blanks, padding becomes blanks,
   // invalid UTF-8 is repaired.
   void FixInPlace(std::uint8_t* cell, const CasePlan::String& s) {
-    for (std::uint32_t i = 0; i < s.width; ++i) {
+    // A word at a time: most strings hold no NUL at all.
+    std::uint32_t i = 0;
+    for (; i + 8 <= s.width; i += 8) {
+      std::uint64_t w;
+      std::memcpy(&w, cell + i, 8);
+      if (((w - 0x0101010101010101ull) & ~w & 0x8080808080808080ull) == 0) continue;
+      for (std::uint32_t j = i; j < i + 8; ++j) {
+        if (cell[j] == 0) cell[j] = ' ';
+      }
+    }
+    for (; i < s.width; ++i) {
       if (cell[i] == 0) cell[i] = ' ';
     }
     std::memset(cell + s.width, ' ', s.cellBytes - s.width);

@@ -40,16 +40,15 @@ class HOST_API AggregationCategory {
 
 // Where a dimension's count of categories stands during a pass. The pass
 // finds the categories of a batch of cases before the table takes them, so
-// the count is those met before the batch plus those of the batch first met
-// at a case the table has taken: `first` lists, ascending, how many cases
-// the table had taken when each new one appeared.
+// the count moves on as the table takes the cases at which they first
+// appear: `next` points at how many cases the table had taken when the
+// next new one appeared, in a list that ends with the largest number.
 struct CategoryCount {
   static constexpr std::int64_t kNone = 0;
+  static constexpr std::int64_t kNever = INT64_MAX;
   const std::int64_t* taken = &kNone;  // cases the table has taken
-  std::size_t before = 0;
-  const std::int64_t* first = nullptr;
-  const std::int64_t* end = nullptr;
-  const std::int64_t* next = nullptr;  // the first of [first, end) not yet taken
+  const std::int64_t* next = &kNever;
+  std::size_t count = 0;               // categories among the cases taken
 };
 
 // The categories of one variable or set, known after the pass.
@@ -60,9 +59,11 @@ class HOST_API TableDimension {
   // (the total category not included). Inline: a pass may ask it for every
   // case and table.
   std::size_t GetCategoryCount() const {
-    const std::int64_t taken = *count_.taken;
-    while (count_.next != count_.end && *count_.next < taken) ++count_.next;
-    return count_.before + static_cast<std::size_t>(count_.next - count_.first);
+    while (*count_.next < *count_.taken) {
+      ++count_.next;
+      ++count_.count;
+    }
+    return count_.count;
   }
   // All categories in order; the last one is the total category.
   virtual const std::vector<const AggregationCategory*>& GetCategories() const = 0;
