@@ -36,7 +36,7 @@ class VELA_Format {
   constexpr unsigned int TypeEx() const { return type_; }
   constexpr bool IsString() const { return type_ == A || type_ == AHEX; }
 
-  friend constexpr bool operator==(const VELA_Format&, const VELA_Format&) = default;
+  constexpr bool operator==(const VELA_Format&) const = default;
 
  private:
   std::uint16_t width_ = 0;
