@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <bit>
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
 #include <cmath>
 #include <cstring>
 #include <exception>
@@ -47,6 +50,8 @@ std::size_t Utf8Prefix(std::string_view s, std::size_t limit) {
 }
 
 class SavCaseStream final : public CaseStream {
+  static constexpr std::size_t kTile = 8;  // cases transposed together: a cache line per column
+
  public:
   SavCaseStream(std::shared_ptr<const ByteSource> source, std::shared_ptr<const CasePlan> plan)
       : source_(std::move(source)), plan_(std::move(plan)), decoder_(plan_->encoding) {
@@ -94,10 +99,18 @@ class SavCaseStream final : public CaseStream {
         if (next_ == inBlock_ && !FillBlock()) break;
         const std::size_t n = std::min(inBlock_ - next_, batch.capacity() - batch.size());
         const std::size_t first = batch.Grow(n);
-        for (std::size_t done = 0; done < n; done += kTile) {
-          Transpose(batch, first + done, std::min(kTile, n - done));
+        // Tiles start at multiples of kTile in the batch, so that a whole
+        // tile fills whole cache lines of its columns.
+        for (std::size_t done = 0; done < n;) {
+          const std::size_t at = first + done;
+          const std::size_t k = std::min(kTile - at % kTile, n - done);
+          Transpose(batch, at, k);
+          done += k;
         }
       }
+#if defined(__SSE2__)
+      _mm_sfence();  // the columns' streamed lines are written before the batch is handed on
+#endif
     } catch (...) {
       // The cases before the damage go out first; the error with the next call.
       if (batch.empty()) throw;
@@ -230,16 +243,35 @@ class SavCaseStream final : public CaseStream {
       OBS* __restrict column = batch.Column(c) + at;
       if (normalise && numericCell_[c] != 0) {
         if (k == kTile) {
-          for (std::size_t j = 0; j < kTile; ++j) Normalise(rows[j] + c, column + j, number);
+          std::uint64_t line[kTile];
+          for (std::size_t j = 0; j < kTile; ++j) {
+            std::memcpy(&line[j], rows[j] + c, 8);
+            line[j] = number(line[j]);
+          }
+          StreamLine(column, line);
         } else {
           for (std::size_t j = 0; j < k; ++j) Normalise(rows[j] + c, column + j, number);
         }
       } else if (k == kTile) {
-        for (std::size_t j = 0; j < kTile; ++j) column[j] = rows[j][c];
+        std::uint64_t line[kTile];
+        for (std::size_t j = 0; j < kTile; ++j) std::memcpy(&line[j], rows[j] + c, 8);
+        StreamLine(column, line);
       } else {
         for (std::size_t j = 0; j < k; ++j) column[j] = rows[j][c];
       }
     }
+  }
+
+  // A whole cache line of a column, written past the caches: the batch is
+  // read by another thread, from another core, and would only be fetched
+  // here first to be overwritten, line after line of it.
+  static void StreamLine(OBS* to, const std::uint64_t (&line)[kTile]) {
+#if defined(__SSE2__)
+    auto* out = reinterpret_cast<long long*>(to);
+    for (std::size_t j = 0; j < kTile; ++j) _mm_stream_si64(out + j, static_cast<long long>(line[j]));
+#else
+    std::memcpy(to, line, sizeof line);
+#endif
   }
 
   template <typename F>
@@ -332,7 +364,6 @@ class SavCaseStream final : public CaseStream {
   std::unique_ptr<InputWindow> window_;
   std::optional<BytecodeDecoder> bytecode_;
   std::size_t casesPerBlock_ = 0;
-  static constexpr std::size_t kTile = 8;  // cases transposed together: a cache line per column
   std::vector<OBS> slots_;
   std::vector<OBS> cells_;  // kTile converted cases, when slots and cells differ
   std::vector<std::uint8_t> numericCell_;  // per cell: it holds a number
