@@ -18,10 +18,11 @@ void WriteItems(const Document& document, std::ostream& out, std::string_view se
                 WriteTable writeTable, WriteMessage writeMessage, WriteHeading writeHeading) {
   std::string buffer;
   bool first = true;
+  TableView view;
   for (const Document::Item& item : document.Items()) {
     buffer.clear();
     if (const auto* table = std::get_if<Document::Table>(&item)) {
-      const TableView view(**table);
+      view.Build(**table);
       if (!view.Visible()) continue;
       if (!first) buffer += separator;
       writeTable(buffer, view);

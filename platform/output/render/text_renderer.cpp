@@ -115,7 +115,7 @@ std::vector<Row> BuildRows(const TableView& view, const std::vector<int>& limits
   bool firstEntry = true;
   for (const ViewEntry& entry : view.entries()) {
     Row row(columnCount);
-    const CellContent* label = view.Label(entry.node);
+    const ContentView* label = view.Label(entry.node);
     // Unfitted, a label may take the full width beside its indentation;
     // fitted, the indentation comes out of the column's width.
     const int labelLimit = fitted ? std::max(limits[0], 2 * entry.depth + 1) : limits[0] + 2 * entry.depth;
@@ -216,9 +216,10 @@ void WriteMessageText(const Message& message, std::ostream& out) {
 void RenderText(const Document& document, std::ostream& out, const TextOptions& options) {
   bool first = true;
   bool lastWasTable = false;
+  TableView view;
   for (const Document::Item& item : document.Items()) {
     if (const auto* table = std::get_if<Document::Table>(&item)) {
-      const TableView view(**table);
+      view.Build(**table);
       if (!view.Visible()) continue;
       if (!first) out << '\n';
       RenderTable(out, view, options);
