@@ -291,9 +291,15 @@ class Run {
     if (!alerts_) return;
     alerts.SetAlertsChecked();
     combined_.SetAlertsChecked();
-    const auto items = codebook::exporting::ReadItemFacts(*session.Document(), run->firstItem, run->endItem);
-    for (codebook::output::Alert& alert :
-         codebook::report::FindAlerts(items, *run->dataset, tally, run->weightIndex)) {
+    // One item's facts at a time: the facts of all the items together
+    // would hold a copy of every table's values.
+    std::vector<codebook::output::Alert> found;
+    codebook::exporting::ForEachItemFacts(*session.Document(), run->firstItem, run->endItem,
+                                          [&](const codebook::exporting::ItemFacts& item, std::size_t) {
+                                            codebook::report::AddItemAlerts(item, *run->dataset, tally, found);
+                                          });
+    codebook::report::AddFileAlerts(*run->dataset, tally, run->weightIndex, found);
+    for (codebook::output::Alert& alert : found) {
       alerts.AddAlert(alert);
       if (!streaming_) combined_.AddAlert(std::move(alert));
     }
