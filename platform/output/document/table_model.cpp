@@ -96,7 +96,30 @@ ContentRef TableData::Store(const BpCellText::Content& content) {
   return static_cast<ContentRef>(contents.size() - 1) * 2;
 }
 
-TableNode::TableNode() : open_(std::make_unique<TableData>()) {}
+namespace {
+
+// The buffers of the table sealed last, for the next table to fill: tables
+// are made one after another, of much the same size.
+thread_local std::unique_ptr<TableData> spareData;
+
+std::unique_ptr<TableData> NewData() {
+  if (spareData) return std::move(spareData);
+  return std::make_unique<TableData>();
+}
+
+void KeepAsSpare(std::unique_ptr<TableData> data) {
+  // An exceptional table's buffers are not worth keeping.
+  constexpr std::size_t kMaxKept = 1 << 16;
+  if (data->nodes.capacity() > kMaxKept || data->cells.capacity() > kMaxKept || data->chars.capacity() > 16 * kMaxKept) {
+    return;
+  }
+  data->Clear();
+  spareData = std::move(data);
+}
+
+}  // namespace
+
+TableNode::TableNode() : open_(NewData()) {}
 TableNode::~TableNode() = default;
 
 TableNode::TableNode(const TableNode& other)
@@ -154,7 +177,7 @@ void TableNode::Seal() {
   sealed_ = std::make_unique_for_overwrite<std::uint8_t[]>(buffer.size());
   std::memcpy(sealed_.get(), buffer.data(), buffer.size());
   sealedSize_ = static_cast<std::uint32_t>(buffer.size());
-  open_.reset();
+  KeepAsSpare(std::move(open_));
 }
 
 void TableNode::Assign(TableData data) {
