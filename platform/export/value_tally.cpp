@@ -11,17 +11,24 @@ ValueTally::ValueTally(const data::Dataset& dataset, int weightIndex, TallyOptio
     weightOffset_ = dictionary.CellOffset(weightIndex);
   }
   const int count = dataset.ColumnCount();
-  tallies_.resize(static_cast<std::size_t>(count));
-  tallied_.assign(static_cast<std::size_t>(count), options_.allVariables ? 1 : 0);
+  slots_.assign(static_cast<std::size_t>(count), options_.allVariables ? 0 : -1);
   for (const int index : options_.variables) {
-    if (index >= 0 && index < count) tallied_[static_cast<std::size_t>(index)] = 1;
+    if (index >= 0 && index < count) slots_[static_cast<std::size_t>(index)] = 0;
   }
   for (int i = 0; i < count; ++i) {
-    if (tallied_[static_cast<std::size_t>(i)] == 0) continue;
+    std::int32_t& slot = slots_[static_cast<std::size_t>(i)];
+    if (slot < 0) continue;
+    slot = static_cast<std::int32_t>(columns_.size());
     const data::Variable* variable = dictionary.GetVariable(i);
-    columns_.push_back({static_cast<std::size_t>(i), variable, dictionary.CellOffset(i), variable->IsNumeric(),
+    columns_.push_back({static_cast<std::size_t>(slot), variable, dictionary.CellOffset(i), variable->IsNumeric(),
                         !variable->Missing().Empty()});
   }
+  tallies_.resize(columns_.size());
+}
+
+const VariableTally& ValueTally::Of(int variableIndex) const {
+  static const VariableTally kNone;
+  return Tallied(variableIndex) ? tallies_[static_cast<std::size_t>(slots_[static_cast<std::size_t>(variableIndex)])] : kNone;
 }
 
 template <typename Map, typename Key>
@@ -55,7 +62,7 @@ void ValueTally::Observe(const OBS* cells, double weight) {
   const bool countValues = options_.countValues;
   if (!weighs && !countValues) return;
   for (const Column& column : columns_) {
-    VariableTally& tally = tallies_[column.index];
+    VariableTally& tally = tallies_[column.slot];
     const OBS* value = cells + column.offset;
     bool missing = false;
     if (column.numeric) {
