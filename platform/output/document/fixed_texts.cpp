@@ -36,10 +36,7 @@ Pool& ThePool() {
   return *pool;
 }
 
-}  // namespace
-
-const BpCellText::Content* FixedText(std::string_view text) {
-  if (text.size() > kMaxLength) return nullptr;
+const BpCellText::Content* FixedTextFromPool(std::string_view text) {
   Pool& pool = ThePool();
   std::lock_guard<std::mutex> lock(pool.mutex);
   if (const auto found = pool.byText.find(text); found != pool.byText.end()) {
@@ -56,6 +53,32 @@ const BpCellText::Content* FixedText(std::string_view text) {
   pool.entries[pool.size].store(kept, std::memory_order_release);
   ++pool.size;
   return &kept->content;
+}
+
+// Each table asks for some twenty fixed texts: a small cache per thread
+// answers without the lock and the map. A slot holds the last text that
+// hashed to it.
+const BpCellText::Content* CachedFixedText(std::string_view text) {
+  constexpr std::size_t kSlots = 256;
+  thread_local std::array<const BpCellText::Content*, kSlots> cache{};
+  // Length and end characters tell the procedure's texts apart well enough.
+  const std::size_t slot =
+      text.empty() ? 0
+                   : (text.size() * 31 + static_cast<unsigned char>(text.front()) * 7 +
+                      static_cast<unsigned char>(text.back()) + static_cast<unsigned char>(text[text.size() / 2]) * 3) %
+                         kSlots;
+  const BpCellText::Content* cached = cache[slot];
+  if (cached != nullptr && cached->text == text) return cached;
+  const BpCellText::Content* found = FixedTextFromPool(text);
+  if (found != nullptr) cache[slot] = found;
+  return found;
+}
+
+}  // namespace
+
+const BpCellText::Content* FixedText(std::string_view text) {
+  if (text.size() > kMaxLength) return nullptr;
+  return CachedFixedText(text);
 }
 
 const codebook::output::ContentView& FixedTextView(std::uint32_t id) {
