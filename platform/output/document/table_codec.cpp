@@ -16,13 +16,28 @@ namespace {
 
 using Kind = BpCellText::Content::Kind;
 
-void PutVarint(std::string& out, std::uint64_t value) {
-  while (value >= 0x80) {
-    out.push_back(static_cast<char>((value & 0x7F) | 0x80));
-    value >>= 7;
+// Writes into room made beforehand (EncodeTable knows the most a table can
+// take), without a check per byte.
+class Writer {
+ public:
+  explicit Writer(char* at) : at_(at) {}
+  char* At() const { return at_; }
+  void Byte(unsigned value) { *at_++ = static_cast<char>(value); }
+  void Varint(std::uint64_t value) {
+    while (value >= 0x80) {
+      *at_++ = static_cast<char>((value & 0x7F) | 0x80);
+      value >>= 7;
+    }
+    *at_++ = static_cast<char>(value);
   }
-  out.push_back(static_cast<char>(value));
-}
+  void Bytes(std::string_view bytes) {
+    std::memcpy(at_, bytes.data(), bytes.size());
+    at_ += bytes.size();
+  }
+
+ private:
+  char* at_;
+};
 
 std::uint64_t Zigzag(std::int64_t value) {
   return (static_cast<std::uint64_t>(value) << 1) ^ static_cast<std::uint64_t>(value >> 63);
@@ -34,20 +49,20 @@ std::int64_t Unzigzag(std::uint64_t value) {
 
 // Whole numbers (counts, codes, positions) as small integers, the rest as
 // their eight bytes; either way the same bits come back.
-void PutDouble(std::string& out, double value) {
+void PutDouble(Writer& out, double value) {
   constexpr double kLimit = 9007199254740992.0;  // 2^53
   if (value > -kLimit && value < kLimit && value == std::trunc(value) && !(value == 0 && std::signbit(value))) {
-    PutVarint(out, Zigzag(static_cast<std::int64_t>(value)) << 1);
+    out.Varint(Zigzag(static_cast<std::int64_t>(value)) << 1);
     return;
   }
-  PutVarint(out, 1);
+  out.Varint(1);
   const auto bits = std::bit_cast<std::uint64_t>(value);
-  for (int i = 0; i < 8; ++i) out.push_back(static_cast<char>((bits >> (8 * i)) & 0xFF));
+  for (int i = 0; i < 8; ++i) out.Byte(static_cast<unsigned>((bits >> (8 * i)) & 0xFF));
 }
 
-void PutText(std::string& out, std::string_view text) {
-  PutVarint(out, text.size());
-  out.append(text);
+void PutText(Writer& out, std::string_view text) {
+  out.Varint(text.size());
+  out.Bytes(text);
 }
 
 // Flags of an own content.
@@ -96,30 +111,37 @@ class Reader {
 }  // namespace
 
 void EncodeTable(const TableData& data, std::string& out) {
-  PutVarint(out, data.nodes.size());
-  PutVarint(out, data.dimensions.size());
-  PutVarint(out, data.cells.size());
-  PutVarint(out, data.contents.size());
-  PutVarint(out, static_cast<std::uint64_t>(data.currentRow + 1));
-  PutVarint(out, static_cast<std::uint64_t>(data.title) + 1);
+  // The most each part can take: ten bytes a number, nine a double and its
+  // mark, and every text byte once.
+  const std::size_t start = out.size();
+  const std::size_t most = 60 + 31 * data.dimensions.size() + 21 * data.nodes.size() + 30 * data.cells.size() +
+                           50 * data.contents.size() + data.chars.size();
+  out.resize(start + most);
+  Writer put(out.data() + start);
+  put.Varint(data.nodes.size());
+  put.Varint(data.dimensions.size());
+  put.Varint(data.cells.size());
+  put.Varint(data.contents.size());
+  put.Varint(static_cast<std::uint64_t>(data.currentRow + 1));
+  put.Varint(static_cast<std::uint64_t>(data.title) + 1);
   for (const DimensionInfo& dimension : data.dimensions) {
-    PutVarint(out, static_cast<std::uint64_t>(dimension.root + 1));
-    PutVarint(out, Zigzag(dimension.place));
-    PutVarint(out, Zigzag(dimension.position));
-    out.push_back(static_cast<char>((dimension.showTitle ? 1 : 0) | (dimension.showCategoryLabels ? 2 : 0)));
+    put.Varint(static_cast<std::uint64_t>(dimension.root + 1));
+    put.Varint(Zigzag(dimension.place));
+    put.Varint(Zigzag(dimension.position));
+    put.Byte((dimension.showTitle ? 1u : 0u) | (dimension.showCategoryLabels ? 2u : 0u));
   }
   for (std::size_t i = 0; i < data.nodes.size(); ++i) {
     const Node& node = data.nodes[i];
-    out.push_back(static_cast<char>(static_cast<unsigned>(node.kind) | (node.showLabel ? 4u : 0u)));
-    PutVarint(out, node.parent < 0 ? 0 : i - static_cast<std::size_t>(node.parent));
-    PutVarint(out, static_cast<std::uint64_t>(node.label) + 1);
+    put.Byte(static_cast<unsigned>(node.kind) | (node.showLabel ? 4u : 0u));
+    put.Varint(node.parent < 0 ? 0 : i - static_cast<std::size_t>(node.parent));
+    put.Varint(static_cast<std::uint64_t>(node.label) + 1);
   }
   int row = 0;
   for (const CellEntry& cell : data.cells) {
-    PutVarint(out, Zigzag(static_cast<std::int64_t>(cell.row) - row));
+    put.Varint(Zigzag(static_cast<std::int64_t>(cell.row) - row));
     row = cell.row;
-    PutVarint(out, static_cast<std::uint64_t>(cell.column + 1));
-    PutVarint(out, static_cast<std::uint64_t>(cell.content) + 1);
+    put.Varint(static_cast<std::uint64_t>(cell.column + 1));
+    put.Varint(static_cast<std::uint64_t>(cell.content) + 1);
   }
   for (const OwnContent& content : data.contents) {
     const std::string_view text = data.Text(content);
@@ -131,12 +153,13 @@ void EncodeTable(const TableData& data, std::string& out) {
     if (hasNumber) flags |= kHasNumber;
     flags |= static_cast<unsigned>(content.valueKind) << kValueShift;
     if (rawIsText) flags |= kRawIsText;
-    out.push_back(static_cast<char>(flags));
-    PutText(out, text);
-    if (hasNumber) PutDouble(out, content.number);
-    if (content.valueKind == OwnContent::Value::kNumber) PutDouble(out, content.value);
-    if (content.valueKind == OwnContent::Value::kString && !rawIsText) PutText(out, data.Raw(content));
+    put.Byte(flags);
+    PutText(put, text);
+    if (hasNumber) PutDouble(put, content.number);
+    if (content.valueKind == OwnContent::Value::kNumber) PutDouble(put, content.value);
+    if (content.valueKind == OwnContent::Value::kString && !rawIsText) PutText(put, data.Raw(content));
   }
+  out.resize(static_cast<std::size_t>(put.At() - out.data()));
 }
 
 void DecodeTable(std::span<const std::uint8_t> bytes, TableData& out) {
