@@ -89,11 +89,18 @@ const codebook::output::ContentView& FixedTextView(std::uint32_t id) {
 }
 
 std::string_view SharedName(std::string_view name) {
+  // A procedure gives every table the same few names.
+  thread_local std::string_view lastName;
+  thread_local std::string_view nameBefore;
+  if (name == lastName) return lastName;
+  if (name == nameBefore) return nameBefore;
   Pool& pool = ThePool();
   std::lock_guard<std::mutex> lock(pool.mutex);
   auto found = pool.names.find(name);
   if (found == pool.names.end()) found = pool.names.emplace(name).first;
-  return *found;
+  nameBefore = lastName;
+  lastName = *found;
+  return lastName;
 }
 
 }  // namespace bp

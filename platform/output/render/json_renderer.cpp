@@ -5,6 +5,7 @@
 #include <cmath>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/data/obs.h"
 #include "platform/output/render/json_writer.h"
@@ -51,7 +52,8 @@ std::uint32_t WriteCell(std::string& out, const TableView& view, std::uint32_t f
   return last;
 }
 
-void WriteTable(std::string& out, const TableView& view) {
+// `groups`: scratch for the group chain, kept from table to table.
+void WriteTable(std::string& out, const TableView& view, std::vector<const ContentView*>& groups) {
   out += "  {\"kind\": \"table\", \"title\": ";
   AppendJsonString(out, view.Title());
   out += ", \"subtype\": ";
@@ -62,7 +64,7 @@ void WriteTable(std::string& out, const TableView& view) {
     AppendJsonString(out, view.columns()[c]->text);
   }
   out += "],\n   \"rows\": [";
-  std::vector<const ContentView*> groups;
+  groups.clear();
   bool firstRow = true;
   for (const ViewEntry& entry : view.entries()) {
     groups.resize(static_cast<std::size_t>(entry.depth));
@@ -117,12 +119,13 @@ void RenderJson(const Document& document, std::ostream& stream) {
   out += "{\"format\": \"codebook-output\", \"version\": 1,\n \"items\": [";
   bool first = true;
   TableView view;
+  std::vector<const ContentView*> groups;
   for (const Document::Item& item : document.Items()) {
     if (const auto* table = std::get_if<Document::Table>(&item)) {
       view.Build(**table);
       if (!view.Visible()) continue;
       out += (first ? "\n" : ",\n");
-      WriteTable(out, view);
+      WriteTable(out, view, groups);
       stream << out;
       out.clear();
     } else if (const auto* message = std::get_if<Message>(&item)) {
