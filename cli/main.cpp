@@ -74,10 +74,10 @@ void AppendItems(Document& to, const Document& from, std::size_t first, OutputFo
     if (const auto* table = std::get_if<Document::Table>(&items[i])) {
       to.Append(*table);
       if (const codebook::output::Histogram* histogram = from.HistogramOf(*table)) to.SetHistogram(*table, *histogram);
-    } else if (const auto* heading = std::get_if<codebook::output::Heading>(&items[i])) {
-      to.Append(*heading);
+    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&items[i])) {
+      to.Append(**heading);
     } else if (CarriesMessages(format)) {
-      to.Append(std::get<codebook::output::Message>(items[i]));
+      to.Append(*std::get<Document::MessageItem>(items[i]));
     }
   }
 }

@@ -160,9 +160,9 @@ void RenderContents(std::string& out, const Document& document, TableView& view)
   std::size_t index = 0;
   for (const Document::Item& item : document.Items()) {
     ++index;
-    if (const auto* heading = std::get_if<Heading>(&item)) {
+    if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
       list += "</ol>\n<h3>";
-      AppendHtmlEscaped(list, heading->text);
+      AppendHtmlEscaped(list, (*heading)->text);
       list += "</h3>\n<ol>\n";
       continue;
     }
@@ -281,12 +281,12 @@ void RenderHtml(const Document& document, std::ostream& out) {
         AppendHistogram(buffer, *histogram, id + "-histogram", "Distribution of " + std::string(view.Title()));
       }
       buffer += "</section>\n";
-    } else if (const auto* heading = std::get_if<Heading>(&item)) {
+    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
       buffer += "<h1>";
-      Escape(buffer, heading->text);
+      Escape(buffer, (*heading)->text);
       buffer += "</h1>\n";
     } else {
-      const Message& message = std::get<Message>(item);
+      const Message& message = *std::get<Document::MessageItem>(item);
       buffer += "<p class=\"";
       buffer += SeverityName(message.severity);
       buffer += "\">";

@@ -26,12 +26,12 @@ void WriteItems(const Document& document, std::ostream& out, std::string_view se
       if (!view.Visible()) continue;
       if (!first) buffer += separator;
       writeTable(buffer, view);
-    } else if (const auto* heading = std::get_if<Heading>(&item)) {
+    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
       if (!first) buffer += separator;
-      writeHeading(buffer, *heading);
+      writeHeading(buffer, **heading);
     } else {
       if (!first) buffer += separator;
-      writeMessage(buffer, std::get<Message>(item));
+      writeMessage(buffer, *std::get<Document::MessageItem>(item));
     }
     first = false;
     out << buffer;

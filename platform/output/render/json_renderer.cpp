@@ -128,15 +128,15 @@ void RenderJson(const Document& document, std::ostream& stream) {
       WriteTable(out, view, groups);
       stream << out;
       out.clear();
-    } else if (const auto* message = std::get_if<Message>(&item)) {
+    } else if (const auto* message = std::get_if<Document::MessageItem>(&item)) {
       out += (first ? "\n" : ",\n");
-      WriteMessage(out, *message);
+      WriteMessage(out, **message);
       stream << out;
       out.clear();
     } else {
       out += (first ? "\n" : ",\n");
       out += "  {\"kind\": \"heading\", \"text\": ";
-      AppendJsonString(out, std::get<Heading>(item).text);
+      AppendJsonString(out, std::get<Document::HeadingItem>(item)->text);
       out += "}";
       stream << out;
       out.clear();

@@ -290,13 +290,13 @@ void RenderText(const Document& document, std::ostream& out, const TextOptions& 
       RenderTable(buffer, layout, view, options);
       out << buffer;
       lastWasTable = true;
-    } else if (const auto* heading = std::get_if<Heading>(&item)) {
+    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
       if (!first) out << '\n';
-      out << "==> " << EscapeForTerminal(heading->text) << " <==\n";
+      out << "==> " << EscapeForTerminal((*heading)->text) << " <==\n";
       lastWasTable = false;
     } else {
       if (lastWasTable) out << '\n';
-      WriteMessageText(std::get<Message>(item), out);
+      WriteMessageText(*std::get<Document::MessageItem>(item), out);
       out << '\n';
       lastWasTable = false;
     }
