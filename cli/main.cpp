@@ -21,6 +21,7 @@
 #include "cli/options.h"
 #include "cli/output_target.h"
 #include "cli/standard_input.h"
+#include "cli/target_stream.h"
 #include "platform/export/ddi_writer.h"
 #include "platform/export/dictionary_csv.h"
 #include "platform/output/render/renderers.h"
@@ -73,10 +74,10 @@ void AppendItems(Document& to, const Document& from, std::size_t first, OutputFo
     if (const auto* table = std::get_if<Document::Table>(&items[i])) {
       to.Append(*table);
       if (const codebook::output::Histogram* histogram = from.HistogramOf(*table)) to.SetHistogram(*table, *histogram);
-    } else if (const auto* heading = std::get_if<codebook::output::Heading>(&items[i])) {
-      to.Append(*heading);
+    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&items[i])) {
+      to.Append(**heading);
     } else if (CarriesMessages(format)) {
-      to.Append(std::get<codebook::output::Message>(items[i]));
+      to.Append(*std::get<Document::MessageItem>(items[i]));
     }
   }
 }
@@ -210,15 +211,23 @@ class Run {
       }
       // An export is written whole or not at all, to standard output too.
       if (exporting_ && status_ != session::kExitOk) return status_;
-      std::ostringstream rendered;
-      if (exporting_) {
-        rendered << exported_;
-      } else {
-        codebook::output::Render(combined_, format_, rendered, textOptions_);
-      }
-      if (!target_.Write(rendered.str(), error) || !target_.Commit(opened_, error)) {
+      // The run has succeeded (or writes to standard output anyway): the
+      // output goes to its target as it is rendered.
+      if (!target_.Open(opened_, error)) {
         writeFailed_ = true;
         writeError_ = error;
+      } else {
+        codebook::cli::TargetStreamBuffer buffer(target_);
+        std::ostream out(&buffer);
+        if (exporting_) {
+          out.write(exported_.data(), static_cast<std::streamsize>(exported_.size()));
+        } else {
+          codebook::output::Render(combined_, format_, out, textOptions_);
+        }
+        if (!buffer.Finish(error) || !target_.Commit(opened_, error)) {
+          writeFailed_ = true;
+          writeError_ = error;
+        }
       }
     }
     if (writeFailed_) {
@@ -282,9 +291,15 @@ class Run {
     if (!alerts_) return;
     alerts.SetAlertsChecked();
     combined_.SetAlertsChecked();
-    const auto items = codebook::exporting::ReadItemFacts(*session.Document(), run->firstItem, run->endItem);
-    for (codebook::output::Alert& alert :
-         codebook::report::FindAlerts(items, *run->dataset, tally, run->weightIndex)) {
+    // One item's facts at a time: the facts of all the items together
+    // would hold a copy of every table's values.
+    std::vector<codebook::output::Alert> found;
+    codebook::exporting::ForEachItemFacts(*session.Document(), run->firstItem, run->endItem,
+                                          [&](const codebook::exporting::ItemFacts& item, std::size_t) {
+                                            codebook::report::AddItemAlerts(item, *run->dataset, tally, found);
+                                          });
+    codebook::report::AddFileAlerts(*run->dataset, tally, run->weightIndex, found);
+    for (codebook::output::Alert& alert : found) {
       alerts.AddAlert(alert);
       if (!streaming_) combined_.AddAlert(std::move(alert));
     }
@@ -310,7 +325,7 @@ class Run {
     } else {
       codebook::exporting::WriteDictionaryCsv(input, text);
     }
-    exported_ = text.str();
+    exported_ = std::move(text).str();
   }
 
   void Emit(const Document& document, std::size_t first, const Document& alerts = {}) {
@@ -319,17 +334,16 @@ class Run {
     AppendItems(part, document, first, format_);
     if (alerts.AlertsChecked()) part.SetAlertsChecked();
     for (const codebook::output::Alert& alert : alerts.Alerts()) part.AddAlert(alert);
-    std::ostringstream rendered;
-    codebook::output::Render(part, format_, rendered, textOptions_);
-    std::string text = rendered.str();
-    if (text.empty()) return;
-    if (wroteSomething_) text.insert(0, Separator(format_));
-    wroteSomething_ = true;
+    codebook::cli::TargetStreamBuffer buffer(target_);
+    if (wroteSomething_) buffer.SetPrefix(Separator(format_));
+    std::ostream out(&buffer);
+    codebook::output::Render(part, format_, out, textOptions_);
     std::string error;
-    if (!target_.Write(text, error)) {
+    if (!buffer.Finish(error)) {
       writeFailed_ = true;
       writeError_ = error;
     }
+    wroteSomething_ = wroteSomething_ || buffer.WroteAny();
   }
 
   void Finish(session::Session& session) {

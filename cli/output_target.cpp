@@ -85,6 +85,7 @@ OutputTarget::OutputTarget(std::string path) : path_(path == "-" ? std::string()
 
 OutputTarget::~OutputTarget() {
   if (fd_ >= 0) ::close(fd_);
+  if (ownsPlaceFd_) ::close(placeFd_);
   if (!temporary_.empty()) ::unlink(temporary_.c_str());
   ReleaseTemporaryFile(slot_);
 }
@@ -139,6 +140,26 @@ bool OutputTarget::Prepare(const std::vector<std::string>& inputs, std::string& 
   return true;
 }
 
+bool OutputTarget::Open(const std::vector<std::string>& inputs, std::string& error) {
+  if (!inPlace_ || placeFd_ >= 0) return true;
+  if (Refuse(inputs, error)) return false;
+  // Our own descriptor (-o /dev/stdout) is written where it stands: an
+  // appending redirection keeps appending.
+  if (const int own = OwnDescriptor(fs::path(resolved_).lexically_normal().string()); own >= 0) {
+    placeFd_ = own;
+  } else {
+    placeFd_ = ::open(resolved_.c_str(), O_WRONLY | O_CLOEXEC);
+    if (placeFd_ < 0) {
+      error = Failure(std::strerror(errno));
+      return false;
+    }
+    ownsPlaceFd_ = true;
+  }
+  const std::string held = std::move(pending_);
+  pending_.clear();
+  return Write(held, error);
+}
+
 bool OutputTarget::Write(std::string_view bytes, std::string& error) {
   if (IsStandardOutput()) {
     if (!WriteAll(STDOUT_FILENO, bytes)) {
@@ -147,11 +168,11 @@ bool OutputTarget::Write(std::string_view bytes, std::string& error) {
     }
     return true;
   }
-  if (inPlace_) {
+  if (inPlace_ && placeFd_ < 0) {
     pending_.append(bytes);
     return true;
   }
-  if (!WriteAll(fd_, bytes)) {
+  if (!WriteAll(inPlace_ ? placeFd_ : fd_, bytes)) {
     error = Failure(std::strerror(errno));
     return false;
   }
@@ -160,30 +181,17 @@ bool OutputTarget::Write(std::string_view bytes, std::string& error) {
 
 bool OutputTarget::Commit(const std::vector<std::string>& inputs, std::string& error) {
   if (IsStandardOutput()) return true;
-  if (Refuse(inputs, error)) return false;
   if (inPlace_) {
-    // Our own descriptor (-o /dev/stdout) is written where it stands: an
-    // appending redirection keeps appending.
-    if (const int own = OwnDescriptor(fs::path(resolved_).lexically_normal().string()); own >= 0) {
-      if (!WriteAll(own, pending_)) {
-        error = Failure(std::strerror(errno));
-        return false;
-      }
-      return true;
-    }
-    const int fd = ::open(resolved_.c_str(), O_WRONLY | O_CLOEXEC);
-    if (fd < 0) {
+    if (!Open(inputs, error)) return false;
+    if (!ownsPlaceFd_) return true;
+    ownsPlaceFd_ = false;
+    if (::close(placeFd_) != 0) {
       error = Failure(std::strerror(errno));
-      return false;
-    }
-    const bool written = WriteAll(fd, pending_);
-    const int savedErrno = errno;
-    if (::close(fd) != 0 || !written) {
-      error = Failure(std::strerror(written ? errno : savedErrno));
       return false;
     }
     return true;
   }
+  if (Refuse(inputs, error)) return false;
   const int fd = fd_;
   fd_ = -1;
   if (::close(fd) != 0) {

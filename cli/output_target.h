@@ -26,10 +26,15 @@ class OutputTarget {
   // file (or a symlink to one, which is followed) gets a temporary beside it;
   // a device or FIFO is written in place at Commit().
   bool Prepare(const std::vector<std::string>& inputs, std::string& error);
-  // Appends output. Standard output is written at once.
+  // Checks `inputs` again (the files the run opened) and opens a device or
+  // FIFO, once the run is known to have succeeded: what is written after
+  // this goes there at once instead of being held until Commit().
+  bool Open(const std::vector<std::string>& inputs, std::string& error);
+  // Appends output. Standard output, and a device or FIFO once opened, are
+  // written at once.
   bool Write(std::string_view bytes, std::string& error);
-  // Checks `inputs` again (the files the run opened), then makes the output
-  // final. Without Commit() the target stays as it was.
+  // Checks `inputs` again, then makes the output final. Without Commit() the
+  // target stays as it was.
   bool Commit(const std::vector<std::string>& inputs, std::string& error);
 
  private:
@@ -41,8 +46,10 @@ class OutputTarget {
   std::string temporary_;  // the temporary file, while one exists
   int slot_ = -1;          // its cleanup slot
   int fd_ = -1;            // the temporary file's descriptor
-  bool inPlace_ = false;   // a device or FIFO: written at Commit()
-  std::string pending_;    // what an in-place target receives at Commit()
+  bool inPlace_ = false;   // a device or FIFO: written once opened
+  int placeFd_ = -1;       // its descriptor, once opened
+  bool ownsPlaceFd_ = false;
+  std::string pending_;    // what it receives when opened
 };
 
 // Writes all bytes to a descriptor, going on after interrupted or partial

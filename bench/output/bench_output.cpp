@@ -1,6 +1,8 @@
 // Builds documents of many small codebook-like tables through the Bp classes
 // and renders them in every form, at two sizes, to show the time per table
 // stays flat (linear) as the document grows.
+#include <malloc.h>
+
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -72,11 +74,18 @@ std::shared_ptr<Document> Build(int tables) {
   return document;
 }
 
+// Bytes the allocator has handed out and not had back.
+double HeapInUse() { return static_cast<double>(mallinfo2().uordblks); }
+
 void Measure(int tables) {
+  const double heapBefore = HeapInUse();
   const auto start = Clock::now();
   const std::shared_ptr<Document> document = Build(tables);
   const double build = Seconds(start);
+  const double held = HeapInUse() - heapBefore;
   std::printf("build_%d_tables: %.3f s\n", tables, build);
+  std::printf("document_%d_tables_memory: %.1f MB\n", tables, held / 1e6);
+  std::printf("document_%d_tables_memory_per_table: %.0f bytes\n", tables, held / tables);
   struct Form {
     const char* name;
     codebook::output::OutputFormat format;

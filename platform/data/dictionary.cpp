@@ -19,10 +19,17 @@ Variable& Dictionary::MutableVariable(int index) {
   return *variables_[static_cast<std::size_t>(index)];
 }
 
+void Dictionary::Reserve(std::size_t count) {
+  variables_.reserve(count);
+  folded_.reserve(count);
+  offsets_.reserve(count);
+  byFoldedName_.Reserve(count);
+}
+
 void Dictionary::CheckNewName(std::string_view name, int self) const {
   if (name.empty()) throw std::invalid_argument("a variable name is empty");
-  const auto it = byFoldedName_.find(FoldCase(name));
-  if (it != byFoldedName_.end() && it->second != self) {
+  const int found = FindFolded(FoldCase(name));
+  if (found >= 0 && found != self) {
     throw std::invalid_argument("variable name " + std::string(name) + " is used twice");
   }
 }
@@ -39,10 +46,12 @@ int Dictionary::AddVariable(std::unique_ptr<Variable> variable) {
   const int index = VariableCount();
   // One fold and one hash probe per variable: the reader adds them by the
   // hundred thousand.
-  const auto [it, added] = byFoldedName_.try_emplace(FoldCase(variable->Name()), index);
-  if (!added) {
+  std::string folded = FoldCase(variable->Name());
+  if (FindFolded(folded) >= 0) {
     throw std::invalid_argument("variable name " + variable->Name() + " is used twice");
   }
+  byFoldedName_.Insert(folded, index);
+  folded_.push_back(std::move(folded));
   offsets_.push_back(cellsPerCase_);
   cellsPerCase_ = static_cast<int>(cells);
   variables_.push_back(std::move(variable));
@@ -52,8 +61,10 @@ int Dictionary::AddVariable(std::unique_ptr<Variable> variable) {
 void Dictionary::RenameVariable(int index, std::string name) {
   Variable& v = MutableVariable(index);
   CheckNewName(name, index);
-  byFoldedName_.erase(FoldCase(v.Name()));
-  byFoldedName_.emplace(FoldCase(name), index);
+  const auto keyOf = [this](int i) { return std::string_view(folded_[static_cast<std::size_t>(i)]); };
+  byFoldedName_.Erase(folded_[static_cast<std::size_t>(index)], keyOf);
+  folded_[static_cast<std::size_t>(index)] = FoldCase(name);
+  byFoldedName_.Insert(folded_[static_cast<std::size_t>(index)], index);
   v.SetName(std::move(name));
 }
 
@@ -82,9 +93,8 @@ void Dictionary::SetVariableWidth(int index, int width, int cellWidth) {
 
 int Dictionary::FindVarIndex(std::string_view name, int start) const {
   if (name.empty()) return -1;
-  const auto it = byFoldedName_.find(FoldCase(name));
-  if (it == byFoldedName_.end() || it->second < start) return -1;
-  return it->second;
+  const int found = FindFolded(FoldCase(name));
+  return found < start ? -1 : found;
 }
 
 int Dictionary::CellOffset(int index) const {

@@ -8,12 +8,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "host/data/attributes.h"
 #include "host/data/documents.h"
 #include "host/data/variable_sets.h"
+#include "platform/data/text/name_index.h"
 #include "platform/data/variable.h"
 
 namespace codebook::data {
@@ -27,6 +27,8 @@ class Dictionary {
   Dictionary& operator=(const Dictionary&) = delete;
 
   int VariableCount() const { return static_cast<int>(variables_.size()); }
+  // Room for this many variables, for a reader that knows how many come.
+  void Reserve(std::size_t count);
   // The variable at a position; null when out of range.
   const Variable* GetVariable(int index) const;
   // For the reader and builders: the name and widths change only through
@@ -71,9 +73,13 @@ class Dictionary {
 
  private:
   void CheckNewName(std::string_view name, int self) const;
+  int FindFolded(std::string_view folded) const {
+    return byFoldedName_.Find(folded, [this](int i) { return std::string_view(folded_[static_cast<std::size_t>(i)]); });
+  }
 
   std::vector<std::unique_ptr<Variable>> variables_;
-  std::unordered_map<std::string, int> byFoldedName_;
+  std::vector<std::string> folded_;  // each variable's name case-folded
+  NameIndex byFoldedName_;
   std::vector<int> offsets_;
   int cellsPerCase_ = 0;
   std::optional<std::string> fileLabel_;

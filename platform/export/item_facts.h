@@ -2,6 +2,7 @@
 // the exports need to say in their own form exactly what the tables say.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <variant>
@@ -39,5 +40,10 @@ struct ItemFacts {
 // The "Variable Information" tables among the document's items
 // [first, end), in order.
 std::vector<ItemFacts> ReadItemFacts(const output::Document& document, std::size_t first, std::size_t end);
+
+// The same one item at a time, without holding them all: calls
+// `each(facts, index)` with each table's facts and its item's index.
+void ForEachItemFacts(const output::Document& document, std::size_t first, std::size_t end,
+                      const std::function<void(const ItemFacts&, std::size_t)>& each);
 
 }  // namespace codebook::exporting

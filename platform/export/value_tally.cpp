@@ -12,18 +12,25 @@ ValueTally::ValueTally(const data::Dataset& dataset, int weightIndex, TallyOptio
     weightOffset_ = dictionary.CellOffset(weightIndex);
   }
   const int count = dataset.ColumnCount();
-  tallies_.resize(static_cast<std::size_t>(count));
-  tallied_.assign(static_cast<std::size_t>(count), options_.allVariables ? 1 : 0);
+  slots_.assign(static_cast<std::size_t>(count), options_.allVariables ? 0 : -1);
   for (const int index : options_.variables) {
-    if (index >= 0 && index < count) tallied_[static_cast<std::size_t>(index)] = 1;
+    if (index >= 0 && index < count) slots_[static_cast<std::size_t>(index)] = 0;
   }
   for (int i = 0; i < count; ++i) {
-    if (tallied_[static_cast<std::size_t>(i)] == 0) continue;
+    std::int32_t& slot = slots_[static_cast<std::size_t>(i)];
+    if (slot < 0) continue;
+    slot = static_cast<std::int32_t>(columns_.size());
     const data::Variable* variable = dictionary.GetVariable(i);
     const std::size_t cells = variable->IsNumeric() ? 1 : (static_cast<std::size_t>(variable->GetType()) + 7) / 8;
-    columns_.push_back({static_cast<std::size_t>(i), variable, dictionary.CellOffset(i), variable->IsNumeric(),
+    columns_.push_back({static_cast<std::size_t>(slot), variable, dictionary.CellOffset(i), variable->IsNumeric(),
                         !variable->Missing().Empty(), std::max<std::size_t>(cells, 1)});
   }
+  tallies_.resize(columns_.size());
+}
+
+const VariableTally& ValueTally::Of(int variableIndex) const {
+  static const VariableTally kNone;
+  return Tallied(variableIndex) ? tallies_[static_cast<std::size_t>(slots_[static_cast<std::size_t>(variableIndex)])] : kNone;
 }
 
 template <typename Map, typename Key>
@@ -66,7 +73,7 @@ void ValueTally::Observe(const data::CaseBatch& batch) {
   const std::vector<double>& weights = batch.weights();
   const bool countValues = options_.countValues;
   for (const Column& column : columns_) {
-    VariableTally& tally = tallies_[column.index];
+    VariableTally& tally = tallies_[column.slot];
     const OBS* first = batch.Column(static_cast<std::size_t>(column.offset));
     for (std::size_t r = 0; r < cases; ++r) {
       const double weight = weights[r];

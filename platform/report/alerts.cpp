@@ -174,19 +174,28 @@ exporting::TallyOptions AlertTallyOptions() {
   return options;
 }
 
+void AddItemAlerts(const ItemFacts& item, const data::Dataset& dataset, const exporting::ValueTally* tally,
+                   std::vector<output::Alert>& alerts) {
+  if (item.IsSet()) return;
+  const int index = dataset.FindVarIndex(item.name.c_str(), 0);
+  if (index < 0) return;
+  // A tally of part of the cases says nothing sure about the data.
+  const bool usable = tally != nullptr && !tally->Partial() && tally->Tallied(index);
+  const VariableTally* weights = usable ? &tally->Of(index) : nullptr;
+  const VariableTally* values = usable && tally->CountsValues() ? weights : nullptr;
+  VariableAlerts(item, *dataset.GetDictionary().GetVariable(index), weights, values, alerts);
+}
+
 std::vector<output::Alert> FindAlerts(const std::vector<ItemFacts>& items, const data::Dataset& dataset,
                                       const exporting::ValueTally* tally, int weightIndex) {
   std::vector<output::Alert> alerts;
-  for (const ItemFacts& item : items) {
-    if (item.IsSet()) continue;
-    const int index = dataset.FindVarIndex(item.name.c_str(), 0);
-    if (index < 0) continue;
-    // A tally of part of the cases says nothing sure about the data.
-    const bool usable = tally != nullptr && !tally->Partial() && tally->Tallied(index);
-    const VariableTally* weights = usable ? &tally->Of(index) : nullptr;
-    const VariableTally* values = usable && tally->CountsValues() ? weights : nullptr;
-    VariableAlerts(item, *dataset.GetDictionary().GetVariable(index), weights, values, alerts);
-  }
+  for (const ItemFacts& item : items) AddItemAlerts(item, dataset, tally, alerts);
+  AddFileAlerts(dataset, tally, weightIndex, alerts);
+  return alerts;
+}
+
+void AddFileAlerts(const data::Dataset& dataset, const exporting::ValueTally* tally, int weightIndex,
+                   std::vector<output::Alert>& alerts) {
   if (tally != nullptr && weightIndex >= 0) {
     const exporting::WeightProblems& weights = tally->Weights();
     std::vector<std::string> parts;
@@ -200,7 +209,6 @@ std::vector<output::Alert> FindAlerts(const std::vector<ItemFacts>& items, const
       alerts.push_back({std::string(), "weight", text + (weight != nullptr ? std::string(" (weight ") + weight->GetName() + ")." : ".")});
     }
   }
-  return alerts;
 }
 
 }  // namespace codebook::report

@@ -19,6 +19,12 @@ namespace codebook::report {
 std::vector<output::Alert> FindAlerts(const std::vector<exporting::ItemFacts>& items, const data::Dataset& dataset,
                                       const exporting::ValueTally* tally, int weightIndex);
 
+// The same one item at a time (appended to `alerts`), then the file's.
+void AddItemAlerts(const exporting::ItemFacts& item, const data::Dataset& dataset, const exporting::ValueTally* tally,
+                   std::vector<output::Alert>& alerts);
+void AddFileAlerts(const data::Dataset& dataset, const exporting::ValueTally* tally, int weightIndex,
+                   std::vector<output::Alert>& alerts);
+
 // What a tally needs for alerts alone: the weights.
 exporting::TallyOptions AlertTallyOptions();
 

@@ -41,22 +41,22 @@ const output::Histogram* DistributionCollector::Of(int varIndex) const {
 
 void AttachHistograms(output::Document& document, std::size_t first, std::size_t end, const data::Dataset& dataset,
                       const DistributionCollector& collector) {
-  const auto& items = document.Items();
-  const std::vector<exporting::ItemFacts> facts = exporting::ReadItemFacts(document, first, end);
-  std::size_t fact = 0;
-  for (std::size_t i = first; i < end && i < items.size(); ++i) {
-    const auto* table = std::get_if<output::Document::Table>(&items[i]);
-    if (table == nullptr || (*table)->subtype != "Variable Information") continue;
-    const exporting::ItemFacts& item = facts[fact++];
-    if (item.IsSet()) continue;
+  // Marked first, attached after the walk: the document is not changed
+  // while its tables are read.
+  std::vector<std::pair<std::size_t, output::Histogram>> marked;
+  exporting::ForEachItemFacts(document, first, end, [&](const exporting::ItemFacts& item, std::size_t index) {
+    if (item.IsSet()) return;
     const output::Histogram* histogram = collector.Of(dataset.FindVarIndex(item.name.c_str(), 0));
-    if (histogram == nullptr || histogram->weights.empty()) continue;
-    output::Histogram marked = *histogram;
+    if (histogram == nullptr || histogram->weights.empty()) return;
+    output::Histogram copy = *histogram;
     const auto nan = std::numeric_limits<double>::quiet_NaN();
-    marked.p25 = item.p25.value_or(nan);
-    marked.p50 = item.p50.value_or(nan);
-    marked.p75 = item.p75.value_or(nan);
-    document.SetHistogram(*table, std::move(marked));
+    copy.p25 = item.p25.value_or(nan);
+    copy.p50 = item.p50.value_or(nan);
+    copy.p75 = item.p75.value_or(nan);
+    marked.emplace_back(index, std::move(copy));
+  });
+  for (auto& [index, histogram] : marked) {
+    document.SetHistogram(std::get<output::Document::Table>(document.Items()[index]), std::move(histogram));
   }
 }
 

@@ -5,16 +5,17 @@
 #include "host/data/text.h"
 #include "platform/export/export_input.h"
 #include "platform/output/document/table_model.h"
+#include "platform/output/render/table_view.h"
 
 namespace codebook::report {
 namespace {
 
-bool IsValueGroup(const std::string& label) {
+bool IsValueGroup(std::string_view label) {
   return label == "Valid Values" || label == "Missing Values" || label == "Labeled Values" ||
          label == "Multiple Response Categories";
 }
 
-bool IsValueRow(const std::string& label) {
+bool IsValueRow(std::string_view label) {
   return label == "Percentile 25" || label == "Percentile 50" || label == "Percentile 75";
 }
 
@@ -27,10 +28,10 @@ bool AlmostAllDistinct(const exporting::VariableTally& tally, const data::Variab
   return tally.validCases >= 10 && static_cast<double>(distinct) >= 0.95 * static_cast<double>(tally.validCases);
 }
 
-std::shared_ptr<const BpCellText::Content> Text(std::string text) {
-  auto content = std::make_shared<BpCellText::Content>();
-  content->text = std::move(text);
-  content->procedureText = true;
+BpCellText::Content Text(std::string text) {
+  BpCellText::Content content;
+  content.text = std::move(text);
+  content.procedureText = true;
   return content;
 }
 
@@ -38,69 +39,67 @@ std::shared_ptr<const BpCellText::Content> Text(std::string text) {
 // with a "Values" group saying that they are hidden.
 std::shared_ptr<const bp::TableNode> Hidden(const bp::TableNode& table, const std::string& what) {
   auto copy = std::make_shared<bp::TableNode>(table);
-  const int rows = copy->RowDimension();
-  const int columns = copy->ColumnDimension();
+  bp::TableData scratch;
+  const bp::TableData& data = table.Read(scratch);
+  const int rows = data.RowDimension();
+  const int columns = data.ColumnDimension();
   if (rows < 0) return copy;
-  // Unlinks the children of `parent` for which `drop` holds.
-  const auto prune = [&](int parent, const auto& drop) {
-    bp::Node& up = copy->nodes[static_cast<std::size_t>(parent)];
-    int previous = -1;
-    for (int child = up.firstChild; child >= 0;) {
-      bp::Node& node = copy->nodes[static_cast<std::size_t>(child)];
-      const int next = node.nextSibling;
-      if (drop(node)) {
-        if (previous < 0) {
-          up.firstChild = next;
-        } else {
-          copy->nodes[static_cast<std::size_t>(previous)].nextSibling = next;
-        }
-        if (up.lastChild == child) up.lastChild = previous;
-      } else {
-        previous = child;
-      }
-      child = next;
-    }
-  };
-  const int root = copy->dimensions[static_cast<std::size_t>(rows)].root;
-  const auto labelOf = [](const bp::Node& node) { return node.label ? node.label->text : std::string(); };
-  prune(root, [&](const bp::Node& node) { return node.kind == bp::NodeKind::kGroup && IsValueGroup(labelOf(node)); });
-  for (int group = copy->nodes[static_cast<std::size_t>(root)].firstChild; group >= 0;
-       group = copy->nodes[static_cast<std::size_t>(group)].nextSibling) {
-    if (copy->nodes[static_cast<std::size_t>(group)].kind != bp::NodeKind::kGroup) continue;
-    prune(group, [&](const bp::Node& node) { return node.kind == bp::NodeKind::kCategory && IsValueRow(labelOf(node)); });
+  const int root = data.dimensions[static_cast<std::size_t>(rows)].root;
+
+  // Taken out: the value groups at the top of the rows, the percentile rows
+  // of the groups there, and all that lies below them (parents come first).
+  const std::size_t count = data.nodes.size();
+  std::vector<char> drop(count, 0);
+  for (std::size_t i = 0; i < count; ++i) {
+    const bp::Node& node = data.nodes[i];
+    if (node.parent < 0) continue;
+    const bp::Node& parent = data.nodes[static_cast<std::size_t>(node.parent)];
+    const std::string_view label = data.TextOf(node.label);
+    drop[i] = drop[static_cast<std::size_t>(node.parent)] ||
+              (node.parent == root && node.kind == bp::NodeKind::kGroup && IsValueGroup(label)) ||
+              (parent.parent == root && parent.kind == bp::NodeKind::kGroup &&
+               node.kind == bp::NodeKind::kCategory && IsValueRow(label));
+  }
+  bp::TableData kept;
+  kept.contents = data.contents;
+  kept.chars = data.chars;
+  kept.title = data.title;
+  std::vector<int> renumbered(count, -1);
+  for (std::size_t i = 0; i < count; ++i) {
+    if (drop[i]) continue;
+    bp::Node node = data.nodes[i];
+    if (node.parent >= 0) node.parent = renumbered[static_cast<std::size_t>(node.parent)];
+    renumbered[i] = static_cast<int>(kept.nodes.size());
+    kept.nodes.push_back(node);
+  }
+  for (bp::DimensionInfo dimension : data.dimensions) {
+    dimension.root = renumbered[static_cast<std::size_t>(dimension.root)];
+    kept.dimensions.push_back(dimension);
   }
   // The cells of the rows taken out go too, so that their columns empty.
-  std::vector<char> reachable(copy->nodes.size(), 0);
-  std::vector<int> stack;
-  for (const bp::DimensionInfo& dimension : copy->dimensions) {
-    if (dimension.root >= 0) stack.push_back(dimension.root);
-  }
-  while (!stack.empty()) {
-    const int node = stack.back();
-    stack.pop_back();
-    reachable[static_cast<std::size_t>(node)] = 1;
-    for (int child = copy->nodes[static_cast<std::size_t>(node)].firstChild; child >= 0;
-         child = copy->nodes[static_cast<std::size_t>(child)].nextSibling) {
-      stack.push_back(child);
+  for (bp::CellEntry cell : data.cells) {
+    if ((cell.row >= 0 && drop[static_cast<std::size_t>(cell.row)]) ||
+        (cell.column >= 0 && drop[static_cast<std::size_t>(cell.column)])) {
+      continue;
     }
+    if (cell.row >= 0) cell.row = renumbered[static_cast<std::size_t>(cell.row)];
+    if (cell.column >= 0) cell.column = renumbered[static_cast<std::size_t>(cell.column)];
+    kept.cells.push_back(cell);
   }
-  std::erase_if(copy->cells, [&](const bp::CellEntry& cell) {
-    return (cell.row >= 0 && !reachable[static_cast<std::size_t>(cell.row)]) ||
-           (cell.column >= 0 && !reachable[static_cast<std::size_t>(cell.column)]);
-  });
+  copy->Assign(std::move(kept));
 
-  const int group = copy->AddChild(root, bp::NodeKind::kGroup, Text("Values"), true);
+  const int group = copy->AddChild(renumbered[static_cast<std::size_t>(root)], bp::NodeKind::kGroup, Text("Values"), true);
   const int row = copy->AddChild(group, bp::NodeKind::kCategory, Text("Hidden"), true);
   int valueColumn = -1;
   if (columns >= 0) {
-    for (std::size_t n = 0; n < copy->nodes.size(); ++n) {
-      const bp::Node& node = copy->nodes[n];
-      if (node.dimension == columns && node.kind == bp::NodeKind::kCategory && node.label && node.label->text == "Value") {
+    const bp::TableData& now = copy->Read(scratch);
+    for (std::size_t n = 0; n < now.nodes.size(); ++n) {
+      const bp::Node& node = now.nodes[n];
+      if (node.dimension == columns && node.kind == bp::NodeKind::kCategory && now.TextOf(node.label) == "Value") {
         valueColumn = static_cast<int>(n);
       }
     }
   }
-  copy->currentRow = row;
   copy->SetCell(valueColumn >= 0 ? valueColumn : row, Text(what));
   return copy;
 }
@@ -171,10 +170,12 @@ void HideValues(output::Document& document, std::size_t first, std::size_t end, 
                 const std::set<int>& hidden, const exporting::ValueTally* tally) {
   if (hidden.empty()) return;
   const auto& items = document.Items();
+  output::TableView view;
   for (std::size_t i = first; i < end && i < items.size(); ++i) {
     const auto* table = std::get_if<output::Document::Table>(&items[i]);
-    if (table == nullptr || (*table)->subtype != "Variable Information" || !(*table)->title) continue;
-    const std::string& name = (*table)->title->text;
+    if (table == nullptr || (*table)->subtype != "Variable Information") continue;
+    view.Build(**table);
+    const std::string name(view.Title());
     int index = -1;
     if (!name.empty() && name[0] == '$') {
       for (const VariableSetImpl& set : dataset.GetMRSets()) {

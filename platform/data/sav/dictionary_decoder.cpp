@@ -20,6 +20,7 @@
 #include "platform/data/sav/text_records.h"
 #include "platform/data/sav/zlib_layout.h"
 #include "platform/data/text/fold_case.h"
+#include "platform/data/text/name_index.h"
 
 namespace codebook::data::sav {
 namespace {
@@ -73,6 +74,7 @@ struct VarInfo {
   std::vector<std::pair<Raw8, std::string>> shortLabels;  // raw, type 3/4
   std::vector<std::pair<std::string, std::string>> longLabels;  // decoded
   std::string name;
+  std::string nameFolded;
   std::vector<RawAttribute> attributes;
 };
 
@@ -249,6 +251,7 @@ class Decoder {
 
   void BuildVariables() {
     recordToVar_.assign(raw_.variables.size(), -1);
+    vars_.reserve(raw_.variables.size());
     std::uint64_t slot = 0;
     for (std::size_t r = 0; r < raw_.variables.size(); ++r) {
       const RawVariable& rv = raw_.variables[r];
@@ -481,8 +484,10 @@ class Decoder {
   // Short names (folded) to positions; built once the very long strings are
   // merged, and used for long names and set members.
   void IndexShortNames() {
-    byShort_.reserve(vars_.size());
-    for (std::size_t i = 0; i < vars_.size(); ++i) byShort_.emplace(vars_[i].shortFolded, i);
+    byShort_.Reserve(vars_.size());
+    for (std::size_t i = 0; i < vars_.size(); ++i) {
+      if (FindShort(vars_[i].shortFolded) < 0) byShort_.Insert(vars_[i].shortFolded, static_cast<int>(i));
+    }
   }
 
   void AssignNames() {
@@ -490,18 +495,23 @@ class Decoder {
     std::vector<std::string> longNames(vars_.size());
     if (const RawExtension* ext = Single(13, 1)) {
       for (const RawPair& pair : ParsePairs(AsBytes(*ext))) {
-        auto it = byShort_.find(FoldCase(DecodeTrimmed(pair.key)));
-        if (it == byShort_.end()) {
+        const int found = FindShort(FoldCase(DecodeTrimmed(pair.key)));
+        if (found < 0) {
           w_.Add("long names", "long name for unknown variable " + DecodeTrimmed(pair.key) + " ignored");
           continue;
         }
         std::string value = DecodeTrimmed(pair.value);
-        if (!value.empty() && longNames[it->second].empty()) longNames[it->second] = std::move(value);
+        if (!value.empty() && longNames[static_cast<std::size_t>(found)].empty()) longNames[static_cast<std::size_t>(found)] = std::move(value);
       }
     }
-    byName_.reserve(vars_.size());
+    byName_.Reserve(vars_.size());
     auto take = [&](const std::string& name, std::size_t index) {
-      return !name.empty() && byName_.emplace(FoldCase(name), index).second;
+      if (name.empty()) return false;
+      std::string folded = FoldCase(name);
+      if (FindName(folded) >= 0) return false;
+      vars_[index].nameFolded = std::move(folded);
+      byName_.Insert(vars_[index].nameFolded, static_cast<int>(index));
+      return true;
     };
     for (std::size_t i = 0; i < vars_.size(); ++i) {
       VarInfo& v = vars_[i];
@@ -529,9 +539,16 @@ class Decoder {
     }
   }
 
+  int FindShort(std::string_view folded) const {
+    return byShort_.Find(folded, [this](int i) { return std::string_view(vars_[static_cast<std::size_t>(i)].shortFolded); });
+  }
+  int FindName(std::string_view folded) const {
+    return byName_.Find(folded, [this](int i) { return std::string_view(vars_[static_cast<std::size_t>(i)].nameFolded); });
+  }
+
   VarInfo* FindByName(const std::string& decodedName) {
-    auto it = byName_.find(FoldCase(decodedName));
-    return it == byName_.end() ? nullptr : &vars_[it->second];
+    const int found = FindName(FoldCase(decodedName));
+    return found < 0 ? nullptr : &vars_[static_cast<std::size_t>(found)];
   }
 
   void ApplyAttributes() {
@@ -699,6 +716,7 @@ class Decoder {
 
   void FillDictionary(Dictionary& dict, FileInfo& info) {
     const bool utf8 = decoder_->IsUtf8();
+    dict.Reserve(vars_.size());
     for (VarInfo& v : vars_) {
       std::unique_ptr<Variable> var;
       int cellWidth = 0;
@@ -762,11 +780,11 @@ class Decoder {
       for (const auto& m : raw.members) {
         const std::string name = Decode(m);
         std::size_t index;
-        auto it = byShort_.find(FoldCase(name));
-        if (it != byShort_.end()) {
-          index = it->second;
-        } else if (auto jt = byName_.find(FoldCase(name)); jt != byName_.end()) {
-          index = jt->second;
+        const std::string folded = FoldCase(name);
+        if (const int shortIndex = FindShort(folded); shortIndex >= 0) {
+          index = static_cast<std::size_t>(shortIndex);
+        } else if (const int nameIndex = FindName(folded); nameIndex >= 0) {
+          index = static_cast<std::size_t>(nameIndex);
         } else {
           w_.Add("mrsets", which + ": unknown member " + name + " skipped");
           continue;
@@ -901,8 +919,9 @@ class Decoder {
   std::uint64_t slots_ = 0;
   int weightVar_ = -1;
   bool hasVeryLong_ = false;
-  std::unordered_map<std::string, std::size_t> byShort_;
-  std::unordered_map<std::string, std::size_t> byName_;
+  // Short and final names (folded) to positions, the names kept in vars_.
+  NameIndex byShort_;
+  NameIndex byName_;
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "host/data/value_labels.h"
 #include "platform/output/document/cell_content.h"
+#include "platform/output/document/fixed_texts.h"
 #include "platform/output/format/table_number.h"
 #include "platform/output/format/value_format.h"
 
@@ -14,6 +15,11 @@ using Content = BpCellText::Content;
 namespace {
 
 std::shared_ptr<const Content> TextContent(std::string text, bool procedureText) {
+  // The procedure's own wording is shared, not copied: the pointer owns
+  // nothing, the fixed text lives as long as the process.
+  if (procedureText) {
+    if (const Content* fixed = bp::FixedText(text)) return std::shared_ptr<const Content>(std::shared_ptr<const Content>(), fixed);
+  }
   auto content = std::make_shared<Content>();
   content->text = std::move(text);
   content->procedureText = procedureText;

@@ -6,7 +6,13 @@
 namespace {
 
 bool Valid(const bp::NodeRef& ref) {
-  return ref.table && ref.node >= 0 && ref.node < static_cast<int>(ref.table->nodes.size());
+  return ref.table && ref.node >= 0 && ref.node < ref.table->NodeCount();
+}
+
+// A text made without content (none is) shows nothing.
+const BpCellText::Content& ContentOf(const BpCellText& text) {
+  static const BpCellText::Content kEmpty;
+  return text.content() ? *text.content() : kEmpty;
 }
 
 }  // namespace
@@ -17,29 +23,22 @@ BpGroup BpGroup::Group(const BpCellText& label, bool showLabel, Sort /*sort*/) {
   // Categories keep the order they are added in, whatever the sort asks: the
   // procedure adds them already ordered.
   bp::NodeRef ref{ref_.table, -1};
-  if (Valid(ref_)) ref.node = ref_.table->AddChild(ref_.node, bp::NodeKind::kGroup, label.content(), showLabel);
+  if (Valid(ref_)) ref.node = ref_.table->AddChild(ref_.node, bp::NodeKind::kGroup, ContentOf(label), showLabel);
   return BpGroup(std::move(ref));
 }
 
 BpCategory BpGroup::Category(const BpCellText& label) {
   bp::NodeRef ref{ref_.table, -1};
-  if (Valid(ref_)) ref.node = ref_.table->AddChild(ref_.node, bp::NodeKind::kCategory, label.content(), true);
+  if (Valid(ref_)) ref.node = ref_.table->AddChild(ref_.node, bp::NodeKind::kCategory, ContentOf(label), true);
   return BpCategory(std::move(ref));
 }
 
 void BpDimension::Position(Place place, int position, bool showTitle, bool showCategoryLabels) {
-  if (!Valid(ref_)) return;
-  const int dimension = ref_.table->nodes[static_cast<std::size_t>(ref_.node)].dimension;
-  if (dimension < 0 || dimension >= static_cast<int>(ref_.table->dimensions.size())) return;
-  bp::DimensionInfo& info = ref_.table->dimensions[static_cast<std::size_t>(dimension)];
-  info.place = place;
-  info.position = position;
-  info.showTitle = showTitle;
-  info.showCategoryLabels = showCategoryLabels;
+  if (Valid(ref_)) ref_.table->Position(ref_.node, place, position, showTitle, showCategoryLabels);
 }
 
 void BpCategory::Cell(const BpCellText& value) {
-  if (Valid(ref_)) ref_.table->SetCell(ref_.node, value.content());
+  if (Valid(ref_) && value.content()) ref_.table->SetCell(ref_.node, *value.content());
 }
 
 void BpPivotTable::MinDataColumnWidth(int width) {
@@ -48,6 +47,6 @@ void BpPivotTable::MinDataColumnWidth(int width) {
 
 BpDimension BpPivotTable::Dimension(const BpCellText& title, Sort /*sort*/) {
   bp::NodeRef ref{table_, -1};
-  if (table_) ref.node = table_->AddDimension(title.content());
+  if (table_) ref.node = table_->AddDimension(ContentOf(title));
   return BpDimension(std::move(ref));
 }

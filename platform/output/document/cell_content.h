@@ -1,10 +1,11 @@
 // What a cell, a category or a title shows: the platform's side of
-// BpCellText. Immutable once made; tables share it.
+// BpCellText. Immutable once made; tables share it or keep a copy of it.
 #pragma once
 
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <variant>
 
 #include "host/output/bp_cell_text.h"
@@ -24,8 +25,27 @@ struct BpCellText::Content {
   bool procedureText = false;
   // Shown right-aligned: a number, or a data value shown as a number.
   bool numeric = false;
+  // The number of a fixed text shared by every table (fixed_texts.h); -1
+  // for a content of its own.
+  std::int32_t fixedId = -1;
 };
 
 namespace codebook::output {
+
 using CellContent = BpCellText::Content;
+
+// A content as a table holds it, for reading: its texts point into the
+// table (or into the shared fixed texts) and live as long as what was read.
+struct ContentView {
+  std::string_view text;
+  double number = std::numeric_limits<double>::quiet_NaN();
+  std::variant<std::monostate, double, std::string_view> dataValue;
+  CellContent::Kind kind = CellContent::Kind::kText;
+  bool procedureText = false;
+  bool numeric = false;
+};
+
+// The view of a content that outlives it.
+ContentView ViewOf(const CellContent& content);
+
 }  // namespace codebook::output

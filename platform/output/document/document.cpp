@@ -15,9 +15,9 @@ void Document::Append(Table table) {
   if (table) items_.emplace_back(std::move(table));
 }
 
-void Document::Append(Message message) { items_.emplace_back(std::move(message)); }
+void Document::Append(Message message) { items_.emplace_back(std::make_shared<const Message>(std::move(message))); }
 
-void Document::Append(Heading heading) { items_.emplace_back(std::move(heading)); }
+void Document::Append(Heading heading) { items_.emplace_back(std::make_shared<const Heading>(std::move(heading))); }
 
 void Document::Replace(std::size_t index, Table table) {
   if (index >= items_.size() || !table) return;

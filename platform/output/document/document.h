@@ -52,7 +52,12 @@ struct Alert {
 class Document {
  public:
   using Table = std::shared_ptr<const bp::TableNode>;
-  using Item = std::variant<Table, Message, Heading>;
+  // Messages and headings are few and held through a pointer, so that an item
+  // is no larger than a table's pointer: a document can hold a hundred
+  // thousand tables.
+  using MessageItem = std::shared_ptr<const Message>;
+  using HeadingItem = std::shared_ptr<const Heading>;
+  using Item = std::variant<Table, MessageItem, HeadingItem>;
 
   void Append(Table table);
   void Append(Message message);

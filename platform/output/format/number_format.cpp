@@ -1,6 +1,7 @@
 // Fixed-point, scientific and hexadecimal numeric formats (format document
 // 10.5) and the dispatch over all numeric format types.
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -69,16 +70,35 @@ std::string GroupDigits(const std::string& digits, char separator) {
 
 std::string FixedText(double value, int decimals, const FixedStyle& style, bool grouped,
                       bool leadingZero) {
-  DecimalDigits number = ToDecimal(value);
-  RoundToDecimals(number, decimals);
-  std::string integer = IntegerDigits(number);
+  std::string integer;
+  bool negative = false;
+  DecimalDigits number;
+  const bool whole = std::fabs(value) < 1e15 && value == std::trunc(value);
+  // Whole numbers (counts, codes, positions: most cells of a codebook) have
+  // exact digits of their own; the rest go through their decimal form.
+  if (whole) {
+    const auto integral = static_cast<long long>(value);
+    char digits[24];
+    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, integral < 0 ? -integral : integral);
+    integer.assign(digits, error == std::errc() ? end : digits);
+    negative = integral < 0;
+  } else {
+    number = ToDecimal(value);
+    RoundToDecimals(number, decimals);
+    integer = IntegerDigits(number);
+    negative = number.negative && !number.IsZero();
+  }
   std::string out;
-  if (number.negative && !number.IsZero()) out.push_back('-');
+  if (negative) out.push_back('-');
   out += style.prefix;
   if (!(integer == "0" && !leadingZero && decimals > 0)) out += GroupDigits(integer, grouped ? style.grouping : 0);
   if (decimals > 0) {
     out.push_back(style.decimalPoint);
-    out += FractionDigits(number, decimals);
+    if (whole) {
+      out.append(static_cast<std::size_t>(decimals), '0');
+    } else {
+      out += FractionDigits(number, decimals);
+    }
   }
   out += style.suffix;
   return out;

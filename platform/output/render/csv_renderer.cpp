@@ -37,23 +37,23 @@ void RenderTable(std::string& out, const TableView& view) {
   // Heading: blank fields over the group chain, the row dimension's title
   // over the labels, then the column labels.
   for (int g = 0; g < depth; ++g) Field(out, "", g == 0);
-  const CellContent* corner = view.RowDimensionTitle();
+  const ContentView* corner = view.RowDimensionTitle();
   Field(out, corner ? std::string_view(corner->text) : std::string_view(), depth == 0);
   for (int c = 0; c < valueColumns; ++c) {
     Field(out, view.OneDimensional() ? std::string_view() : std::string_view(view.columns()[static_cast<std::size_t>(c)]->text));
   }
   out += "\r\n";
 
-  std::vector<const CellContent*> groups;
+  std::vector<const ContentView*> groups;
   for (const ViewEntry& entry : view.entries()) {
     groups.resize(static_cast<std::size_t>(entry.depth));
-    const CellContent* label = view.Label(entry.node);
+    const ContentView* label = view.Label(entry.node);
     if (entry.group) {
       groups.push_back(label);
       continue;
     }
     for (int g = 0; g < depth; ++g) {
-      const CellContent* group = g < static_cast<int>(groups.size()) ? groups[static_cast<std::size_t>(g)] : nullptr;
+      const ContentView* group = g < static_cast<int>(groups.size()) ? groups[static_cast<std::size_t>(g)] : nullptr;
       Field(out, group ? std::string_view(group->text) : std::string_view(), g == 0);
     }
     Field(out, label ? std::string_view(label->text) : std::string_view(), depth == 0);

@@ -44,14 +44,14 @@ std::vector<ChartBar> ChartBars(const TableView& view) {
   if (percentColumn < 0) return bars;
   std::string_view group;
   for (const ViewEntry& entry : view.entries()) {
-    const CellContent* label = view.Label(entry.node);
+    const ContentView* label = view.Label(entry.node);
     if (entry.group) {
       if (entry.depth == 0) group = label != nullptr ? std::string_view(label->text) : std::string_view();
       continue;
     }
     if (!IsValueGroup(group)) continue;
-    const CellContent* percent = nullptr;
-    const CellContent* value = nullptr;
+    const ContentView* percent = nullptr;
+    const ContentView* value = nullptr;
     for (std::uint32_t i = entry.cellBegin; i < entry.cellEnd; ++i) {
       const ViewCell& cell = view.cells()[i];
       if (cell.column == percentColumn && percent == nullptr) percent = cell.content;
@@ -60,7 +60,7 @@ std::vector<ChartBar> ChartBars(const TableView& view) {
     if (percent == nullptr || std::isnan(percent->number)) continue;
     ChartBar bar;
     // The value's label when it has one, else the value itself.
-    bar.label = value != nullptr && !value->text.empty() ? value->text : (label != nullptr ? label->text : "");
+    bar.label = value != nullptr && !value->text.empty() ? value->text : (label != nullptr ? label->text : std::string_view());
     bar.percent = std::max(0.0, percent->number);
     bar.missing = group == "Missing Values";
     bars.push_back(std::move(bar));

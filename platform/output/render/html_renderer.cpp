@@ -2,7 +2,8 @@
 // <table> with its title as <caption>, column headings in <thead>, a
 // <tbody> per top-level row group whose heading row is a
 // <th scope="rowgroup">, and a <th scope="row"> per category.
-#include <map>
+#include <unordered_map>
+#include <vector>
 #include <string>
 #include <string_view>
 
@@ -70,7 +71,7 @@ void RenderTable(std::string& out, const TableView& view) {
   out += "</caption>\n";
   if (!view.OneDimensional()) {
     out += "<thead><tr><td></td>";
-    for (const CellContent* column : view.columns()) {
+    for (const ContentView* column : view.columns()) {
       out += "<th scope=\"col\">";
       Escape(out, column->text);
       out += "</th>";
@@ -79,8 +80,8 @@ void RenderTable(std::string& out, const TableView& view) {
   }
   bool bodyOpen = false;
   for (const ViewEntry& entry : view.entries()) {
-    const CellContent* label = view.Label(entry.node);
-    const std::string_view labelText = label ? std::string_view(label->text) : std::string_view();
+    const ContentView* label = view.Label(entry.node);
+    const std::string_view labelText = label ? label->text : std::string_view();
     if (entry.group && entry.depth == 0) {
       if (bodyOpen) out += "</tbody>\n";
       out += "<tbody>\n";
@@ -138,9 +139,9 @@ ContentsEntry DescribeTable(const TableView& view) {
   ContentsEntry entry;
   for (const ViewEntry& row : view.entries()) {
     if (row.group || row.cellBegin == row.cellEnd) continue;
-    const CellContent* label = view.Label(row.node);
+    const ContentView* label = view.Label(row.node);
     if (label == nullptr) continue;
-    const std::string& value = view.cells()[row.cellBegin].content->text;
+    const std::string_view value = view.cells()[row.cellBegin].content->text;
     if (label->text == "Label" && entry.label.empty()) entry.label = value;
     if ((label->text == "Measurement" || label->text == "Type") &&
         (entry.level.empty() || label->text == "Measurement")) {
@@ -151,48 +152,53 @@ ContentsEntry DescribeTable(const TableView& view) {
   return entry;
 }
 
-void RenderContents(std::string& out, const Document& document) {
+void RenderContents(std::string& out, const Document& document, TableView& view) {
+  // Made while the tables are counted: a contents list is shown only for
+  // two tables or more.
+  std::string list;
   int tables = 0;
-  for (const Document::Item& item : document.Items()) {
-    if (const auto* table = std::get_if<Document::Table>(&item)) tables += TableView(**table).Visible() ? 1 : 0;
-  }
-  if (tables < 2) return;
-  out += "<nav class=\"contents\" aria-label=\"Contents\">\n<h2>Contents</h2>\n<ol>\n";
   std::size_t index = 0;
   for (const Document::Item& item : document.Items()) {
     ++index;
-    if (const auto* heading = std::get_if<Heading>(&item)) {
-      out += "</ol>\n<h3>";
-      AppendHtmlEscaped(out, heading->text);
-      out += "</h3>\n<ol>\n";
+    if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
+      list += "</ol>\n<h3>";
+      AppendHtmlEscaped(list, (*heading)->text);
+      list += "</h3>\n<ol>\n";
       continue;
     }
     const auto* table = std::get_if<Document::Table>(&item);
     if (table == nullptr) continue;
-    const TableView view(**table);
+    view.Build(**table);
     if (!view.Visible()) continue;
+    ++tables;
     const ContentsEntry entry = DescribeTable(view);
-    out += "<li><a href=\"#item-" + std::to_string(index) + "\">";
-    AppendHtmlEscaped(out, view.Title());
-    out += "</a>";
+    list += "<li><a href=\"#item-" + std::to_string(index) + "\">";
+    AppendHtmlEscaped(list, view.Title());
+    list += "</a>";
     if (!entry.label.empty()) {
-      out += " <span class=\"label\">";
-      AppendHtmlEscaped(out, entry.label);
-      out += "</span>";
+      list += " <span class=\"label\">";
+      AppendHtmlEscaped(list, entry.label);
+      list += "</span>";
     }
     if (!entry.level.empty()) {
-      out += " <span class=\"level\">";
-      AppendHtmlEscaped(out, entry.level);
-      out += "</span>";
+      list += " <span class=\"level\">";
+      AppendHtmlEscaped(list, entry.level);
+      list += "</span>";
     }
-    out += "</li>\n";
+    list += "</li>\n";
   }
+  if (tables < 2) return;
+  out += "<nav class=\"contents\" aria-label=\"Contents\">\n<h2>Contents</h2>\n<ol>\n";
+  out += list;
   out += "</ol>\n</nav>\n";
 }
 
+// The alerts of each item, in order, by the title they name.
+using AlertsByItem = std::unordered_map<std::string_view, std::vector<const Alert*>>;
+
 // The alerts first: a table of every alert, each item linked.
 void RenderAlertSummary(std::string& out, const Document& document,
-                        const std::map<std::string, std::size_t>& anchors) {
+                        const std::unordered_map<std::string_view, std::size_t>& anchors) {
   if (!document.AlertsChecked()) return;
   out += "<section class=\"alerts\" id=\"alerts\">\n<h2>Data-quality alerts</h2>\n";
   if (document.Alerts().empty()) {
@@ -220,17 +226,16 @@ void RenderAlertSummary(std::string& out, const Document& document,
 }
 
 // The marker on an affected item: its alerts, above its table.
-void RenderItemAlerts(std::string& out, const Document& document, const std::string& title) {
-  bool open = false;
-  for (const Alert& alert : document.Alerts()) {
-    if (alert.item != title) continue;
-    if (!open) out += "<ul class=\"item-alerts\" aria-label=\"Alerts\">\n";
-    open = true;
+void RenderItemAlerts(std::string& out, const AlertsByItem& alerts, std::string_view title) {
+  const auto found = alerts.find(title);
+  if (found == alerts.end()) return;
+  out += "<ul class=\"item-alerts\" aria-label=\"Alerts\">\n";
+  for (const Alert* alert : found->second) {
     out += "<li>";
-    AppendHtmlEscaped(out, alert.text);
+    AppendHtmlEscaped(out, alert->text);
     out += "</li>\n";
   }
-  if (open) out += "</ul>\n";
+  out += "</ul>\n";
 }
 
 }  // namespace
@@ -240,13 +245,23 @@ void RenderHtml(const Document& document, std::ostream& out) {
          "<title>Codebook</title>\n<style>\n"
       << kStyle << "</style>\n</head>\n<body>\n";
   std::string buffer;
-  RenderContents(buffer, document);
-  // Where each table's section is, for the alert summary's links.
-  std::map<std::string, std::size_t> anchors;
+  TableView view;
+  RenderContents(buffer, document, view);
+  AlertsByItem alerts;
+  for (const Alert& alert : document.Alerts()) alerts[alert.item].push_back(&alert);
+  // Where the first table of each item with alerts is, for the summary's
+  // links.
+  std::unordered_map<std::string_view, std::size_t> anchors;
   std::size_t position = 0;
   for (const Document::Item& item : document.Items()) {
     ++position;
-    if (const auto* table = std::get_if<Document::Table>(&item)) anchors.emplace(TableView(**table).Title(), position);
+    if (alerts.empty()) break;
+    if (const auto* table = std::get_if<Document::Table>(&item)) {
+      view.Build(**table);
+      if (const auto found = alerts.find(view.Title()); found != alerts.end()) {
+        anchors.emplace(found->first, position);
+      }
+    }
   }
   RenderAlertSummary(buffer, document, anchors);
   out << buffer;
@@ -255,23 +270,23 @@ void RenderHtml(const Document& document, std::ostream& out) {
     buffer.clear();
     ++index;
     if (const auto* table = std::get_if<Document::Table>(&item)) {
-      const TableView view(**table);
+      view.Build(**table);
       if (!view.Visible()) continue;
       const std::string id = "item-" + std::to_string(index);
       buffer += "<section class=\"item\" id=\"" + id + "\">\n";
-      RenderItemAlerts(buffer, document, view.Title());
+      RenderItemAlerts(buffer, alerts, view.Title());
       RenderTable(buffer, view);
-      AppendBarChart(buffer, ChartBars(view), id + "-chart", "Percents of " + view.Title());
+      AppendBarChart(buffer, ChartBars(view), id + "-chart", "Percents of " + std::string(view.Title()));
       if (const Histogram* histogram = document.HistogramOf(*table)) {
-        AppendHistogram(buffer, *histogram, id + "-histogram", "Distribution of " + view.Title());
+        AppendHistogram(buffer, *histogram, id + "-histogram", "Distribution of " + std::string(view.Title()));
       }
       buffer += "</section>\n";
-    } else if (const auto* heading = std::get_if<Heading>(&item)) {
+    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
       buffer += "<h1>";
-      Escape(buffer, heading->text);
+      Escape(buffer, (*heading)->text);
       buffer += "</h1>\n";
     } else {
-      const Message& message = std::get<Message>(item);
+      const Message& message = *std::get<Document::MessageItem>(item);
       buffer += "<p class=\"";
       buffer += SeverityName(message.severity);
       buffer += "\">";

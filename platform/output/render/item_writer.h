@@ -18,19 +18,20 @@ void WriteItems(const Document& document, std::ostream& out, std::string_view se
                 WriteTable writeTable, WriteMessage writeMessage, WriteHeading writeHeading) {
   std::string buffer;
   bool first = true;
+  TableView view;
   for (const Document::Item& item : document.Items()) {
     buffer.clear();
     if (const auto* table = std::get_if<Document::Table>(&item)) {
-      const TableView view(**table);
+      view.Build(**table);
       if (!view.Visible()) continue;
       if (!first) buffer += separator;
       writeTable(buffer, view);
-    } else if (const auto* heading = std::get_if<Heading>(&item)) {
+    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
       if (!first) buffer += separator;
-      writeHeading(buffer, *heading);
+      writeHeading(buffer, **heading);
     } else {
       if (!first) buffer += separator;
-      writeMessage(buffer, std::get<Message>(item));
+      writeMessage(buffer, *std::get<Document::MessageItem>(item));
     }
     first = false;
     out << buffer;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/data/obs.h"
 #include "platform/output/render/json_writer.h"
@@ -15,10 +16,10 @@ namespace codebook::output {
 
 namespace {
 
-void WriteDataValue(std::string& out, const CellContent& content) {
+void WriteDataValue(std::string& out, const ContentView& content) {
   if (const double* number = std::get_if<double>(&content.dataValue)) {
     AppendJsonNumber(out, *number);
-  } else if (const std::string* text = std::get_if<std::string>(&content.dataValue)) {
+  } else if (const std::string_view* text = std::get_if<std::string_view>(&content.dataValue)) {
     AppendJsonString(out, *text);
   } else {
     out += "null";
@@ -32,10 +33,13 @@ std::uint32_t WriteCell(std::string& out, const TableView& view, std::uint32_t f
   const int column = view.cells()[first].column;
   std::uint32_t last = first;
   while (last < end && view.cells()[last].column == column) ++last;
-  const std::string text = JoinedCellText(view, first, last, column);
-  const CellContent& content = *view.cells()[first].content;
+  const ContentView& content = *view.cells()[first].content;
   out += "{\"text\": ";
-  AppendJsonString(out, text);
+  if (last - first == 1) {
+    AppendJsonString(out, content.text);
+  } else {
+    AppendJsonString(out, JoinedCellText(view, first, last, column));
+  }
   if (last - first == 1 && content.kind == CellContent::Kind::kNumber) {
     out += ", \"number\": ";
     AppendJsonNumber(out, content.number);
@@ -48,7 +52,8 @@ std::uint32_t WriteCell(std::string& out, const TableView& view, std::uint32_t f
   return last;
 }
 
-void WriteTable(std::string& out, const TableView& view) {
+// `groups`: scratch for the group chain, kept from table to table.
+void WriteTable(std::string& out, const TableView& view, std::vector<const ContentView*>& groups) {
   out += "  {\"kind\": \"table\", \"title\": ";
   AppendJsonString(out, view.Title());
   out += ", \"subtype\": ";
@@ -59,7 +64,7 @@ void WriteTable(std::string& out, const TableView& view) {
     AppendJsonString(out, view.columns()[c]->text);
   }
   out += "],\n   \"rows\": [";
-  std::vector<const CellContent*> groups;
+  groups.clear();
   bool firstRow = true;
   for (const ViewEntry& entry : view.entries()) {
     groups.resize(static_cast<std::size_t>(entry.depth));
@@ -72,11 +77,11 @@ void WriteTable(std::string& out, const TableView& view) {
     out += "{\"groups\": [";
     for (std::size_t g = 0; g < groups.size(); ++g) {
       if (g > 0) out += ", ";
-      AppendJsonString(out, groups[g] ? groups[g]->text : std::string());
+      AppendJsonString(out, groups[g] ? groups[g]->text : std::string_view());
     }
     out += "], \"label\": ";
-    const CellContent* label = view.Label(entry.node);
-    AppendJsonString(out, label ? label->text : std::string());
+    const ContentView* label = view.Label(entry.node);
+    AppendJsonString(out, label ? label->text : std::string_view());
     if (label && label->kind == CellContent::Kind::kDataValue) {
       out += ", \"value\": ";
       WriteDataValue(out, *label);
@@ -88,7 +93,7 @@ void WriteTable(std::string& out, const TableView& view) {
       if (!firstCell) out += ", ";
       firstCell = false;
       const int column = view.cells()[i].column;
-      AppendJsonString(out, view.OneDimensional() ? std::string() : view.columns()[static_cast<std::size_t>(column)]->text);
+      AppendJsonString(out, view.OneDimensional() ? std::string_view() : view.columns()[static_cast<std::size_t>(column)]->text);
       out += ": ";
       i = WriteCell(out, view, i, entry.cellEnd);
     }
@@ -113,23 +118,25 @@ void RenderJson(const Document& document, std::ostream& stream) {
   std::string out;
   out += "{\"format\": \"codebook-output\", \"version\": 1,\n \"items\": [";
   bool first = true;
+  TableView view;
+  std::vector<const ContentView*> groups;
   for (const Document::Item& item : document.Items()) {
     if (const auto* table = std::get_if<Document::Table>(&item)) {
-      const TableView view(**table);
+      view.Build(**table);
       if (!view.Visible()) continue;
       out += (first ? "\n" : ",\n");
-      WriteTable(out, view);
+      WriteTable(out, view, groups);
       stream << out;
       out.clear();
-    } else if (const auto* message = std::get_if<Message>(&item)) {
+    } else if (const auto* message = std::get_if<Document::MessageItem>(&item)) {
       out += (first ? "\n" : ",\n");
-      WriteMessage(out, *message);
+      WriteMessage(out, **message);
       stream << out;
       out.clear();
     } else {
       out += (first ? "\n" : ",\n");
       out += "  {\"kind\": \"heading\", \"text\": ";
-      AppendJsonString(out, std::get<Heading>(item).text);
+      AppendJsonString(out, std::get<Document::HeadingItem>(item)->text);
       out += "}";
       stream << out;
       out.clear();

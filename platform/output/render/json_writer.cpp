@@ -43,20 +43,23 @@ std::size_t ValidSequence(std::string_view text, std::size_t pos) {
 void AppendJsonString(std::string& buffer, std::string_view text) {
   static constexpr char kHex[] = "0123456789abcdef";
   buffer.push_back('"');
+  // Bytes that need nothing (printable ASCII but the quote and the
+  // backslash, and valid UTF-8) are copied a run at a time.
+  std::size_t run = 0;
   std::size_t pos = 0;
   while (pos < text.size()) {
     const auto byte = static_cast<unsigned char>(text[pos]);
-    if (byte >= 0x80) {
-      const std::size_t length = ValidSequence(text, pos);
-      if (length == 0) {
-        buffer += "\xEF\xBF\xBD";
-        ++pos;
-      } else {
-        buffer.append(text.substr(pos, length));
-        pos += length;
-      }
+    if (byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\') {
+      ++pos;
       continue;
     }
+    if (byte >= 0x80) {
+      if (const std::size_t length = ValidSequence(text, pos); length != 0) {
+        pos += length;
+        continue;
+      }
+    }
+    buffer.append(text.data() + run, pos - run);
     switch (byte) {
       case '"': buffer += "\\\""; break;
       case '\\': buffer += "\\\\"; break;
@@ -66,16 +69,18 @@ void AppendJsonString(std::string& buffer, std::string_view text) {
       case '\b': buffer += "\\b"; break;
       case '\f': buffer += "\\f"; break;
       default:
-        if (byte < 0x20) {
+        if (byte >= 0x80) {
+          buffer += "\xEF\xBF\xBD";
+        } else {
           buffer += "\\u00";
           buffer.push_back(kHex[byte >> 4]);
           buffer.push_back(kHex[byte & 15]);
-        } else {
-          buffer.push_back(static_cast<char>(byte));
         }
     }
     ++pos;
+    run = pos;
   }
+  buffer.append(text.data() + run, pos - run);
   buffer.push_back('"');
 }
 

@@ -40,7 +40,7 @@ void RenderTable(std::string& out, const TableView& view) {
   out += "## ";
   Escape(out, view.Title());
   out += "\n\n|";
-  const CellContent* corner = view.RowDimensionTitle();
+  const ContentView* corner = view.RowDimensionTitle();
   out += " ";
   if (corner && view.OneDimensional()) Escape(out, corner->text);
   out += " |";
@@ -61,10 +61,10 @@ void RenderTable(std::string& out, const TableView& view) {
   }
   out += "\n";
 
-  std::vector<const CellContent*> groups;
+  std::vector<const ContentView*> groups;
   for (const ViewEntry& entry : view.entries()) {
     groups.resize(static_cast<std::size_t>(entry.depth));
-    const CellContent* label = view.Label(entry.node);
+    const ContentView* label = view.Label(entry.node);
     const std::string_view text = label ? std::string_view(label->text) : std::string_view();
     if (entry.group) {
       groups.push_back(label);

@@ -13,7 +13,14 @@ bool IsControl(char32_t c) { return (c < 0x20 && c != '\n') || (c >= 0x7F && c <
 }  // namespace
 
 bool NeedsTerminalEscape(std::string_view text) {
-  for (std::size_t i = 0; i < text.size();) {
+  // Printable ASCII, the common case, needs no decoding.
+  std::size_t start = 0;
+  while (start < text.size()) {
+    const auto byte = static_cast<unsigned char>(text[start]);
+    if ((byte < 0x20 && byte != '\n') || byte >= 0x7F) break;
+    ++start;
+  }
+  for (std::size_t i = start; i < text.size();) {
     char32_t c = 0;
     const std::size_t length = data::Utf8SequenceAt(text, i, c);
     if (length == 0 || IsControl(c)) return true;

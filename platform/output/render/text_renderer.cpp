@@ -2,8 +2,15 @@
 // labels (groups as their own lines, their categories indented two blanks
 // per level) and one column per shown data column. Column widths fit the
 // content up to a maximum, past which texts wrap at blanks.
+//
+// A codebook has a table per variable, so a table is laid out without a
+// string per line: lines are views into the cell texts (copies are made only
+// of texts that must be escaped or wrapped), and the box is written into one
+// buffer per table.
 #include <algorithm>
+#include <deque>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/output/render/renderers.h"
@@ -16,132 +23,184 @@ namespace codebook::output {
 namespace {
 
 struct BoxChars {
-  const char* horizontal;
-  const char* vertical;
-  const char* topLeft;
-  const char* topRight;
-  const char* bottomLeft;
-  const char* bottomRight;
-  const char* teeLeft;   // ├
-  const char* teeRight;  // ┤
-  const char* teeDown;   // ┬
-  const char* teeUp;     // ┴
-  const char* cross;     // ┼
+  std::string_view horizontal;
+  std::string_view vertical;
+  std::string_view topLeft;
+  std::string_view topRight;
+  std::string_view bottomLeft;
+  std::string_view bottomRight;
+  std::string_view teeLeft;   // ├
+  std::string_view teeRight;  // ┤
+  std::string_view teeDown;   // ┬
+  std::string_view teeUp;     // ┴
+  std::string_view cross;     // ┼
 };
 
 constexpr BoxChars kUnicodeBox{"─", "│", "┌", "┐", "└", "┘", "├", "┤", "┬", "┴", "┼"};
 constexpr BoxChars kAsciiBox{"-", "|", "+", "+", "+", "+", "+", "+", "+", "+", "+"};
 
+// One printed line of a block: its text after `indent` blanks, and its
+// display width with them.
+struct Line {
+  std::string_view text;
+  int width = 0;
+  int indent = 0;
+};
+
+// The lines of one column of a printed row: lines [first, first + count).
 struct Block {
-  std::vector<std::string> lines;
-  std::vector<int> widths;  // display width of each line
+  std::uint32_t first = 0;
+  std::uint32_t count = 0;
   bool rightAligned = false;
 };
 
-// One printed row of the box: a block per column.
-using Row = std::vector<Block>;
-
-Block MakeBlock(std::string_view text, bool right, int maxWidth, int indent = 0) {
-  Block block;
-  block.rightAligned = right;
-  const std::string pad(static_cast<std::size_t>(indent), ' ');
-  std::size_t start = 0;
-  for (;;) {
-    const std::size_t stop = text.find('\n', start);
-    const std::string_view piece = text.substr(start, stop == std::string_view::npos ? std::string_view::npos : stop - start);
-    for (std::string& line : WrapText(piece, std::max(1, maxWidth - indent))) {
-      block.widths.push_back(indent + DisplayWidth(line));
-      block.lines.push_back(indent > 0 ? pad + line : std::move(line));
-    }
-    if (stop == std::string_view::npos) break;
-    start = stop + 1;
-    if (start == text.size()) break;  // a final line feed ends the text
+// The printed rows of a table: a block per column, row after row.
+class Layout {
+ public:
+  void Clear(std::size_t columns) {
+    columns_ = columns;
+    lines_.clear();
+    blocks_.clear();
+    ruleBefore_.clear();
+    kept_.clear();
   }
-  return block;
-}
+  std::size_t Rows() const { return ruleBefore_.size(); }
+  std::size_t Columns() const { return columns_; }
+  // Starts a row; `rule`: a rule is drawn above it.
+  void AddRow(bool rule) {
+    blocks_.resize(blocks_.size() + columns_);
+    ruleBefore_.push_back(rule ? 1 : 0);
+  }
+  Block& At(std::size_t row, std::size_t column) { return blocks_[row * columns_ + column]; }
+  const Block& At(std::size_t row, std::size_t column) const { return blocks_[row * columns_ + column]; }
+  bool RuleBefore(std::size_t row) const { return ruleBefore_[row] != 0; }
+  const Line& LineAt(std::size_t index) const { return lines_[index]; }
 
-void AppendLines(Block& block, const Block& more) {
-  block.lines.insert(block.lines.end(), more.lines.begin(), more.lines.end());
-  block.widths.insert(block.widths.end(), more.widths.begin(), more.widths.end());
-}
+  // The text as a terminal may show it.
+  std::string_view Escaped(std::string_view text) {
+    if (!NeedsTerminalEscape(text)) return text;
+    kept_.push_back(EscapeForTerminal(text));
+    return kept_.back();
+  }
 
-void WriteRule(std::ostream& out, const std::vector<int>& widths, const BoxChars& box,
-               const char* left, const char* middle, const char* right) {
-  std::string line = left;
+  // The lines of `text` (escaped already), each wrapped at `maxWidth`
+  // columns less the indentation.
+  Block MakeBlock(std::string_view text, bool right, int maxWidth, int indent = 0) {
+    Block block;
+    block.first = static_cast<std::uint32_t>(lines_.size());
+    block.rightAligned = right;
+    const int limit = std::max(1, maxWidth - indent);
+    std::size_t start = 0;
+    for (;;) {
+      const std::size_t stop = text.find('\n', start);
+      const std::string_view piece =
+          text.substr(start, stop == std::string_view::npos ? std::string_view::npos : stop - start);
+      const int width = DisplayWidth(piece);
+      if (width <= limit) {
+        lines_.push_back(Line{piece, indent + width, indent});
+      } else {
+        for (std::string& wrapped : WrapText(piece, limit)) {
+          kept_.push_back(std::move(wrapped));
+          lines_.push_back(Line{kept_.back(), indent + DisplayWidth(kept_.back()), indent});
+        }
+      }
+      if (stop == std::string_view::npos) break;
+      start = stop + 1;
+      if (start == text.size()) break;  // a final line feed ends the text
+    }
+    block.count = static_cast<std::uint32_t>(lines_.size()) - block.first;
+    return block;
+  }
+
+ private:
+  std::size_t columns_ = 0;
+  std::vector<Line> lines_;
+  std::vector<Block> blocks_;
+  std::vector<char> ruleBefore_;
+  std::deque<std::string> kept_;  // escaped and wrapped texts; a deque never moves them
+};
+
+void AppendRule(std::string& out, const std::vector<int>& widths, const BoxChars& box, std::string_view left,
+                std::string_view middle, std::string_view right) {
+  out += left;
   for (std::size_t c = 0; c < widths.size(); ++c) {
-    if (c > 0) line += middle;
-    for (int i = 0; i < widths[c] + 2; ++i) line += box.horizontal;
+    if (c > 0) out += middle;
+    for (int i = 0; i < widths[c] + 2; ++i) out += box.horizontal;
   }
-  line += right;
-  out << line << '\n';
+  out += right;
+  out += '\n';
 }
 
-void WriteRow(std::ostream& out, const Row& row, const std::vector<int>& widths, const BoxChars& box) {
+void AppendRow(std::string& out, const Layout& layout, std::size_t row, const std::vector<int>& widths,
+               const BoxChars& box) {
   std::size_t height = 1;
-  for (const Block& block : row) height = std::max(height, block.lines.size());
+  for (std::size_t c = 0; c < layout.Columns(); ++c) height = std::max<std::size_t>(height, layout.At(row, c).count);
   for (std::size_t l = 0; l < height; ++l) {
-    std::string line = box.vertical;
+    out += box.vertical;
     for (std::size_t c = 0; c < widths.size(); ++c) {
-      const Block& block = row[c];
-      static const std::string kNone;
-      const std::string& text = l < block.lines.size() ? block.lines[l] : kNone;
-      const int padding = std::max(0, widths[c] - (l < block.widths.size() ? block.widths[l] : 0));
-      line += ' ';
-      if (block.rightAligned) line.append(static_cast<std::size_t>(padding), ' ');
-      line += text;
-      if (!block.rightAligned) line.append(static_cast<std::size_t>(padding), ' ');
-      line += ' ';
-      line += box.vertical;
+      const Block& block = layout.At(row, c);
+      const Line line = l < block.count ? layout.LineAt(block.first + l) : Line{};
+      const auto padding = static_cast<std::size_t>(std::max(0, widths[c] - line.width));
+      out += ' ';
+      if (block.rightAligned) out.append(padding, ' ');
+      out.append(static_cast<std::size_t>(line.indent), ' ');
+      out += line.text;
+      if (!block.rightAligned) out.append(padding, ' ');
+      out += ' ';
+      out += box.vertical;
     }
-    out << line << '\n';
+    out += '\n';
   }
 }
 
 // The printed rows of a table, each column's texts wrapped at its limit.
-std::vector<Row> BuildRows(const TableView& view, const std::vector<int>& limits, bool fitted,
-                           const std::vector<char>& numericColumn, std::vector<char>& ruleBefore) {
+void BuildRows(Layout& layout, const TableView& view, const std::vector<int>& limits, bool fitted,
+               const std::vector<char>& numericColumn) {
   const std::size_t columnCount = limits.size();
-  std::vector<Row> rows;
-  ruleBefore.clear();
-  rows.reserve(view.entries().size() + 1);
+  layout.Clear(columnCount);
   if (!view.OneDimensional()) {
-    Row header(columnCount);
+    layout.AddRow(false);
+    const std::size_t header = layout.Rows() - 1;
     for (std::size_t c = 1; c < columnCount; ++c) {
-      header[c] = MakeBlock(EscapeForTerminal(view.columns()[c - 1]->text), numericColumn[c] != 0, limits[c]);
+      layout.At(header, c) =
+          layout.MakeBlock(layout.Escaped(view.columns()[c - 1]->text), numericColumn[c] != 0, limits[c]);
     }
-    rows.push_back(std::move(header));
-    ruleBefore.push_back(0);
   }
   bool firstEntry = true;
   for (const ViewEntry& entry : view.entries()) {
-    Row row(columnCount);
-    const CellContent* label = view.Label(entry.node);
+    // A rule between the top-level groups of the body.
+    layout.AddRow(!firstEntry && entry.group && entry.depth == 0);
+    firstEntry = false;
+    const std::size_t row = layout.Rows() - 1;
+    const ContentView* label = view.Label(entry.node);
     // Unfitted, a label may take the full width beside its indentation;
     // fitted, the indentation comes out of the column's width.
     const int labelLimit = fitted ? std::max(limits[0], 2 * entry.depth + 1) : limits[0] + 2 * entry.depth;
-    row[0] = MakeBlock(label ? EscapeForTerminal(label->text) : std::string(), false, labelLimit,
-                       2 * entry.depth);
+    layout.At(row, 0) = layout.MakeBlock(label ? layout.Escaped(label->text) : std::string_view(), false,
+                                         labelLimit, 2 * entry.depth);
     for (std::uint32_t i = entry.cellBegin; i < entry.cellEnd; ++i) {
       const ViewCell& cell = view.cells()[i];
       const auto column = static_cast<std::size_t>(cell.column) + 1;
-      Block& block = row[column];
-      const bool wasEmpty = block.lines.empty();
-      AppendLines(block, MakeBlock(EscapeForTerminal(cell.content->text), cell.content->numeric, limits[column]));
-      block.rightAligned = wasEmpty ? cell.content->numeric : block.rightAligned && cell.content->numeric;
+      const Block added = layout.MakeBlock(layout.Escaped(cell.content->text), cell.content->numeric, limits[column]);
+      Block& block = layout.At(row, column);
+      if (block.count == 0) {
+        block = added;
+      } else {
+        // The lines of one cell follow each other: a row's cells come in
+        // column order, each column's lines made one after another.
+        block.count += added.count;
+        block.rightAligned = block.rightAligned && cell.content->numeric;
+      }
     }
-    // A rule between the top-level groups of the body.
-    ruleBefore.push_back(!firstEntry && entry.group && entry.depth == 0);
-    firstEntry = false;
-    rows.push_back(std::move(row));
   }
-  return rows;
 }
 
-std::vector<int> ColumnWidths(const std::vector<Row>& rows, std::size_t columnCount) {
-  std::vector<int> widths(columnCount, 0);
-  for (const Row& row : rows) {
-    for (std::size_t c = 0; c < columnCount; ++c) {
-      for (const int width : row[c].widths) widths[c] = std::max(widths[c], width);
+std::vector<int> ColumnWidths(const Layout& layout) {
+  std::vector<int> widths(layout.Columns(), 0);
+  for (std::size_t r = 0; r < layout.Rows(); ++r) {
+    for (std::size_t c = 0; c < layout.Columns(); ++c) {
+      const Block& block = layout.At(r, c);
+      for (std::uint32_t l = 0; l < block.count; ++l) widths[c] = std::max(widths[c], layout.LineAt(block.first + l).width);
     }
   }
   return widths;
@@ -169,7 +228,7 @@ bool FitToScreen(std::vector<int>& widths, const std::vector<char>& textColumn, 
   return changed;
 }
 
-void RenderTable(std::ostream& out, const TableView& view, const TextOptions& options) {
+void RenderTable(std::string& out, Layout& layout, const TableView& view, const TextOptions& options) {
   const BoxChars& box = options.ascii ? kAsciiBox : kUnicodeBox;
   const int maxWidth = std::max(4, options.maxColumnWidth);
   const std::size_t columnCount = 1 + static_cast<std::size_t>(view.ValueColumnCount());
@@ -189,22 +248,25 @@ void RenderTable(std::ostream& out, const TableView& view, const TextOptions& op
   }
 
   const std::vector<int> limits(columnCount, maxWidth);
-  std::vector<char> ruleBefore;
-  std::vector<Row> rows = BuildRows(view, limits, false, numericColumn, ruleBefore);
-  std::vector<int> widths = ColumnWidths(rows, columnCount);
+  BuildRows(layout, view, limits, false, numericColumn);
+  std::vector<int> widths = ColumnWidths(layout);
   if (options.width > 0 && FitToScreen(widths, textColumn, options.width)) {
-    rows = BuildRows(view, widths, true, numericColumn, ruleBefore);
-    widths = ColumnWidths(rows, columnCount);
+    const std::vector<int> fitted = widths;
+    BuildRows(layout, view, fitted, true, numericColumn);
+    widths = ColumnWidths(layout);
   }
 
-  if (!view.Title().empty()) out << EscapeForTerminal(view.Title()) << '\n';
-  WriteRule(out, widths, box, box.topLeft, box.teeDown, box.topRight);
-  const std::size_t bodyStart = view.OneDimensional() ? 0 : 1;
-  for (std::size_t r = 0; r < rows.size(); ++r) {
-    if ((r == bodyStart && r > 0) || ruleBefore[r]) WriteRule(out, widths, box, box.teeLeft, box.cross, box.teeRight);
-    WriteRow(out, rows[r], widths, box);
+  if (!view.Title().empty()) {
+    out += layout.Escaped(view.Title());
+    out += '\n';
   }
-  WriteRule(out, widths, box, box.bottomLeft, box.teeUp, box.bottomRight);
+  AppendRule(out, widths, box, box.topLeft, box.teeDown, box.topRight);
+  const std::size_t bodyStart = view.OneDimensional() ? 0 : 1;
+  for (std::size_t r = 0; r < layout.Rows(); ++r) {
+    if ((r == bodyStart && r > 0) || layout.RuleBefore(r)) AppendRule(out, widths, box, box.teeLeft, box.cross, box.teeRight);
+    AppendRow(out, layout, r, widths, box);
+  }
+  AppendRule(out, widths, box, box.bottomLeft, box.teeUp, box.bottomRight);
 }
 
 }  // namespace
@@ -216,20 +278,25 @@ void WriteMessageText(const Message& message, std::ostream& out) {
 void RenderText(const Document& document, std::ostream& out, const TextOptions& options) {
   bool first = true;
   bool lastWasTable = false;
+  TableView view;
+  Layout layout;
+  std::string buffer;
   for (const Document::Item& item : document.Items()) {
     if (const auto* table = std::get_if<Document::Table>(&item)) {
-      const TableView view(**table);
+      view.Build(**table);
       if (!view.Visible()) continue;
-      if (!first) out << '\n';
-      RenderTable(out, view, options);
+      buffer.clear();
+      if (!first) buffer += '\n';
+      RenderTable(buffer, layout, view, options);
+      out << buffer;
       lastWasTable = true;
-    } else if (const auto* heading = std::get_if<Heading>(&item)) {
+    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
       if (!first) out << '\n';
-      out << "==> " << EscapeForTerminal(heading->text) << " <==\n";
+      out << "==> " << EscapeForTerminal((*heading)->text) << " <==\n";
       lastWasTable = false;
     } else {
       if (lastWasTable) out << '\n';
-      WriteMessageText(std::get<Message>(item), out);
+      WriteMessageText(*std::get<Document::MessageItem>(item), out);
       out << '\n';
       lastWasTable = false;
     }

@@ -120,4 +120,27 @@ TEST(Dictionary, HundredThousandVariables) {
   EXPECT_EQ(d.FindVarIndex("v100000"), -1);
 }
 
+// Renames take names out of the index and put others in; every name left
+// must still be found, whatever lay behind the one taken out.
+TEST(Dictionary, ManyRenamesKeepEveryNameFound) {
+  constexpr int kCount = 5000;
+  Dictionary d;
+  for (int i = 0; i < kCount; ++i) d.AddVariable(std::make_unique<Variable>("v" + std::to_string(i)));
+  for (int i = 0; i < kCount; i += 3) d.RenameVariable((i * 7) % kCount, "r" + std::to_string((i * 7) % kCount));
+  int renamedCount = 0;
+  for (int i = 0; i < kCount; ++i) {
+    const std::string old = "v" + std::to_string(i);
+    const std::string now = "r" + std::to_string(i);
+    if (d.FindVarIndex(now) == i) {
+      ++renamedCount;
+      EXPECT_EQ(d.FindVarIndex(old), -1) << old;
+    } else {
+      EXPECT_EQ(d.FindVarIndex(old), i) << old;
+      EXPECT_EQ(d.FindVarIndex(now), -1) << now;
+    }
+  }
+  EXPECT_EQ(renamedCount, (kCount + 2) / 3);
+  EXPECT_THROW(d.AddVariable(std::make_unique<Variable>("R0")), std::invalid_argument);
+}
+
 }  // namespace
