@@ -22,7 +22,7 @@ namespace codebook::aggregate {
 
 class BatchedPass;
 
-class CubeState : public HotStorage<HotArena::kDimensions> {
+class CubeState : public HotStorage<HotArena::kStates> {
  public:
   // `taken` counts the cases the table took; `tableDimension` is where the
   // table keeps its dimension for the procedure.

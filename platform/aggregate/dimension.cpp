@@ -72,8 +72,14 @@ void AggregationVariable::Impl::Prepare(const CaseBatch& batch) {
   categories_ -= batchFirsts_.size();  // counted as the table takes their cases
   counting_.count = categories_;
   categories_ += batchFirsts_.size();
-  batchFirsts_.push_back(CategoryCount::kNever);
-  counting_.next = batchFirsts_.data();
+  // Without a new category in the batch the count's cursor rests on the
+  // one end mark all dimensions share, which the loop then finds in cache.
+  if (batchFirsts_.empty()) {
+    counting_.next = &CategoryCount::kNever;
+  } else {
+    batchFirsts_.push_back(CategoryCount::kNever);
+    counting_.next = batchFirsts_.data();
+  }
   preparedFor_ = batch.firstOrdinal();
   preparedSize_ = batch.size();
 }

@@ -121,7 +121,7 @@ class AggregationVariable::Impl {
   bool noTotal() const { return noTotal_; }
   bool excludeUserMissing() const { return excludeUserMissing_; }
   bool multiple_ = false;  // records may fall into several buckets
-  InlineVector<std::uint32_t, 32> slots_;
+  InlineVector<std::uint32_t, 8> slots_;
   std::vector<std::uint32_t> slotStarts_;
 
  private:
@@ -134,7 +134,7 @@ class AggregationVariable::Impl {
   bool bound_ = false;
   std::int64_t preparedFor_ = -1;
   std::size_t preparedSize_ = 0;
-  InlineVector<double, 16> weights_;  // per bucket
+  InlineVector<double, 8> weights_;  // per bucket
   std::vector<BucketInfo> info_;
   std::size_t categories_ = 0;   // category buckets, in all
   std::vector<std::int64_t> batchFirsts_;  // ordinals of the categories new in the batch being walked

@@ -37,7 +37,7 @@ void MarkReleased(void*, std::size_t) {}
 constexpr std::size_t kChunkHeader = (sizeof(Chunk) + kAlign - 1) / kAlign * kAlign;
 
 std::mutex mutex;
-Chunk* current[2] = {nullptr, nullptr};  // per arena
+Chunk* current[3] = {nullptr, nullptr, nullptr};  // per arena
 
 std::size_t Rounded(std::size_t bytes) { return (bytes + kAlign - 1) / kAlign * kAlign; }
 
@@ -52,7 +52,7 @@ void* AllocateHot(std::size_t bytes, HotArena arena) {
     return header + 1;
   }
   std::lock_guard lock(mutex);
-  Chunk*& chunk = current[arena == HotArena::kTables ? 0 : 1];
+  Chunk*& chunk = current[static_cast<int>(arena)];
   if (chunk == nullptr || chunk->used + need > kChunkBytes) {
     // The previous chunk goes once its last object does (it has some: an
     // empty chunk is freed as soon as it empties).

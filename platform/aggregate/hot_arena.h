@@ -11,7 +11,9 @@
 
 namespace codebook::aggregate {
 
-enum class HotArena { kTables, kDimensions };
+// Tables and dimensions are what the procedure's loop touches on every case;
+// the states are what the pass counts into at the edges of batches.
+enum class HotArena { kTables, kDimensions, kStates };
 
 // Memory for one object, carved in order from large chunks of its arena; a
 // chunk goes back to the system when everything carved from it has been

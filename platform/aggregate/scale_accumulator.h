@@ -20,7 +20,7 @@
 
 namespace codebook::aggregate {
 
-class ScaleAccumulator : public HotStorage<HotArena::kDimensions> {
+class ScaleAccumulator : public HotStorage<HotArena::kStates> {
  public:
   explicit ScaleAccumulator(int varIndex) : varIndex_(varIndex) {}
   ~ScaleAccumulator();
@@ -74,8 +74,8 @@ class ScaleAccumulator : public HotStorage<HotArena::kDimensions> {
   bool declaresMissing_ = true;  // the variable may have user-missing values
   // The integer codes 0..255 by index: weights, and whether each is met
   // (1) or met and user-missing (2). As long as the largest code met.
-  InlineVector<double, 16> codeWeights_;
-  InlineVector<std::uint8_t, 16> codeState_;
+  InlineVector<double, 8> codeWeights_;
+  InlineVector<std::uint8_t, 8> codeState_;
   bool anyCode_ = false;
   NumericWeightMap<> values_;
   std::unique_ptr<SortedRuns> runs_;  // replaces values_ once the data look continuous

@@ -68,7 +68,7 @@ class VariableDimension final : public TableDimension, public AggregationVariabl
   // The integer codes 0..255, which most categorical data are, found by
   // index: their bucket, 0 until met. As long as the largest code met, so
   // that a table of a wide file stays small.
-  InlineVector<std::uint32_t, 16> codes_;
+  InlineVector<std::uint32_t, 8> codes_;
   NumericWeightMap<BucketOf> numbers_;  // other numbers (all numbers when restricted)
   std::vector<double> numberOf_;        // the value of each numeric bucket
   StringWeightMap strings_;             // entry.member: the bucket

@@ -51,6 +51,7 @@ std::size_t Utf8Prefix(std::string_view s, std::size_t limit) {
 
 class SavCaseStream final : public CaseStream {
   static constexpr std::size_t kTile = 8;  // cases transposed together: a cache line per column
+  static constexpr std::size_t kColumnsAtOnce = 1024;
 
  public:
   SavCaseStream(std::shared_ptr<const ByteSource> source, std::shared_ptr<const CasePlan> plan)
@@ -94,7 +95,10 @@ class SavCaseStream final : public CaseStream {
   bool NextBatch(CaseBatch& batch) override {
     batch.Clear();
     if (deferred_) std::rethrow_exception(std::exchange(deferred_, nullptr));
-    if (bytecode_ && plan_->identity) return DecodeIntoColumns(batch);
+    // Straight into columns keeps a line of each column open while eight
+    // cases fill it: right for ordinary widths. Very wide cases would keep
+    // too many open at once, and go through rows and whole-line tiles.
+    if (bytecode_ && plan_->identity && plan_->cellsPerCase <= kColumnsAtOnce) return DecodeIntoColumns(batch);
     try {
       while (!batch.full()) {
         if (next_ == inBlock_ && !FillBlock()) break;
