@@ -29,13 +29,13 @@
 #include "codebook.h"
 #include "host/data/data_source.h"
 #include "parser/cbkparser.h"
-#include "platform/data/active_dataset.h"
 #include "platform/data/case_stream.h"
 #include "platform/data/dataset.h"
 #include "platform/data/sav/read_dataset.h"
 #include "platform/data/sav/write_dataset.h"
 #include "platform/output/current_output.h"
 #include "platform/output/render/renderers.h"
+#include "platform/session/procedure_context.h"
 #include "platform/syntax/command_splitter.h"
 #include "platform/syntax/current_command.h"
 #include "platform/syntax/message_sink.h"
@@ -130,16 +130,14 @@ void Wide(const std::vector<int>& sizes) {
   for (int n : sizes) {
     auto dataset = WideDataset(n, 1000);
     const auto start = Clock::now();
-    syntax::CurrentCommand current{"CODEBOOK", {}, 1, 1};
-    syntax::CurrentCommandScope scope(current);
-    syntax::MessageCollector messages;
-    syntax::MessageSinkScope sink(messages);
     auto document = std::make_shared<output::Document>();
     {
-      output::ScopedCurrentDocument out(document);
-      data::SetActiveSelection(std::make_shared<const ProcedureDataSource::Selection>(dataset));
+      session::ProcedureParts parts;
+      parts.command = syntax::CurrentCommand{"CODEBOOK", {}, 1, 1};
+      parts.selection = std::make_shared<const ProcedureDataSource::Selection>(dataset);
+      parts.document = document;
+      const session::ProcedureContext context(std::move(parts));
       codebook_(0);
-      data::SetActiveSelection(nullptr);
     }
     const double run = Seconds(start);
     std::ofstream devnull("/dev/null");

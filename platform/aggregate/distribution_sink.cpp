@@ -2,7 +2,7 @@
 
 namespace codebook::aggregate {
 namespace {
-DistributionSink* current = nullptr;
+thread_local DistributionSink* current = nullptr;  // per thread, as every slot of a run
 }  // namespace
 
 DistributionSink::~DistributionSink() = default;

@@ -1,33 +1,21 @@
 #include "platform/data/active_dataset.h"
 
-#include <mutex>
-
 namespace codebook::data {
 
 namespace {
 
-struct Slot {
-  std::mutex mutex;
-  std::shared_ptr<const ProcedureDataSource::Selection> selection;
-};
-
-Slot& TheSlot() {
-  static Slot slot;
-  return slot;
+// Per thread: a run is one thread's, and two runs on two threads do not meet.
+std::shared_ptr<const ProcedureDataSource::Selection>& Slot() {
+  thread_local std::shared_ptr<const ProcedureDataSource::Selection> selection;
+  return selection;
 }
 
 }  // namespace
 
 void SetActiveSelection(std::shared_ptr<const ProcedureDataSource::Selection> selection) {
-  Slot& slot = TheSlot();
-  const std::lock_guard lock(slot.mutex);
-  slot.selection = std::move(selection);
+  Slot() = std::move(selection);
 }
 
-std::shared_ptr<const ProcedureDataSource::Selection> ActiveSelection() {
-  Slot& slot = TheSlot();
-  const std::lock_guard lock(slot.mutex);
-  return slot.selection;
-}
+std::shared_ptr<const ProcedureDataSource::Selection> ActiveSelection() { return Slot(); }
 
 }  // namespace codebook::data

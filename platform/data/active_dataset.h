@@ -8,7 +8,7 @@
 
 namespace codebook::data {
 
-// Thread-safe; null clears the slot.
+// The calling thread's slot; null clears it.
 void SetActiveSelection(std::shared_ptr<const ProcedureDataSource::Selection> selection);
 std::shared_ptr<const ProcedureDataSource::Selection> ActiveSelection();
 

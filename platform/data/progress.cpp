@@ -3,7 +3,7 @@
 namespace codebook::data {
 
 namespace detail {
-ProgressCallback progressCallback = nullptr;
+thread_local ProgressCallback progressCallback = nullptr;
 }  // namespace detail
 
 void SetProgressCallback(ProgressCallback callback) { detail::progressCallback = callback; }

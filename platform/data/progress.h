@@ -14,7 +14,7 @@ using ProgressCallback = void (*)(std::int64_t casesRead);
 void SetProgressCallback(ProgressCallback callback);
 
 namespace detail {
-extern ProgressCallback progressCallback;
+extern thread_local ProgressCallback progressCallback;
 }  // namespace detail
 
 // Cases between two reports; a power of two.

@@ -1,19 +1,18 @@
 #include "platform/output/current_output.h"
 
-#include <mutex>
-
 namespace codebook::output {
 
 namespace {
 
+// Per thread: a run is one thread's, and two runs on two threads do not
+// meet. The fallback is the thread's own too.
 struct Slot {
-  std::mutex mutex;
   std::shared_ptr<Document> current;
   std::shared_ptr<Document> fallback = std::make_shared<Document>();
 };
 
 Slot& TheSlot() {
-  static Slot slot;
+  thread_local Slot slot;
   return slot;
 }
 
@@ -21,32 +20,27 @@ Slot& TheSlot() {
 
 void SetCurrentDocument(std::shared_ptr<Document> document) {
   Slot& slot = TheSlot();
-  std::lock_guard<std::mutex> lock(slot.mutex);
   slot.current = std::move(document);
 }
 
 std::shared_ptr<Document> CurrentDocument() {
   Slot& slot = TheSlot();
-  std::lock_guard<std::mutex> lock(slot.mutex);
   return slot.current ? slot.current : slot.fallback;
 }
 
 std::shared_ptr<Document> DefaultDocument() {
   Slot& slot = TheSlot();
-  std::lock_guard<std::mutex> lock(slot.mutex);
   return slot.fallback;
 }
 
 ScopedCurrentDocument::ScopedCurrentDocument(std::shared_ptr<Document> document) {
   Slot& slot = TheSlot();
-  std::lock_guard<std::mutex> lock(slot.mutex);
   previous_ = std::move(slot.current);
   slot.current = std::move(document);
 }
 
 ScopedCurrentDocument::~ScopedCurrentDocument() {
   Slot& slot = TheSlot();
-  std::lock_guard<std::mutex> lock(slot.mutex);
   slot.current = std::move(previous_);
 }
 

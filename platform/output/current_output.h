@@ -1,6 +1,7 @@
 // The current-output slot: the document that BpProcedure's tables go to.
-// The session sets it for a run; with none set, tables go to a process-wide
-// default document, which tests read and clear.
+// The session sets it for a run (see platform/session/procedure_context.h);
+// with none set, tables go to the thread's default document, which tests
+// read and clear.
 #pragma once
 
 #include <memory>

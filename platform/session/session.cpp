@@ -4,11 +4,10 @@
 #include <exception>
 #include <utility>
 
-#include "platform/data/active_dataset.h"
 #include "platform/data/data_error.h"
 #include "platform/data/progress.h"
-#include "platform/output/current_output.h"
 #include "platform/output/render/terminal_text.h"
+#include "platform/session/procedure_context.h"
 #include "platform/syntax/current_command.h"
 
 namespace codebook::session {
@@ -39,15 +38,13 @@ void ShowProgress(std::int64_t casesRead) {
 class ProgressScope {
  public:
   explicit ProgressScope(bool enabled) : enabled_(enabled) {
-    if (!enabled_) return;
-    progress = {std::chrono::steady_clock::now(), false};
-    data::SetProgressCallback(ShowProgress);
+    if (enabled_) progress = {std::chrono::steady_clock::now(), false};
   }
   ~ProgressScope() {
-    if (!enabled_) return;
-    data::SetProgressCallback(nullptr);
-    if (progress.shown) std::fputs("\r\033[K", stderr);
+    if (enabled_ && progress.shown) std::fputs("\r\033[K", stderr);
   }
+  // What the run's context calls as cases are read.
+  data::ProgressCallback Callback() const { return enabled_ ? ShowProgress : nullptr; }
   ProgressScope(const ProgressScope&) = delete;
   ProgressScope& operator=(const ProgressScope&) = delete;
 
@@ -189,10 +186,15 @@ void Session::RunCodebook(const syntax::Command& command) {
       selection = selection_->With(observed);
     }
   }
-  data::SetActiveSelection(selection);
-  output::ScopedCurrentDocument output(document_);
   ProgressScope showProgress(options_.progress);
   try {
+    ProcedureParts parts;
+    parts.command = *syntax::GetCurrentCommand();
+    parts.messages = this;
+    parts.selection = std::move(selection);
+    parts.document = document_;
+    parts.progress = showProgress.Callback();
+    const ProcedureContext context(std::move(parts));
     module->Run();
     run.completed = true;
   } catch (const data::DataError& error) {
@@ -203,7 +205,6 @@ void Session::RunCodebook(const syntax::Command& command) {
     document_->Truncate(before);
     Report(syntax::Severity::kError, command.name, command.line, error.what());
   }
-  data::SetActiveSelection(nullptr);
   run.endItem = document_->Size();
   lastCodebook_ = std::move(run);
 }

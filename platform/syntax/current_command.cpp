@@ -5,8 +5,9 @@
 namespace codebook::syntax {
 namespace {
 
+// Per thread: a run is one thread's, and two runs on two threads do not meet.
 std::optional<CurrentCommand>& Slot() {
-  static std::optional<CurrentCommand> slot;
+  thread_local std::optional<CurrentCommand> slot;
   return slot;
 }
 

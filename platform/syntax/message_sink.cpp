@@ -5,8 +5,9 @@
 namespace codebook::syntax {
 namespace {
 
+// Per thread, as every slot of a run.
 MessageSink*& Slot() {
-  static MessageSink* sink = nullptr;
+  thread_local MessageSink* sink = nullptr;
   return sink;
 }
 

@@ -6,10 +6,12 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "codebook.h"
 #include "harness.h"
 #include "platform/data/active_dataset.h"
+#include "platform/session/procedure_context.h"
 #include "platform/data/case_stream.h"
 #include "platform/data/data_error.h"
 #include "platform/output/current_output.h"
@@ -53,18 +55,13 @@ struct EntryRun {
   std::shared_ptr<codebook::output::Document> document = std::make_shared<codebook::output::Document>();
 
   void Run(const std::shared_ptr<Dataset>& dataset, const std::string& command) {
-    codebook::syntax::CurrentCommandScope current(cbtest::CommandOf(command));
-    codebook::syntax::MessageSinkScope sink(messages);
-    codebook::output::ScopedCurrentDocument output(document);
-    codebook::data::SetActiveSelection(
-        dataset ? std::make_shared<const ProcedureDataSource::Selection>(dataset) : nullptr);
-    try {
-      codebook_(12345);
-    } catch (...) {
-      codebook::data::SetActiveSelection(nullptr);
-      throw;
-    }
-    codebook::data::SetActiveSelection(nullptr);
+    codebook::session::ProcedureParts parts;
+    parts.command = cbtest::CommandOf(command);
+    parts.messages = &messages;
+    parts.selection = dataset ? std::make_shared<const ProcedureDataSource::Selection>(dataset) : nullptr;
+    parts.document = document;
+    const codebook::session::ProcedureContext context(std::move(parts));
+    codebook_(12345);
   }
 };
 
@@ -110,6 +107,29 @@ TEST(Entry, NoCasesReportsEmptyDatasetOnly) {
   run.Run(cbtest::DatasetBuilder().Numeric("x").Build(), "CODEBOOK x /FILEINFO NAME.");
   EXPECT_EQ(run.document->Size(), 0u);
   EXPECT_THAT(cbtest::Texts(run.messages), testing::ElementsAre("error: Empty dataset."));
+}
+
+// A run owns its slots for its scope: runs on two threads at once each see
+// their own dataset, messages and document, and the slots are back as they
+// were afterwards.
+TEST(Entry, RunsOnTwoThreadsAtOnceKeepToThemselves) {
+  const auto one = cbtest::DatasetBuilder().Numeric("x").Level(1).Cases({{1}, {2}}).Build();
+  const auto two = cbtest::DatasetBuilder().Numeric("y").Level(1).Numeric("z").Level(1).Cases({{1, 2}}).Build();
+  for (int round = 0; round < 20; ++round) {
+    EntryRun a;
+    EntryRun b;
+    std::thread first([&] { a.Run(one, "CODEBOOK x."); });
+    std::thread second([&] { b.Run(two, "CODEBOOK nosuch."); });
+    first.join();
+    second.join();
+    EXPECT_EQ(a.document->Size(), 1u);
+    EXPECT_TRUE(a.messages.messages().empty());
+    EXPECT_EQ(b.document->Size(), 0u);
+    EXPECT_EQ(b.messages.errorCount(), 1u);
+  }
+  EXPECT_EQ(codebook::data::ActiveSelection(), nullptr);
+  EXPECT_EQ(codebook::syntax::GetMessageSink(), nullptr);
+  EXPECT_EQ(codebook::syntax::GetCurrentCommand(), nullptr);
 }
 
 TEST(SharedLibrary, ExportsExactlyTheEntry) {

@@ -9,7 +9,7 @@
 
 #include "codebook.h"
 #include "harness.h"
-#include "platform/data/active_dataset.h"
+#include "platform/session/procedure_context.h"
 #include "platform/output/current_output.h"
 #include "platform/output/render/renderers.h"
 
@@ -30,15 +30,16 @@ std::shared_ptr<cbtest::Dataset> Mixed() {
 }
 
 json RunCodebook(const std::string& command) {
-  codebook::syntax::CurrentCommandScope current(cbtest::CommandOf(command));
   codebook::syntax::MessageCollector messages;
-  codebook::syntax::MessageSinkScope sink(messages);
   auto document = std::make_shared<codebook::output::Document>();
   {
-    codebook::output::ScopedCurrentDocument output(document);
-    codebook::data::SetActiveSelection(std::make_shared<const ProcedureDataSource::Selection>(Mixed()));
+    codebook::session::ProcedureParts parts;
+    parts.command = cbtest::CommandOf(command);
+    parts.messages = &messages;
+    parts.selection = std::make_shared<const ProcedureDataSource::Selection>(Mixed());
+    parts.document = document;
+    const codebook::session::ProcedureContext context(std::move(parts));
     codebook_(0);
-    codebook::data::SetActiveSelection(nullptr);
   }
   std::ostringstream text;
   codebook::output::RenderJson(*document, text);
