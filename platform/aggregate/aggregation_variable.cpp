@@ -1,14 +1,9 @@
 // The host classes of the dimensions; the state lives in the Impl kinds.
 #include "host/aggregate/aggregation_variable.h"
 
-#include "host/aggregate/cube_aggregator.h"
 #include "platform/aggregate/category_set_dimension.h"
 #include "platform/aggregate/dichotomy_set_dimension.h"
 #include "platform/aggregate/variable_dimension.h"
-
-AggregationCategory::~AggregationCategory() = default;
-TableDimension::~TableDimension() = default;
-CubeAggregator::~CubeAggregator() = default;
 
 AggregationVariable::AggregationVariable(int varIndex, const std::string& name)
     : impl_(std::make_unique<codebook::aggregate::VariableDimension>(varIndex, name)) {}

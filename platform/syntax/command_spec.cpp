@@ -12,6 +12,11 @@
 #include "platform/syntax/name_match.h"
 #include "platform/syntax/parsed_command_data.h"
 
+TokenInfoObj::TokenInfoObj(Kind kind, std::string text, std::string value, int line, int column)
+    : kind_(kind), text_(std::move(text)), value_(std::move(value)), line_(line), column_(column) {}
+
+std::string TokenInfoObj::getUpperString() const { return codebook::syntax::ToUpperAscii(text_); }
+
 ParamObj::ParamObj() = default;
 ParamObj::ParamObj(std::shared_ptr<const Data> data) : data_(std::move(data)) {}
 ParamObj::~ParamObj() = default;

@@ -1,15 +1,10 @@
-// TokenInfoObj and the token sequences of commands.
+// The token sequences of commands.
 #include <utility>
 
 #include "host/syntax/command_spec.h"
 #include "host/syntax/token_sequence.h"
 #include "platform/syntax/current_command.h"
 #include "platform/syntax/name_match.h"
-
-TokenInfoObj::TokenInfoObj(Kind kind, std::string text, std::string value, int line, int column)
-    : kind_(kind), text_(std::move(text)), value_(std::move(value)), line_(line), column_(column) {}
-
-std::string TokenInfoObj::getUpperString() const { return codebook::syntax::ToUpperAscii(text_); }
 
 TokenSequenceBase::~TokenSequenceBase() = default;
 
