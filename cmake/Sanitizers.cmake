@@ -3,6 +3,7 @@
 if(CODEBOOK_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
+  add_compile_definitions(CODEBOOK_CHECK_INVARIANTS)  # the platform's invariants, checked as in debug builds
 endif()
 
 # ThreadSanitizer, for the part that runs on a second thread (the read-ahead
@@ -13,4 +14,5 @@ if(CODEBOOK_SANITIZE_THREAD)
   endif()
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
   add_link_options(-fsanitize=thread)
+  add_compile_definitions(CODEBOOK_CHECK_INVARIANTS)
 endif()

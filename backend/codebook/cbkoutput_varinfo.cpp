@@ -112,9 +112,9 @@ unsigned int CbkOutput::DisplayVariableInfoTableForVar(int variableIndex,
   // then shown without scale statistics.
   if (!results.empty()) {
     // The percentile code yields three results where every other code yields one.
-    CbkAssert(results.size() == fScaleStatCodes.size() || results.size() == fScaleStatCodes.size() + 2,
-              "results.size() == fScaleStatCodes.size() || (results.size() == fScaleStatCodes.size()+2)",
-              "DisplayVariableInfoTableForVar", kSource, 916);
+    // clang-format off
+    CBK_ASSERT_AT(results.size() == fScaleStatCodes.size() || (results.size() == fScaleStatCodes.size()+2), 916);
+    // clang-format on
     BpGroup n = attributesDimension.Group(BpString("N", true), true, BpGroup::kSortAsGiven);
     int k = GetContStatIndex(TableEncryptionCodes::kStatValidCount);
     if (k >= 0) row(n, "Valid", BpNumber(results[static_cast<std::size_t>(k)], countFormat));

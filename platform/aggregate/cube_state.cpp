@@ -1,11 +1,11 @@
 #include "platform/aggregate/cube_state.h"
 
 #include <algorithm>
-#include <cassert>
 
 #include "platform/aggregate/batched_pass.h"
 #include "platform/aggregate/category.h"
 #include "platform/aggregate/cell_values.h"
+#include "platform/common/invariant.h"
 
 namespace codebook::aggregate {
 
@@ -63,7 +63,8 @@ void CubeState::CountTaken(const data::CaseBatch& batch) {
   const std::int64_t taken = *taken_;
   // A table takes each case once, and none after one it let pass: what it
   // took lies within the batches it was prepared for.
-  assert(taken <= end && "AddNewCase is called at most once per case");
+  // A table takes each case at most once.
+  CB_ASSERT(taken <= end);
   if (preparedFor_ != first || taken <= counted_ || counted_ < first) return;
   const auto from = static_cast<std::size_t>(counted_ - first);
   const auto to = static_cast<std::size_t>(std::min(taken, end) - first);

@@ -1,8 +1,9 @@
 #include "platform/data/case_batch.h"
 
 #include <algorithm>
-#include <cassert>
 #include <utility>
+
+#include "platform/common/invariant.h"
 
 namespace codebook::data {
 
@@ -43,13 +44,13 @@ void CaseBatch::Clear() {
 }
 
 void CaseBatch::AppendCase(const OBS* cells) {
-  assert(!full() && "a batch takes no case when full or after a split-group end");
+  CB_ASSERT(!full());
   for (std::size_t c = 0; c < cellsPerCase_; ++c) Column(c)[size_] = cells[c];
   ++size_;
 }
 
 void CaseBatch::AppendSplitGroupEnd(const OBS* cells) {
-  assert(!full() && "a batch takes no record when full or after a split-group end");
+  CB_ASSERT(!full());
   for (std::size_t c = 0; c < cellsPerCase_; ++c) {
     if (cells != nullptr) {
       Column(c)[size_] = cells[c];
@@ -66,7 +67,7 @@ void CaseBatch::CopyCase(std::size_t record, OBS* out) const {
 }
 
 std::size_t CaseBatch::Grow(std::size_t n) {
-  assert(!endsSplitGroup_ && size_ + n <= capacity_ && "Grow stays within the batch");
+  CB_ASSERT(!endsSplitGroup_ && size_ + n <= capacity_);
   const std::size_t first = size_;
   size_ += n;
   return first;
@@ -80,7 +81,7 @@ void CaseBatch::Truncate(std::size_t n) {
 }
 
 void CaseBatch::KeepOnly(std::span<const std::uint8_t> keep) {
-  assert(keep.size() >= size_ && "one flag per record");
+  CB_ASSERT(keep.size() >= size_);
   std::size_t kept = 0;
   for (std::size_t r = 0; r < size_; ++r) kept += keep[r] != 0 ? 1 : 0;
   if (kept == size_) return;

@@ -457,7 +457,8 @@ bool CbkParser::ProcessNoNameSubCmd(const SubComObj& subcommand) {
 
 bool CbkParser::ProcessNoNameSubCmdALL(unsigned long& tokenIndex, VarEntryList& list,
                                        const ParamObj* param) {
-  CbkAssert(param != nullptr, "paramObjPtr", "ProcessNoNameSubCmdALL", kSource, __LINE__);
+  const ParamObj* paramObjPtr = param;
+  CBK_ASSERT(paramObjPtr);
   bool ok = true;
   const std::vector<TokenInfoObj>* all = ReadTokens(param);
   if (all == nullptr) {
@@ -485,7 +486,8 @@ bool CbkParser::ProcessNoNameSubCmdALL(unsigned long& tokenIndex, VarEntryList& 
 
 bool CbkParser::ProcessNoNameSubCmdTO(int withBracket, unsigned long& tokenIndex,
                                       VarEntryList& list, const ParamObj* param) {
-  CbkAssert(param != nullptr, "paramObjPtr", "ProcessNoNameSubCmdTO", kSource, __LINE__);
+  const ParamObj* paramObjPtr = param;
+  CBK_ASSERT(paramObjPtr);
   const std::vector<TokenInfoObj>* all = ReadTokens(param);
   if (all == nullptr) {
     messages.GenericError(kCommandError, kStrCbkCODEBOOK.c_str());
@@ -618,7 +620,8 @@ bool CbkParser::ProcessNoNameSubCmdMRSets(const std::string& name) {
 }
 
 bool CbkParser::ProcessNoNameSubCmdMRSetML(unsigned long& tokenIndex, const ParamObj* param) {
-  CbkAssert(param != nullptr, "paramObjPtr", "ProcessNoNameSubCmdMRSetML", kSource, __LINE__);
+  const ParamObj* paramObjPtr = param;
+  CBK_ASSERT(paramObjPtr);
   bool ok = true;
   std::vector<TokenInfoObj> letter;
   const std::vector<TokenInfoObj>* all = ReadTokens(param);
@@ -640,8 +643,10 @@ bool CbkParser::ProcessNoNameSubCmdMRSetML(unsigned long& tokenIndex, const Para
 
 bool CbkParser::ProcessNoNameSubCmdVarML(bool apply, unsigned long& tokenIndex, int variableIndex,
                                          const VarEntryList& list, const ParamObj* param) {
-  CbkAssert(!list.empty(), "varIndxList.size() > 0", "ProcessNoNameSubCmdVarML", kSource, __LINE__);
-  CbkAssert(param != nullptr, "paramObjPtr", "ProcessNoNameSubCmdVarML", kSource, __LINE__);
+  const auto& varIndxList = list;
+  CBK_ASSERT(varIndxList.size() > 0);
+  const ParamObj* paramObjPtr = param;
+  CBK_ASSERT(paramObjPtr);
   bool ok = true;
   // The entry is changed in place and restored on failure, which leaves the
   // request as storing a changed copy only on success would.

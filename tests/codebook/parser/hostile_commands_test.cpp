@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cbk_assert.h"
 #include "harness.h"
 
 namespace {
@@ -58,6 +59,22 @@ TEST(HostileCommands, LongListsStayLinear) {
   ASSERT_TRUE(run->ok);
   EXPECT_EQ(run->names().size(), 5000u);
   EXPECT_EQ(run->request().GetUserVariableSettings()[3], CBKVariable::kCategorical);
+}
+
+}  // namespace
+
+namespace {
+
+// An internal assertion reports its condition as written, with the
+// function and the source, and ends the process with the host's status.
+TEST(Assertion, ReportsTheConditionAsItIsWritten) {
+  constexpr const char* kSource = "backend/codebook/parser/cbkparser";
+  const int* paramObjPtr = nullptr;
+  EXPECT_EXIT(CBK_ASSERT(paramObjPtr), testing::ExitedWithCode(70),
+              "internal assertion failed: paramObjPtr in TestBody \\(backend/codebook/parser/cbkparser, line [0-9]+\\)");
+  const std::vector<int> varIndxList;
+  EXPECT_EXIT(CBK_ASSERT_AT(varIndxList.size() > 0, 916), testing::ExitedWithCode(70),
+              "varIndxList.size\\(\\) > 0 in TestBody \\(backend/codebook/parser/cbkparser, line 916\\)");
 }
 
 }  // namespace
