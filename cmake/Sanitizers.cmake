@@ -16,3 +16,9 @@ if(CODEBOOK_SANITIZE_THREAD)
   add_link_options(-fsanitize=thread)
   add_compile_definitions(CODEBOOK_CHECK_INVARIANTS)
 endif()
+
+# Line coverage, read by scripts/coverage.sh.
+if(CODEBOOK_COVERAGE)
+  add_compile_options(--coverage -O0)
+  add_link_options(--coverage)
+endif()
