@@ -23,21 +23,6 @@ std::shared_ptr<cbtest::Dataset> Survey() {
 
 const char* kMustFollow = "must be followed by one or more keywords. This subcommand ignored.";
 
-TEST(RequestDefaults, FreshRequestHasTheConstructorsValues) {
-  CbkRequest request;
-  EXPECT_EQ(request.GetMaxCats(), 200u);
-  EXPECT_EQ(request.GetVarOrderNum(), CbkRequest::OrderByVarList);
-  EXPECT_TRUE(request.IsAscending());
-  EXPECT_TRUE(request.IsStatsCount() && request.IsStatsPercent() && request.IsStatsMean() &&
-              request.IsStatsStdDev() && request.IsStatsQuartiles());
-  EXPECT_FALSE(request.IsStatsNone() || request.IsSTATISTICSinclude() ||
-               request.IsVARINFOincluded() || request.isFILEINFOincluded() ||
-               request.IsOPTIONinclude() || request.ALLMRSets());
-  EXPECT_FALSE(request.GetVarPosition() || request.GetVarReservedAttributes() ||
-               request.GetFileName() || request.GetFileReservedAttributes());
-  EXPECT_EQ(request.GetAttributeName(), "");
-}
-
 TEST(RequestDefaults, StatsNoneClearsTheFlagsAndFalseRestoresNone) {
   CbkRequest request;
   request.SetStatsRequest(true, true, true, true, true);

@@ -162,12 +162,11 @@ TEST(ScaleTable, ContinuousDataGiveTheSameAnswerAsTheDefinition) {
   EXPECT_DOUBLE_EQ(s.p75, WeightedPercentile(reference, 75));
 }
 
-// A scale table counts the codes 0..15 in place, like a categorical one,
-// until a value of another kind comes; then it gathers batches. Three such
-// tables (codes only; codes then fractions and larger integers from the
-// middle of the data on; codes with a user-missing one) are read in the
-// middle of the pass and at its end, and must agree with the definitions
-// over the cases seen so far.
+// A scale table counts integer codes by index and other values in a map.
+// Three such tables (codes only; codes then fractions and larger integers
+// from the middle of the data on; codes with a user-missing one) are read
+// in the middle of the pass and at its end, and must agree with the
+// definitions over the cases seen so far.
 TEST(ScaleTable, CodesCountedInPlaceThenInBatchesMatchTheDefinition) {
   constexpr int kCases = 2000;
   constexpr int kMiddle = 700;
@@ -238,45 +237,6 @@ TEST(ScaleTable, CodesCountedInPlaceThenInBatchesMatchTheDefinition) {
   for (int v = 0; v < 3; ++v) {
     std::unique_ptr<CubeAggregator> end(run.table(v).GetCubeAggregators().at(0));
     check(*end, v, kCases);
-  }
-}
-
-// Scale tables gather their values in batches while a memory budget lasts;
-// past it they count each value as it comes. With more tables than the
-// budget covers both kinds run side by side over the same values, and must
-// agree to the last bit, with user-missing values and a result read
-// mid-pass.
-TEST(ScaleTable, BatchedAndUnbatchedTablesAgree) {
-  constexpr int kVariables = 1500;
-  DatasetBuilder builder;
-  for (int v = 0; v < kVariables; ++v) builder.Numeric("x" + std::to_string(v)).MissingDiscrete({-1});
-  std::vector<data::Row> rows;
-  for (int c = 0; c < 3000; ++c) {
-    data::Row row;
-    row.reserve(kVariables);
-    for (int v = 0; v < kVariables; ++v) {
-      const int k = (c * 37 + v * 11) % 500;
-      row.emplace_back(k == 0 ? kSysmis : k == 1 ? -1.0 : k * 0.5);
-    }
-    rows.push_back(std::move(row));
-  }
-  auto ds = builder.Cases(std::move(rows)).Build();
-  TableHarness run(ds);
-  for (int v = 0; v < kVariables; ++v) run.AddScale(v);
-  run.Run();
-  // Every variable holds the same values in a different order.
-  const auto first = run.Scale(0);
-  EXPECT_EQ(first.valid, 2988);
-  EXPECT_EQ(first.missing, 12);
-  for (int v = 1; v < kVariables; ++v) {
-    const auto s = run.Scale(v);
-    ASSERT_EQ(s.valid, first.valid) << v;
-    ASSERT_EQ(s.missing, first.missing) << v;
-    ASSERT_EQ(s.p25, first.p25) << v;
-    ASSERT_EQ(s.p50, first.p50) << v;
-    ASSERT_EQ(s.p75, first.p75) << v;
-    ASSERT_NEAR(s.mean, first.mean, 1e-12 * first.mean) << v;
-    ASSERT_NEAR(s.sd, first.sd, 1e-12 * first.sd) << v;
   }
 }
 

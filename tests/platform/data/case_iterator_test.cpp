@@ -77,20 +77,6 @@ TEST(ProcDSIterator, WithoutSourceItIsEmpty) {
   EXPECT_EQ(it.GetVariable(0), nullptr);
 }
 
-TEST(DataError, NamesFileAndCase) {
-  const DataError full("survey.sav", 12, "file ends inside a case");
-  EXPECT_STREQ(full.what(), "survey.sav: case 12: file ends inside a case");
-  EXPECT_EQ(full.FileName(), "survey.sav");
-  EXPECT_EQ(full.CaseNumber(), 12);
-  EXPECT_EQ(full.Detail(), "file ends inside a case");
-  EXPECT_STREQ(DataError("", 0, "bad block").what(), "bad block");
-  EXPECT_STREQ(DataError("a.sav", 0, "bad block").what(), "a.sav: bad block");
-  EXPECT_STREQ(DataError("", 3, "bad block").what(), "case 3: bad block");
-  // Context is filled in where it is known, never overwritten.
-  EXPECT_STREQ(DataError("", 0, "bad").WithContext("b.sav", 7).what(), "b.sav: case 7: bad");
-  EXPECT_STREQ(DataError("a.sav", 2, "bad").WithContext("b.sav", 7).what(), "a.sav: case 2: bad");
-}
-
 // A stream that delivers two cases and then finds the file damaged.
 class DamagedStream final : public CaseStream {
  public:
