@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <charconv>
 #include <ctime>
 #include <cstdio>
@@ -87,18 +88,20 @@ const char* Separator(OutputFormat format) { return format == OutputFormat::kCsv
 
 // Text tables fit the screen: --width, else $COLUMNS, else the terminal's
 // size; output that goes to a file or a pipe is not narrowed unless asked.
+// A screen narrower than the output can be made for gets the narrowest.
 int ScreenWidth(const Options& options, bool toStandardOutput) {
+  constexpr int kMinimum = codebook::output::TextOptions::kMinimumWidth;
   if (options.width >= 0) return options.width;
   if (!toStandardOutput) return 0;
   if (const char* columns = std::getenv("COLUMNS"); columns != nullptr && *columns != '\0') {
     int width = 0;
     const char* end = columns + std::strlen(columns);
     const auto [stop, failure] = std::from_chars(columns, end, width);
-    if (failure == std::errc() && stop == end && width >= 20) return width;
+    if (failure == std::errc() && stop == end && width > 0) return std::max(width, kMinimum);
   }
   winsize size{};
-  if (::isatty(STDOUT_FILENO) != 0 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col >= 20) {
-    return size.ws_col;
+  if (::isatty(STDOUT_FILENO) != 0 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
+    return std::max<int>(size.ws_col, kMinimum);
   }
   return 0;
 }
@@ -154,7 +157,8 @@ class Run {
     session::Session session(SessionOptions());
     current_ = &session;
     bool opened = false;
-    if (file == codebook::cli::kStandardStream) {
+    readingStandardInput_ = file == codebook::cli::kStandardStream;
+    if (readingStandardInput_) {
       codebook::cli::StandardInput input;
       std::string error;
       const std::string path = input.Path(error);
@@ -163,7 +167,9 @@ class Run {
         Worsen(session::kExitDatasetError);
         return;
       }
-      opened = session.GetFile(path, 0, "standard input", std::string("standard input"));
+      // The file information shows a path split at its last slash: standard
+      // input is shown by the path that names it.
+      opened = session.GetFile(path, 0, "standard input", std::string("/dev/stdin"));
     } else {
       opened = session.GetFile(file);
     }
@@ -243,6 +249,9 @@ class Run {
     result.progress = ::isatty(STDERR_FILENO) != 0;
     result.encoding = options_.encoding;
     result.holdMessages = streaming_;
+    // A dictionary-only file exports its dictionary; its codebook is the
+    // procedure's error.
+    result.describeEmptyFiles = exporting_;
     result.afterCommand = [this](std::size_t first) {
       Document alerts;
       PostProcess(*current_, first, alerts);
@@ -266,9 +275,11 @@ class Run {
     return result;
   }
 
-  // After a CODEBOOK command that ran whole: hides the values asked to be
-  // hidden in its tables, and finds its alerts (into `alerts`, and into the
-  // combined document when the output is made at the end).
+  // After a CODEBOOK command that ran whole: finds its alerts (into
+  // `alerts`, and into the combined document when the output is made at the
+  // end), then hides the values asked to be hidden in its tables. The alerts
+  // read the tables before any value is hidden, so that they are the same
+  // whatever is hidden; they name no value of a hidden variable.
   void PostProcess(session::Session& session, std::size_t first, Document& alerts) {
     const auto& run = session.LastCodebook();
     if (!run || run->firstItem != first || !run->completed || !run->dataset) return;
@@ -278,27 +289,55 @@ class Run {
     // histogram goes with it.
     if (format_ == OutputFormat::kHtml) {
       codebook::report::AttachHistograms(*session.Document(), run->firstItem, run->endItem, *run->dataset, distributions_);
+      DescribeFile(session, *run, tally);
     }
     distributions_.Clear();
+    hidden_.clear();
     if (!hide_.Empty()) {
       std::vector<std::string> unknown;
       hidden_ = codebook::report::ChooseHidden(hide_, *run->dataset, tally, unknown);
       for (const std::string& name : unknown) {
         Fail(session::kExitOk, "warning: --hide-values: the dataset has no variable " + name);
       }
+    }
+    if (alerts_) CollectAlerts(session, *run, tally, alerts);
+    if (!hidden_.empty()) {
       codebook::report::HideValues(*session.Document(), run->firstItem, run->endItem, *run->dataset, hidden_, tally);
     }
-    if (!alerts_) return;
+  }
+
+  // What heads the HTML report of the file the command ran on.
+  void DescribeFile(session::Session& session, const session::CodebookRun& run,
+                    const codebook::exporting::ValueTally* tally) {
+    const codebook::data::Dataset& dataset = *run.dataset;
+    codebook::output::FileSummary file;
+    file.name = readingStandardInput_ ? std::string("standard input") : dataset.FileSpec().value_or(fileName_);
+    file.cases = dataset.GetCaseCount();
+    // A file that does not say how many cases it has: the pass counted them
+    // all, unless it stopped early or the cases were selected.
+    if (file.cases < 0 && tally != nullptr && !tally->Partial() && run.expectedCases < 0) file.cases = tally->Cases();
+    file.variables = dataset.ColumnCount();
+    if (run.weightIndex >= 0) file.weight = dataset.GetVariable(run.weightIndex)->GetName();
+    const auto& items = session.Document()->Items();
+    for (std::size_t i = run.firstItem; i < run.endItem && i < items.size(); ++i) {
+      const auto* table = std::get_if<Document::Table>(&items[i]);
+      if (table != nullptr && (*table)->subtype == "FileInformation") file.informationTable = *table;
+    }
+    session.Document()->AddFile(std::move(file));
+  }
+
+  void CollectAlerts(session::Session& session, const session::CodebookRun& run,
+                     const codebook::exporting::ValueTally* tally, Document& alerts) {
     alerts.SetAlertsChecked();
     combined_.SetAlertsChecked();
     // One item's facts at a time: the facts of all the items together
     // would hold a copy of every table's values.
     std::vector<codebook::output::Alert> found;
-    codebook::exporting::ForEachItemFacts(*session.Document(), run->firstItem, run->endItem,
+    codebook::exporting::ForEachItemFacts(*session.Document(), run.firstItem, run.endItem,
                                           [&](const codebook::exporting::ItemFacts& item, std::size_t) {
-                                            codebook::report::AddItemAlerts(item, *run->dataset, tally, found);
+                                            codebook::report::AddItemAlerts(item, *run.dataset, hidden_, found);
                                           });
-    codebook::report::AddFileAlerts(*run->dataset, tally, run->weightIndex, found);
+    codebook::report::AddFileAlerts(*run.dataset, tally, run.weightIndex, found);
     for (codebook::output::Alert& alert : found) {
       alerts.AddAlert(alert);
       if (!streaming_) combined_.AddAlert(std::move(alert));
@@ -351,6 +390,7 @@ class Run {
       Export(session);
     } else if (!streaming_) {
       AppendItems(combined_, *session.Document(), 0, format_);
+      for (const codebook::output::FileSummary& file : session.Document()->Files()) combined_.AddFile(file);
     }
     for (const std::string& file : session.OpenedFiles()) opened_.push_back(file);
     Worsen(session.ExitStatus());
@@ -369,6 +409,7 @@ class Run {
   std::set<int> hidden_;  // of the last CODEBOOK command
   codebook::report::DistributionCollector distributions_;  // of the command running, for HTML
   std::string fileName_;  // the dataset as the user named it
+  bool readingStandardInput_ = false;
   std::string exported_;  // the export, once made
   Document combined_;
   std::vector<std::string> opened_;
@@ -389,9 +430,34 @@ int FinishStandardOutput(int status) {
   return status;
 }
 
+// An export describes what one CODEBOOK command shows, of one dataset: a
+// syntax file with several (on several datasets, or the same one seen
+// differently) or none has no one document to give, which is said before
+// anything runs rather than describing one of them silently.
+bool OneCodebookCommand(const std::string& syntax, const Options& options, std::string& error) {
+  const std::vector<int> lines = session::CodebookCommandLines(syntax);
+  if (lines.size() == 1) return true;
+  const std::string what = options.exportFormat == codebook::cli::ExportFormat::kDdi ? "DDI" : "dictionary";
+  error = options.syntaxFile + ": " + what + " output describes one CODEBOOK command, and this file has ";
+  if (lines.empty()) {
+    error += "none";
+    return false;
+  }
+  error += std::to_string(lines.size()) + " (lines ";
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    error += (i == 0 ? "" : i + 1 == lines.size() ? " and " : ", ") + std::to_string(lines[i]);
+  }
+  error += "); export them from one syntax file each";
+  return false;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  // A reader that goes away (`codebook ... | head`) makes writes fail with
+  // EPIPE instead of ending the program where it stands: the failure is
+  // reported with status 2 and no temporary file stays behind.
+  std::signal(SIGPIPE, SIG_IGN);
   std::string error;
   const std::optional<Options> parsed =
       codebook::cli::ParseOptions(std::vector<std::string>(argv + 1, argv + argc), error);
@@ -429,6 +495,10 @@ int main(int argc, char** argv) {
     const std::string demo = FindDemo();
     if (demo.empty()) return Fail(session::kExitDatasetError, "the demo dataset is not installed");
     options.dataFiles = {demo};
+  }
+
+  if (options.exportFormat != codebook::cli::ExportFormat::kNone && !options.syntaxFile.empty()) {
+    if (!OneCodebookCommand(syntax, options, error)) return Fail(session::kExitUsage, error);
   }
 
   // The output may never replace what it is made from.

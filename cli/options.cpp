@@ -23,16 +23,16 @@ const char* const kUsage =
     "                      ddi (DDI-Codebook 2.5 XML) and dictionary (one CSV row\n"
     "                      per variable)\n"
     "  -o, --output FILE   write the output to FILE (- for standard output); without -f,\n"
-    "                      its extension chooses the format (.txt .html .json .md .csv\n"
-    "                      .xml)\n"
+    "                      its extension chooses the format: .txt .html .json .md,\n"
+    "                      .csv (the tables), .dict.csv (the dictionary), .xml (DDI)\n"
     "      --ascii         plain ASCII table borders for text output\n"
     "      --alerts        data-quality alerts after the tables of text and Markdown\n"
     "                      output (HTML and JSON always carry them)\n"
     "      --hide-values VARLIST|auto\n"
     "                      show no values, counts, minimum or maximum of these\n"
     "                      variables (auto: strings and identifiers), in every format\n"
-    "      --width N       fit text tables into N columns (default: the terminal's\n"
-    "                      width or $COLUMNS; 0: no limit)\n"
+    "      --width N       fit text output into N columns, 30 or more (default: the\n"
+    "                      terminal's width or $COLUMNS; 0: no limit)\n"
     "  -w, --weight VAR    weight the cases by VAR (overrides the file's weight)\n"
     "      --encoding NAME read the file's text in NAME (e.g. windows-1252), whatever\n"
     "                      code page the file declares\n"
@@ -109,9 +109,11 @@ bool ApplyValue(Options& options, Valued option, const std::string& name, const 
     case Valued::kWidth: {
       int width = -1;
       const auto [end, failure] = std::from_chars(value.data(), value.data() + value.size(), width);
-      if (failure != std::errc() || end != value.data() + value.size() || (width != 0 && width < 20) ||
+      constexpr int kMinimum = output::TextOptions::kMinimumWidth;
+      if (failure != std::errc() || end != value.data() + value.size() || (width != 0 && width < kMinimum) ||
           width > 100000) {
-        error = "option " + name + " needs a number of columns, 20 or more, or 0 for no limit";
+        error = "option " + name + " needs a number of columns, " + std::to_string(kMinimum) +
+                " or more, or 0 for no limit";
         return false;
       }
       options.width = width;
@@ -135,7 +137,11 @@ std::optional<output::OutputFormat> FormatForExtension(const std::string& path) 
 }
 
 ExportFormat ExportForExtension(const std::string& path) {
-  return EndsWith(Lower(path), ".xml") ? ExportFormat::kDdi : ExportFormat::kNone;
+  const std::string lower = Lower(path);
+  if (EndsWith(lower, ".xml")) return ExportFormat::kDdi;
+  // Both are CSV: the dictionary says so in its name.
+  if (EndsWith(lower, ".dict.csv")) return ExportFormat::kDictionary;
+  return ExportFormat::kNone;
 }
 
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error) {

@@ -42,7 +42,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
 // The format an output file's extension asks for (.txt, .html, .json, .md,
 // .csv), if any.
 std::optional<output::OutputFormat> FormatForExtension(const std::string& path);
-// Whether the extension asks for an export (.xml: DDI).
+// Whether the extension asks for an export (.xml: DDI; .dict.csv: the
+// dictionary, where any other .csv is the tables).
 ExportFormat ExportForExtension(const std::string& path);
 
 // The CODEBOOK command with the arguments as the shell passed them.

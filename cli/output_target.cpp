@@ -108,6 +108,17 @@ bool OutputTarget::Prepare(const std::vector<std::string>& inputs, std::string& 
   if (IsStandardOutput()) return true;
   resolved_ = FollowLinks(path_);
   if (Refuse(inputs, error)) return false;
+  // The file standard output already goes to (-o /dev/stdout, or the file
+  // of a redirection) is standard output: written there as it is made, each
+  // command's messages after its tables.
+  struct stat standardOutput {};
+  struct stat target {};
+  if (::fstat(STDOUT_FILENO, &standardOutput) == 0 && ::stat(resolved_.c_str(), &target) == 0 &&
+      standardOutput.st_dev == target.st_dev && standardOutput.st_ino == target.st_ino) {
+    path_.clear();
+    resolved_.clear();
+    return true;
+  }
 
   struct stat st {};
   const bool exists = ::stat(resolved_.c_str(), &st) == 0;

@@ -24,7 +24,8 @@ class OutputTarget {
   // Refuses a target that is one of `inputs` (the same file, also through
   // links), then opens the temporary file the output goes to. A regular
   // file (or a symlink to one, which is followed) gets a temporary beside it;
-  // a device or FIFO is written in place at Commit().
+  // a device or FIFO is written in place at Commit(). A target that is the
+  // file standard output goes to becomes standard output.
   bool Prepare(const std::vector<std::string>& inputs, std::string& error);
   // Checks `inputs` again (the files the run opened) and opens a device or
   // FIFO, once the run is known to have succeeded: what is written after

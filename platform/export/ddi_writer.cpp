@@ -29,6 +29,15 @@ std::string BaseName(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+// A number in a note, which people read: weighted counts and percents
+// rounded to a millionth, so that 28.999999999999996 reads 29. Elements
+// that programs read keep every digit.
+std::string NoteNumber(double value) {
+  if (!std::isfinite(value) || std::fabs(value) >= 1e9) return NumberText(value);
+  const double rounded = std::round(value * 1e6) / 1e6;
+  return NumberText(rounded == 0 ? 0.0 : rounded);
+}
+
 std::string ValueText(const CategoryFact& category) {
   if (const auto* number = std::get_if<double>(&category.value)) return NumberText(*number);
   if (const auto* text = std::get_if<std::string>(&category.value)) return *text;
@@ -161,8 +170,8 @@ class DdiWriter {
     for (const CategoryFact& category : item.categories) {
       counts += category.valueText;
       if (!category.label.empty()) counts += " (" + category.label + ")";
-      if (category.count) counts += ": " + NumberText(*category.count);
-      if (category.percent) counts += ", " + NumberText(*category.percent) + "%";
+      if (category.count) counts += ": " + NoteNumber(*category.count);
+      if (category.percent) counts += ", " + NoteNumber(*category.percent) + "%";
       counts += "\n";
     }
     if (!counts.empty()) {
@@ -194,28 +203,28 @@ class DdiWriter {
     const int index = dataset.FindVarIndex(item.name.c_str(), 0);
     if (index < 0) return;
     const data::Variable& variable = *dataset.GetDictionary().GetVariable(index);
-    const bool scale = variable.GetMeasurementLevel() == 3;
     const std::size_t hidden = input_.hidden.count(index);
+    // The table says how the item was treated: the level the command gave
+    // it, or the one the procedure chose for a dictionary that has none.
     xml_.Open("var", {{"ID", VariableId(index)},
                       {"name", variable.GetName()},
                       {"files", "F1"},
-                      {"intrvl", scale ? "contin" : "discrete"},
+                      {"intrvl", item.scale ? "contin" : "discrete"},
                       {"dcml", std::to_string(variable.PrintFormat().Decimals())}});
     if (variable.Label()) xml_.Text("labl", *variable.Label());
     MissingValues(variable);
-    if (scale) {
-      Statistic("vald", item.valid, true);
-      Statistic("invd", item.missing, true);
-      Statistic("mean", item.mean, true);
-      Statistic("stdev", item.stdDev, true);
-      Statistic("medn", item.p50, true);
-      if (input_.tally != nullptr && input_.tally->Of(index).HasRange() && hidden == 0) {
-        Statistic("min", input_.tally->Of(index).min, false);
-        Statistic("max", input_.tally->Of(index).max, false);
-      }
-      Statistic("other", item.p25, true, "percentile25");
-      Statistic("other", item.p75, true, "percentile75");
+    // Whatever statistics the table shows.
+    Statistic("vald", item.valid, true);
+    Statistic("invd", item.missing, true);
+    Statistic("mean", item.mean, true);
+    Statistic("stdev", item.stdDev, true);
+    Statistic("medn", item.p50, true);
+    if (item.scale && input_.tally != nullptr && input_.tally->Of(index).HasRange() && hidden == 0) {
+      Statistic("min", input_.tally->Of(index).min, false);
+      Statistic("max", input_.tally->Of(index).max, false);
     }
+    Statistic("other", item.p25, true, "percentile25");
+    Statistic("other", item.p75, true, "percentile75");
     Categories(item, variable, index);
     XmlWriter::Attributes format = {{"type", variable.IsNumeric() ? "numeric" : "character"}};
     if (!item.formatText.empty()) {

@@ -77,7 +77,8 @@ std::pair<std::string, std::string> Counts(const ItemFacts& item, const ValueTal
     (category.missing ? missing : valid).Add(*category.count);
   }
   if (counted) return {NumberText(valid.Value()), NumberText(missing.Value())};
-  if (tally != nullptr) {
+  // A tally of no case (no pass was made) knows no count.
+  if (tally != nullptr && tally->Cases() > 0) {
     return {NumberText(tally->Of(index).validWeight.Value()), NumberText(tally->Of(index).missingWeight.Value())};
   }
   return {};

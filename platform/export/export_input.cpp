@@ -18,7 +18,7 @@ std::string HiddenValuesText(const ValueTally* tally, int index) {
     return "values hidden";
   }
   const VariableTally& of = tally->Of(index);
-  return "values hidden; " + std::string(of.tooManyValues ? "more than " : tally->Partial() ? "at least " : "") +
+  return "values hidden; " + std::string(of.tooManyValues ? "about " : tally->Partial() ? "at least " : "") +
          std::to_string(of.DistinctValues()) + " distinct values";
 }
 

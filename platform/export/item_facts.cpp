@@ -28,6 +28,7 @@ void ReadTable(const output::TableView& view, ItemFacts& facts) {
   facts.valid = facts.missing = facts.mean = facts.stdDev = std::nullopt;
   facts.p25 = facts.p50 = facts.p75 = std::nullopt;
   facts.formatText.clear();
+  facts.scale = false;
   int valueColumn = view.OneDimensional() ? 0 : -1;
   int countColumn = -1;
   int percentColumn = -1;
@@ -42,6 +43,7 @@ void ReadTable(const output::TableView& view, ItemFacts& facts) {
     const output::ContentView* label = view.Label(entry.node);
     if (entry.group) {
       if (entry.depth == 0) group = label != nullptr ? label->text : std::string_view();
+      facts.scale = facts.scale || group == "N" || group == "Central Tendency and Dispersion";
       continue;
     }
     const output::ContentView* value = nullptr;

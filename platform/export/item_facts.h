@@ -34,6 +34,10 @@ struct ItemFacts {
   std::optional<double> stdDev;
   std::optional<double> p25, p50, p75;
   std::string formatText;  // the "Format" row, when shown
+  // The table shows the item as a scale variable (an "N" or a "Central
+  // Tendency and Dispersion" group), whatever the dictionary's level: the
+  // command may set the level of an item, or the dictionary not know it.
+  bool scale = false;
   bool IsSet() const { return !name.empty() && name[0] == '$'; }
 };
 

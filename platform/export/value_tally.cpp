@@ -1,7 +1,10 @@
 #include "platform/export/value_tally.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstring>
+#include <functional>
 
 namespace codebook::exporting {
 
@@ -33,16 +36,50 @@ const VariableTally& ValueTally::Of(int variableIndex) const {
   return Tallied(variableIndex) ? tallies_[static_cast<std::size_t>(slots_[static_cast<std::size_t>(variableIndex)])] : kNone;
 }
 
+namespace {
+
+std::uint64_t Mix(std::uint64_t x) {
+  x += 0x9e3779b97f4a7c15ULL;
+  x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9ULL;
+  x = (x ^ (x >> 27)) * 0x94d049bb133111ebULL;
+  return x ^ (x >> 31);
+}
+
+// A value's sampling level: the trailing zero bits of its hash, the same
+// for the value wherever it is met.
+int Level(double value) {
+  if (value == 0) value = 0;  // -0 is 0
+  std::uint64_t bits = 0;
+  std::memcpy(&bits, &value, sizeof bits);
+  return std::countr_zero(Mix(bits) | (1ULL << 63));
+}
+int Level(const std::string& value) {
+  return std::countr_zero(Mix(std::hash<std::string>{}(value)) | (1ULL << 63));
+}
+
+}  // namespace
+
 template <typename Map, typename Key>
 void ValueTally::Count(VariableTally& tally, Map& counts, const Key& key) const {
+  ++tally.countedCases;
   const auto found = counts.find(key);
   if (found != counts.end()) {
     ++found->second;
-  } else if (counts.size() < options_.maxValues) {
-    counts.emplace(key, 1);
-  } else {
-    tally.tooManyValues = true;
+    return;
   }
+  // A value not held now was never met while it would have been kept: once
+  // sampling, a value enters only with its first case, so that every value
+  // held is counted over all its cases.
+  if (tally.tooManyValues && Level(key) < tally.sampleLevel) return;
+  if (counts.size() >= options_.maxValues) {
+    tally.tooManyValues = true;
+    while (counts.size() >= options_.maxValues && tally.sampleLevel < 63) {
+      ++tally.sampleLevel;
+      std::erase_if(counts, [&](const auto& entry) { return Level(entry.first) < tally.sampleLevel; });
+    }
+    if (Level(key) < tally.sampleLevel) return;
+  }
+  counts.emplace(key, 1);
 }
 
 void ValueTally::ObserveWeights(const data::CaseBatch& batch) {

@@ -26,21 +26,26 @@ struct VariableTally {
   double max = -std::numeric_limits<double>::infinity();
   // Unweighted counts by value (numbers, or strings without trailing
   // blanks) over every case, whatever its weight; kept only when the cases
-  // are weighted.
+  // are weighted. Past the tally's limit of distinct values they are a
+  // sample: the values whose hash has at least `sampleLevel` trailing zero
+  // bits, each still counted over every case, about one value in
+  // 2^sampleLevel.
   std::map<double, std::int64_t> numberCounts;
   std::map<std::string, std::int64_t> stringCounts;
+  std::int64_t countedCases = 0;  // the cases whose value was counted (or sampled from)
+  std::uint8_t sampleLevel = 0;
   bool leadingBlanks = false;   // a string value met begins with a blank
-  bool tooManyValues = false;   // the counts stopped at the tally's limit
+  bool tooManyValues = false;   // the counts are a sample: the distinct values passed the limit
   bool HasRange() const { return validCases > 0 && min <= max; }
-  // Distinct values met (a lower bound once tooManyValues).
-  std::size_t DistinctValues() const { return numberCounts.size() + stringCounts.size(); }
+  // Distinct values met; an estimate from the sample once tooManyValues.
+  std::size_t DistinctValues() const { return (numberCounts.size() + stringCounts.size()) << sampleLevel; }
 };
 
 struct TallyOptions {
   // Keep the unweighted count of each value.
   bool countValues = false;
   // At most this many distinct values per variable are counted; past it
-  // new values are no longer added and the variable says so.
+  // the counts become a sample of the values (see VariableTally).
   std::size_t maxValues = static_cast<std::size_t>(-1);
   // Which variables are tallied: all, or only those listed (none: only the
   // weights are looked at). A tally of every cell costs about what the

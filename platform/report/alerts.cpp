@@ -14,7 +14,6 @@ namespace {
 
 using exporting::CategoryFact;
 using exporting::ItemFacts;
-using exporting::VariableTally;
 
 constexpr std::size_t kExamples = 5;
 
@@ -32,39 +31,63 @@ std::string Examples(const std::vector<std::string>& values) {
   return text;
 }
 
-// The values a variable was seen to take, as texts keyed like its labels:
-// from the tally when it counted them all, else from the table's rows.
-struct ValuesMet {
-  bool known = false;
-  std::vector<std::pair<std::string, bool>> values;  // text, user-missing
+// "1 value", "4 values"
+std::string Counted(std::size_t count, const char* one, const char* many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+// A value as an alert shows it; an empty string would read as nothing.
+std::string Shown(const std::string& text) { return text.empty() ? "(blank)" : text; }
+
+// A value as alerts key and show it: whole numbers in full (1000000, not
+// 1e+06), others as short as they read back.
+std::string NumberKey(double value) {
+  if (value == std::floor(value) && std::fabs(value) < 1e15) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.0f", value == 0 ? 0.0 : value);
+    return text;
+  }
+  return exporting::NumberText(value);
+}
+
+std::string KeyOf(const CategoryFact& category) {
+  if (const auto* number = std::get_if<double>(&category.value)) return NumberKey(*number);
+  if (const auto* text = std::get_if<std::string>(&category.value)) return *text;
+  return {};
+}
+
+// What the table says of the values a variable took. Only rows with a
+// count (or, without counts, a percent) are evidence: a table that lists
+// the labelled values without counting them says nothing of the data.
+struct Evidence {
+  // The table counts every value met ("Valid Values", "Missing Values").
+  bool valuesKnown = false;
+  std::vector<std::pair<std::string, bool>> met;  // value, user-missing; counted more than 0
+  // A scale variable's "Labeled Values" rows: whether each labelled value
+  // was met.
+  std::map<std::string, bool> labelUse;
 };
 
-ValuesMet Met(const ItemFacts& item, const data::Variable& variable, const VariableTally* tally) {
-  ValuesMet met;
-  if (tally != nullptr && !tally->tooManyValues) {
-    met.known = true;
-    for (const auto& [number, count] : tally->numberCounts) {
-      met.values.emplace_back(exporting::NumberText(number), variable.Missing().IsMissing(number));
-    }
-    for (const auto& [text, count] : tally->stringCounts) {
-      met.values.emplace_back(text, variable.Missing().IsMissing(std::string_view(text)));
-    }
-    return met;
-  }
+Evidence Read(const ItemFacts& item) {
+  Evidence evidence;
   for (const CategoryFact& category : item.categories) {
-    if (category.labeledOnly || category.systemMissing) continue;
-    met.known = true;
-    if (const auto* number = std::get_if<double>(&category.value)) {
-      met.values.emplace_back(exporting::NumberText(*number), category.missing);
-    } else if (const auto* text = std::get_if<std::string>(&category.value)) {
-      met.values.emplace_back(*text, category.missing);
+    if (category.systemMissing || std::holds_alternative<std::monostate>(category.value)) continue;
+    const std::optional<double> amount = category.count ? category.count : category.percent;
+    if (!amount) continue;
+    const std::string key = KeyOf(category);
+    if (category.labeledOnly) {
+      bool& used = evidence.labelUse[key];
+      used = used || *amount > 0;
+      continue;
     }
+    evidence.valuesKnown = true;
+    if (*amount > 0) evidence.met.emplace_back(key, category.missing);
   }
-  return met;
+  return evidence;
 }
 
 std::string LabelKey(const ValueLabelSetImpl& labels, std::size_t i) {
-  if (!labels.IsString()) return exporting::NumberText(labels.NumericValue(i));
+  if (!labels.IsString()) return NumberKey(labels.NumericValue(i));
   std::string value(labels.StringValue(i));
   while (!value.empty() && value.back() == ' ') value.pop_back();
   return value;
@@ -90,19 +113,15 @@ void TableCounts(const ItemFacts& item, std::optional<double>& valid, std::optio
   }
 }
 
-// `weights`: the variable's tally when it was tallied, for its valid and
-// missing cases; `tally`: the same when it also counted every value met.
-void VariableAlerts(const ItemFacts& item, const data::Variable& variable, const VariableTally* weights,
-                    const VariableTally* tally, std::vector<output::Alert>& alerts) {
+// `hidden`: the variable's values are not to be published; its alerts say
+// how many, not which.
+void VariableAlerts(const ItemFacts& item, const data::Variable& variable, bool hidden,
+                    std::vector<output::Alert>& alerts) {
   const auto add = [&](const char* kind, std::string text) { alerts.push_back({item.name, kind, std::move(text)}); };
 
   std::optional<double> valid;
   std::optional<double> missing;
   TableCounts(item, valid, missing);
-  if (weights != nullptr) {
-    valid = weights->validWeight.Value();
-    missing = weights->missingWeight.Value();
-  }
   if (valid && missing) {
     if (*valid <= 0 && *missing > 0) {
       add("all-missing", "Every value is missing.");
@@ -111,17 +130,16 @@ void VariableAlerts(const ItemFacts& item, const data::Variable& variable, const
     }
   }
 
-  const ValuesMet met = Met(item, variable, tally);
+  const Evidence evidence = Read(item);
   std::set<std::string> metValues;
-  std::size_t validValues = 0;
-  for (const auto& [text, isMissing] : met.values) {
+  std::vector<std::string> validValues;
+  for (const auto& [text, isMissing] : evidence.met) {
     metValues.insert(text);
-    validValues += isMissing ? 0 : 1;
+    if (!isMissing) validValues.push_back(text);
   }
-  if (met.known && validValues == 1) {
-    for (const auto& [text, isMissing] : met.values) {
-      if (!isMissing) add("constant", "Only one valid value occurs: " + text + ".");
-    }
+  if (evidence.valuesKnown && validValues.size() == 1) {
+    add("constant", hidden ? std::string("Only one valid value occurs.")
+                           : "Only one valid value occurs: " + Shown(validValues.front()) + ".");
   }
 
   const auto& labels = variable.ValueLabels();
@@ -129,39 +147,58 @@ void VariableAlerts(const ItemFacts& item, const data::Variable& variable, const
   if (labels) {
     for (std::size_t i = 0; i < labels->Size(); ++i) labelled[LabelKey(*labels, i)] = labels->Label(i);
   }
-  if (!labelled.empty() && met.known) {
-    std::vector<std::string> unused;
-    for (const auto& [value, label] : labelled) {
-      if (metValues.count(value) == 0) unused.push_back(value + " \"" + label + "\"");
-    }
-    if (!unused.empty()) add("unused-label", "Value labels with no cases: " + Examples(unused) + ".");
+  std::vector<std::string> unused;
+  for (const auto& [value, label] : labelled) {
+    const auto use = evidence.labelUse.find(value);
+    const bool isUnused = evidence.valuesKnown ? metValues.count(value) == 0
+                                               : use != evidence.labelUse.end() && !use->second;
+    if (isUnused) unused.push_back(Shown(value) + " \"" + label + "\"");
+  }
+  if (!unused.empty()) {
+    add("unused-label", hidden ? Counted(unused.size(), "value label", "value labels") + " with no cases."
+                               : "Value labels with no cases: " + Examples(unused) + ".");
+  }
+  if (!labelled.empty() && evidence.valuesKnown) {
     std::vector<std::string> unlabelled;
-    for (const auto& [text, isMissing] : met.values) {
-      if (labelled.count(text) == 0) unlabelled.push_back(text.empty() ? "(blank)" : text);
+    for (const auto& [text, isMissing] : evidence.met) {
+      if (labelled.count(text) == 0) unlabelled.push_back(Shown(text));
     }
-    if (!unlabelled.empty()) add("unlabeled-value", "Values without a label: " + Examples(unlabelled) + ".");
+    if (!unlabelled.empty()) {
+      add("unlabeled-value", hidden ? Counted(unlabelled.size(), "value", "values") + " without a label."
+                                    : "Values without a label: " + Examples(unlabelled) + ".");
+    }
   }
 
   std::vector<std::string> codes;
   for (const double code : variable.Missing().Discrete()) {
-    if (labelled.count(exporting::NumberText(code)) == 0) codes.push_back(exporting::NumberText(code));
+    if (labelled.count(NumberKey(code)) == 0) codes.push_back(NumberKey(code));
   }
   for (const std::string& code : variable.Missing().StringValues()) {
-    if (labelled.count(code) == 0) codes.push_back(code);
+    if (labelled.count(code) == 0) codes.push_back(Shown(code));
   }
-  if (!codes.empty()) add("unlabeled-missing-code", "User-missing codes without a label: " + Examples(codes) + ".");
+  if (!codes.empty()) {
+    add("unlabeled-missing-code",
+        hidden ? Counted(codes.size(), "user-missing code", "user-missing codes") + " without a label."
+               : "User-missing codes without a label: " + Examples(codes) + ".");
+  }
 
-  bool leadingBlanks = tally != nullptr && tally->leadingBlanks;
-  for (const auto& [text, isMissing] : met.values) leadingBlanks = leadingBlanks || (!variable.IsNumeric() && !text.empty() && text.front() == ' ');
+  bool leadingBlanks = false;
+  for (const auto& [text, isMissing] : evidence.met) {
+    leadingBlanks = leadingBlanks || (!variable.IsNumeric() && !text.empty() && text.front() == ' ');
+  }
   if (leadingBlanks) add("blanks", "Some string values begin with blanks.");
 
   std::map<std::string, std::vector<std::string>> byText;
-  for (const auto& [value, label] : labelled) byText[label].push_back(value);
+  for (const auto& [value, label] : labelled) byText[label].push_back(Shown(value));
   std::vector<std::string> duplicates;
   for (const auto& [label, values] : byText) {
     if (values.size() > 1) duplicates.push_back("\"" + label + "\" (" + Examples(values) + ")");
   }
-  if (!duplicates.empty()) add("duplicate-label", "Several values share a label: " + Examples(duplicates) + ".");
+  if (!duplicates.empty()) {
+    add("duplicate-label", hidden ? Counted(duplicates.size(), "label text is", "label texts are") +
+                                        " shared by several values."
+                                  : "Several values share a label: " + Examples(duplicates) + ".");
+  }
 }
 
 }  // namespace
@@ -174,22 +211,19 @@ exporting::TallyOptions AlertTallyOptions() {
   return options;
 }
 
-void AddItemAlerts(const ItemFacts& item, const data::Dataset& dataset, const exporting::ValueTally* tally,
+void AddItemAlerts(const ItemFacts& item, const data::Dataset& dataset, const std::set<int>& hidden,
                    std::vector<output::Alert>& alerts) {
   if (item.IsSet()) return;
   const int index = dataset.FindVarIndex(item.name.c_str(), 0);
   if (index < 0) return;
-  // A tally of part of the cases says nothing sure about the data.
-  const bool usable = tally != nullptr && !tally->Partial() && tally->Tallied(index);
-  const VariableTally* weights = usable ? &tally->Of(index) : nullptr;
-  const VariableTally* values = usable && tally->CountsValues() ? weights : nullptr;
-  VariableAlerts(item, *dataset.GetDictionary().GetVariable(index), weights, values, alerts);
+  VariableAlerts(item, *dataset.GetDictionary().GetVariable(index), hidden.count(index) > 0, alerts);
 }
 
 std::vector<output::Alert> FindAlerts(const std::vector<ItemFacts>& items, const data::Dataset& dataset,
-                                      const exporting::ValueTally* tally, int weightIndex) {
+                                      const exporting::ValueTally* tally, int weightIndex,
+                                      const std::set<int>& hidden) {
   std::vector<output::Alert> alerts;
-  for (const ItemFacts& item : items) AddItemAlerts(item, dataset, tally, alerts);
+  for (const ItemFacts& item : items) AddItemAlerts(item, dataset, hidden, alerts);
   AddFileAlerts(dataset, tally, weightIndex, alerts);
   return alerts;
 }

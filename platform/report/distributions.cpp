@@ -46,9 +46,11 @@ void AttachHistograms(output::Document& document, std::size_t first, std::size_t
   std::vector<std::pair<std::size_t, output::Histogram>> marked;
   exporting::ForEachItemFacts(document, first, end, [&](const exporting::ItemFacts& item, std::size_t index) {
     if (item.IsSet()) return;
-    const output::Histogram* histogram = collector.Of(dataset.FindVarIndex(item.name.c_str(), 0));
+    const int variable = dataset.FindVarIndex(item.name.c_str(), 0);
+    const output::Histogram* histogram = collector.Of(variable);
     if (histogram == nullptr || histogram->weights.empty()) return;
     output::Histogram copy = *histogram;
+    copy.format = dataset.GetDictionary().GetVariable(variable)->PrintFormat();
     const auto nan = std::numeric_limits<double>::quiet_NaN();
     copy.p25 = item.p25.value_or(nan);
     copy.p50 = item.p50.value_or(nan);

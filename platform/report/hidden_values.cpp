@@ -19,13 +19,29 @@ bool IsValueRow(std::string_view label) {
   return label == "Percentile 25" || label == "Percentile 50" || label == "Percentile 75";
 }
 
-// An identifier: nearly every case that has a valid value has its own.
+// An identifier: nearly every case that has a valid value has its own. The
+// share is exact while the tally holds every distinct value; past its limit
+// the tally estimates the distinct values from its sample, which a few
+// frequent values (a code for "none", say) do not bias, and the share is
+// that of every case counted.
 bool AlmostAllDistinct(const exporting::VariableTally& tally, const data::Variable& variable) {
-  if (tally.tooManyValues) return true;
+  if (tally.tooManyValues) {
+    return tally.countedCases >= 10 &&
+           static_cast<double>(tally.DistinctValues()) >= 0.95 * static_cast<double>(tally.countedCases);
+  }
   std::size_t distinct = 0;
-  for (const auto& [number, count] : tally.numberCounts) distinct += variable.Missing().IsMissing(number) ? 0 : 1;
-  for (const auto& [text, count] : tally.stringCounts) distinct += variable.Missing().IsMissing(std::string_view(text)) ? 0 : 1;
-  return tally.validCases >= 10 && static_cast<double>(distinct) >= 0.95 * static_cast<double>(tally.validCases);
+  std::int64_t cases = 0;
+  for (const auto& [number, count] : tally.numberCounts) {
+    if (variable.Missing().IsMissing(number)) continue;
+    ++distinct;
+    cases += count;
+  }
+  for (const auto& [text, count] : tally.stringCounts) {
+    if (variable.Missing().IsMissing(std::string_view(text))) continue;
+    ++distinct;
+    cases += count;
+  }
+  return cases >= 10 && static_cast<double>(distinct) >= 0.95 * static_cast<double>(cases);
 }
 
 BpCellText::Content Text(std::string text) {

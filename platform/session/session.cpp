@@ -9,6 +9,7 @@
 #include "platform/output/render/terminal_text.h"
 #include "platform/session/procedure_context.h"
 #include "platform/syntax/current_command.h"
+#include "platform/syntax/name_match.h"
 
 namespace codebook::session {
 
@@ -102,6 +103,14 @@ void Session::Report(syntax::Severity severity, const std::string& command, int 
   Emit(message);
 }
 
+std::vector<int> CodebookCommandLines(std::string_view text) {
+  std::vector<int> lines;
+  for (const syntax::Command& command : syntax::SplitCommands(text, KnownCommandNames())) {
+    if (!command.comment && command.name == "CODEBOOK") lines.push_back(command.line);
+  }
+  return lines;
+}
+
 void Session::RunSyntax(std::string_view text, const SyntaxOrigin& origin) {
   origin_ = origin;
   for (const syntax::Command& command : syntax::SplitCommands(text, KnownCommandNames())) {
@@ -118,7 +127,44 @@ void Session::Run(const syntax::Command& command) {
   WriteHeldMessages();
 }
 
-void Session::RunCommand(const syntax::Command& command) {
+namespace {
+
+// The command with its STATISTICS subcommand, if any, replaced by
+// STATISTICS NONE: the dictionary without a pass over the cases.
+syntax::Command WithoutStatistics(const syntax::Command& command) {
+  syntax::Command described = command;
+  described.tokens.clear();
+  bool dropping = false;
+  for (std::size_t i = 0; i < command.tokens.size(); ++i) {
+    const TokenInfoObj& token = command.tokens[i];
+    if (token.kind() == TokenInfoObj::kPunct && token.getString() == "/") {
+      const TokenInfoObj* name = i + 1 < command.tokens.size() ? &command.tokens[i + 1] : nullptr;
+      dropping = name != nullptr && name->kind() == TokenInfoObj::kIdentifier &&
+                 syntax::MatchKeyword(name->getString(), {"STATISTICS"}).result == syntax::KeywordMatch::kFound;
+    }
+    if (!dropping) described.tokens.push_back(token);
+  }
+  const int line = command.tokens.empty() ? command.line : command.tokens.back().line();
+  const int column = command.tokens.empty() ? command.column : command.tokens.back().column();
+  described.tokens.emplace_back(TokenInfoObj::kPunct, "/", "/", line, column);
+  described.tokens.emplace_back(TokenInfoObj::kIdentifier, "STATISTICS", "STATISTICS", line, column);
+  described.tokens.emplace_back(TokenInfoObj::kIdentifier, "NONE", "NONE", line, column);
+  return described;
+}
+
+}  // namespace
+
+void Session::RunCommand(const syntax::Command& given) {
+  const syntax::Command* chosen = &given;
+  syntax::Command described;
+  if (given.name == "CODEBOOK" && options_.describeEmptyFiles && selection_ && selection_->GetDataset() &&
+      selection_->GetDataset()->GetCaseCount() == 0) {
+    Report(syntax::Severity::kWarning, given.name, given.line,
+           "The dataset has no cases: its dictionary is described, without counts or statistics.");
+    described = WithoutStatistics(given);
+    chosen = &described;
+  }
+  const syntax::Command& command = *chosen;
   syntax::CurrentCommand current;
   current.name = command.name;
   current.tokens = command.tokens;

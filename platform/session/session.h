@@ -51,6 +51,10 @@ struct SessionOptions {
   // pass (null function or result: none).
   std::function<std::shared_ptr<data::CaseObserver>(const data::Dataset& dataset, int weightIndex)>
       passObserver;
+  // A CODEBOOK command on a dataset file that has no case describes its
+  // dictionary (as under STATISTICS NONE, with a warning) instead of failing
+  // for want of cases: what an export of a dictionary-only file needs.
+  bool describeEmptyFiles = false;
 };
 
 // What the last CODEBOOK command ran on, for exports that combine its
@@ -72,6 +76,10 @@ struct SyntaxOrigin {
   std::string name;              // as the user gave it; empty: not a file
   std::filesystem::path folder;  // empty: the working folder
 };
+
+// The lines where the CODEBOOK commands of a syntax text start, in order:
+// what a run of it will describe, known before anything runs.
+std::vector<int> CodebookCommandLines(std::string_view text);
 
 class Session : public syntax::MessageSink {
  public:

@@ -100,13 +100,19 @@ TEST_F(CommandLine, ControlCharactersFromTheDataNeverReachTheTerminal) {
 
 TEST_F(CommandLine, ClosingWarningsFollowTheirTablesOnOneStream) {
   // q1 has more value labels than MAXCATS: the warning comes after the table.
-  const Result result = Shell(Binary() + " --demo q1 /VARINFO LABEL VALUELABELS /STATISTICS NONE /OPTIONS MAXCATS=1 2>&1");
-  EXPECT_EQ(result.status, 0);
-  const std::size_t table = result.out.find("The staff were friendly");
-  const std::size_t warning = result.out.find("warning: Value labels, counts, and/or percents not displayed for q1.");
-  ASSERT_NE(table, std::string::npos) << result.out;
-  ASSERT_NE(warning, std::string::npos) << result.out;
-  EXPECT_LT(table, warning);
+  // So also when -o names the file standard output goes to.
+  for (const std::string output : {"", " -o /dev/stdout", " -o out.txt >out.txt"}) {
+    const Result result = Shell(In(Binary() + output +
+                                   " --demo q1 /VARINFO LABEL VALUELABELS /STATISTICS NONE /OPTIONS MAXCATS=1 2>&1"));
+    EXPECT_EQ(result.status, 0) << output;
+    const std::string text = output.find('>') != std::string::npos ? codebook::testing_cli::Slurp(Path("out.txt"))
+                                                                    : result.out;
+    const std::size_t table = text.find("The staff were friendly");
+    const std::size_t warning = text.find("warning: Value labels, counts, and/or percents not displayed for q1.");
+    ASSERT_NE(table, std::string::npos) << output << ": " << text;
+    ASSERT_NE(warning, std::string::npos) << output << ": " << text;
+    EXPECT_LT(table, warning) << output;
+  }
 }
 
 TEST_F(CommandLine, FileInformationShowsTheFullPathWhateverWasTyped) {
@@ -116,6 +122,13 @@ TEST_F(CommandLine, FileInformationShowsTheFullPathWhateverWasTyped) {
   ASSERT_EQ(rows.size(), 2u) << result.out;
   EXPECT_EQ(rows[0]["cells"][""]["text"], "survey.sav");
   EXPECT_EQ(rows[1]["cells"][""]["text"], fs::canonical(folder_).string());
+  // Standard input has a path too.
+  const Result piped = Shell(In("cat survey.sav | " + Binary() + " --format json - /FILEINFO NAME LOCATION"));
+  EXPECT_EQ(piped.status, 0) << piped.err;
+  const nlohmann::json pipedRows = nlohmann::json::parse(piped.out)["items"][0]["rows"];
+  ASSERT_EQ(pipedRows.size(), 2u) << piped.out;
+  EXPECT_EQ(pipedRows[0]["cells"][""]["text"], "stdin");
+  EXPECT_EQ(pipedRows[1]["cells"][""]["text"], "/dev");
 }
 
 TEST_F(CommandLine, SyntaxFilesResolveTheirPathsAndNameTheirLines) {
@@ -180,6 +193,10 @@ TEST_F(CommandLine, TheOutputFileChoosesTheFormatAndValuesMayBeAttached) {
       {{"-o", "out.txt"}, "out.txt", "id\n"},
       {{"-fjson", "-o", "out.html"}, "out.html", "{\"format\""},
       {{"--format=markdown", "-oout.csv"}, "out.csv", "## id"},
+      // Two kinds of CSV: the tables, and the dictionary by its name.
+      {{"-o", "out.csv"}, "out.csv", "id\r\n"},
+      {{"-o", "survey.dict.csv"}, "survey.dict.csv", "position,name,label,"},
+      {{"-o", "survey.xml"}, "survey.xml", "<?xml"},
   };
   for (const Case& c : cases) {
     std::vector<std::string> arguments = c.arguments;
@@ -206,9 +223,44 @@ TEST_F(CommandLine, TextFitsTheScreen) {
     for (std::string line; std::getline(fittedLines, line);) EXPECT_LE(Columns(line), 50) << line;
     EXPECT_THAT(fitted.out, HasSubstr("Strongly"));
   }
-  const Result tooNarrow = Run({"--width", "10", "--demo"});
+  const Result tooNarrow = Run({"--width", "29", "--demo"});
   EXPECT_EQ(tooNarrow.status, 2);
-  EXPECT_THAT(tooNarrow.err, HasSubstr("--width"));
+  EXPECT_THAT(tooNarrow.err, HasSubstr("--width needs a number of columns, 30 or more"));
+  EXPECT_EQ(Lines(tooNarrow.err), 1);
+}
+
+TEST_F(CommandLine, EveryLineFitsAnyWidthDownToTheNarrowest) {
+  // A title as long as a name can be, labels and values wider than the
+  // screen, weighted counts, and alerts.
+  const std::string longName(64, 'v');
+  auto dataset = data::DatasetBuilder()
+                     .Numeric(longName).Level(1).Label("A label that is a good deal longer than any narrow screen")
+                     .ValueLabel(1, "Agreed entirely and without any reservation whatsoever").ValueLabel(3, "Unused")
+                     .Numeric("amount").Level(3).Format(VELA_Format::DOLLAR, 16, 2)
+                     .Numeric("w").Level(3).Weight("w")
+                     .Cases({{1, 123456789.25, 1.5}, {2, 987654321.5, 2.25}, {1, 5, 1000000.125}})
+                     .Build();
+  data::WriteDatasetFile(*dataset, Path("wide.sav").string());
+  for (const int width : {30, 34, 40, 50, 64}) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"--demo"}, std::vector<std::string>{Path("wide.sav").string(), "/FILEINFO"}}) {
+      std::vector<std::string> full = {"--width", std::to_string(width), "--alerts"};
+      full.insert(full.end(), arguments.begin(), arguments.end());
+      const Result fitted = Run(full);
+      ASSERT_EQ(fitted.status, 0) << fitted.err;
+      std::istringstream lines(fitted.out);
+      int widest = 0;
+      for (std::string line; std::getline(lines, line);) {
+        EXPECT_LE(Columns(line), width) << width << ": " << line;
+        widest = std::max(widest, Columns(line));
+      }
+      EXPECT_GE(widest, width - 8) << width << ": the screen is used";
+      EXPECT_THAT(fitted.out, HasSubstr("Data-quality alerts"));
+    }
+  }
+  // The long title is wrapped, not cut: all of it is there.
+  const Result fifty = Run({"--width", "50", Path("wide.sav").string()});
+  EXPECT_THAT(fifty.out, HasSubstr(std::string(50, 'v') + "\n" + std::string(14, 'v') + "\n"));
 }
 
 TEST_F(CommandLine, EncodingOverridesTheFilesCodePage) {

@@ -8,11 +8,15 @@
 #include <libxml/tree.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
+#include <optional>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -28,6 +32,7 @@ using codebook::testing_cli::Result;
 using codebook::testing_cli::Slurp;
 using nlohmann::json;
 using testing::HasSubstr;
+using testing::Not;
 namespace fs = std::filesystem;
 
 const std::string kSchema = std::string(CODEBOOK_SOURCE_DIR) + "/../shared/ddi-codebook-2.5/schemas/codebook.xsd";
@@ -77,6 +82,47 @@ std::map<std::string, double> Counts(const json& stats) {
   return counts;
 }
 
+// A number as the exports write it: as short as it reads back.
+std::string Shortest(double value) {
+  char text[32];
+  const auto [end, error] = std::to_chars(text, text + sizeof text, value);
+  return std::string(text, end);
+}
+
+// A value or label inside a list field of the dictionary, its separators escaped.
+std::string ListItem(const std::string& text) {
+  std::string escaped;
+  for (const char c : text) escaped += (c == '\\' || c == ';' || c == '=') ? std::string("\\") + c : std::string(1, c);
+  return escaped;
+}
+std::string ListItem(const json& value) { return ListItem(value.is_string() ? value.get<std::string>() : Shortest(value.get<double>())); }
+
+// The truth's missing values as the dictionary writes them.
+std::string MissingDefinition(const json& missing) {
+  std::string text;
+  for (const json& value : missing["discrete"]) text += (text.empty() ? "" : "; ") + ListItem(value);
+  const json& range = missing["range"];
+  if (!range.is_null()) {
+    const auto end = [](const json& bound) { return bound.is_string() ? bound.get<std::string>() : Shortest(bound.get<double>()); };
+    text += (text.empty() ? "" : "; ") + end(range[0]) + " thru " + end(range[1]);
+  }
+  return text;
+}
+
+// A set's counts from its DDI note: one "value (label): count, percent%"
+// line per category.
+std::map<std::string, double> NoteCounts(const std::string& note) {
+  std::map<std::string, double> counts;
+  std::istringstream lines(note);
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t colon = line.rfind(": ");
+    const std::size_t label = line.find(" (");
+    const std::string value = line.substr(0, std::min(colon, label));
+    counts[value] = std::stod(line.substr(colon + 2));
+  }
+  return counts;
+}
+
 // A truth of null (a percentile of fractional weights, say) is not checked.
 void ExpectNear(double actual, const json& expected, const std::string& what) {
   if (expected.is_null()) return;
@@ -119,16 +165,45 @@ std::vector<std::vector<std::string>> ParseCsv(const std::string& text) {
   return rows;
 }
 
+// What a variable's table shows: whether it is shown as scale (an "N" or a
+// statistics group) and its mean and valid count.
+struct Shown {
+  bool scale = false;
+  std::optional<double> mean;
+  std::optional<double> valid;
+};
+
 class Export : public Program {
  protected:
+  // The tables of the same command, through the JSON output.
+  std::map<std::string, Shown> TablesOf(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"--format", "json"});
+    const Result result = Run(arguments);
+    std::map<std::string, Shown> tables;
+    const json parsed = json::parse(result.out);
+    for (const json& item : parsed["items"]) {
+      if (item["kind"] != "table" || item["subtype"] != "Variable Information") continue;
+      Shown& shown = tables[item["title"].get<std::string>()];
+      for (const json& row : item["rows"]) {
+        if (row["groups"].empty()) continue;
+        const std::string group = row["groups"][0];
+        if (group != "N" && group != "Central Tendency and Dispersion") continue;
+        shown.scale = true;
+        const json& number = row["cells"]["Value"]["number"];
+        if (!number.is_number()) continue;
+        if (row["label"] == "Mean") shown.mean = number.get<double>();
+        if (row["label"] == "Valid") shown.valid = number.get<double>();
+      }
+    }
+    return tables;
+  }
+
   static std::vector<fs::path> Fixtures() {
     std::vector<fs::path> files;
     for (const auto& entry : fs::directory_iterator(CODEBOOK_FIXTURES_DIR)) {
       const std::string extension = entry.path().extension().string();
       if (extension != ".sav" && extension != ".zsav") continue;
-      fs::path truth = entry.path();
-      truth.replace_extension(".json");
-      if (json::parse(Slurp(truth))["case_count"].get<long long>() > 0) files.push_back(entry.path());
+      files.push_back(entry.path());
     }
     std::sort(files.begin(), files.end());
     return files;
@@ -150,6 +225,13 @@ TEST_F(Export, DdiOfEveryFixtureIsValidAndTrue) {
     const fs::path out = Path("out.xml");
     const Result result = Run({"-o", out.string(), file.string(), "/OPTIONS", "MAXCATS=1000000"});
     ASSERT_EQ(result.status, 0) << result.err;
+    // A file without cases is described by its dictionary (the tables of
+    // STATISTICS NONE), with a warning.
+    const bool empty = truth["case_count"].get<long long>() == 0;
+    EXPECT_EQ(result.err.find("has no cases") != std::string::npos, empty) << result.err;
+    std::vector<std::string> tableArguments = {file.string(), "/OPTIONS", "MAXCATS=1000000"};
+    if (empty) tableArguments.insert(tableArguments.end(), {"/STATISTICS", "NONE"});
+    const std::map<std::string, Shown> tables = TablesOf(tableArguments);
     if (validate) {
       const Result valid = Shell("xmllint --noout --nonet --schema " + Quote(kSchema) + " " + Quote(out.string()));
       EXPECT_EQ(valid.status, 0) << valid.err;
@@ -157,6 +239,14 @@ TEST_F(Export, DdiOfEveryFixtureIsValidAndTrue) {
     xmlDoc* document = xmlReadFile(out.c_str(), nullptr, XML_PARSE_NONET);
     ASSERT_NE(document, nullptr);
     xmlNode* root = xmlDocGetRootElement(document);
+    // The file's dimensions; the case count only where the file states it.
+    xmlNode* dimensions = Child(Child(Child(root, "fileDscr"), "fileTxt"), "dimensns");
+    EXPECT_EQ(Text(Child(dimensions, "varQnty")), std::to_string(truth["variables"].size()));
+    if (xmlNode* cases = Child(dimensions, "caseQnty")) {
+      EXPECT_EQ(Text(cases), std::to_string(truth["case_count"].get<long long>()));
+    } else {
+      EXPECT_EQ(file.filename(), "fx17_ncases_unknown.sav");
+    }
     std::map<std::string, const json*> variables;
     for (const json& variable : truth["variables"]) variables[variable["name"]] = &variable;
     xmlNode* data = Child(root, "dataDscr");
@@ -214,25 +304,98 @@ TEST_F(Export, DdiOfEveryFixtureIsValidAndTrue) {
           EXPECT_NEAR(std::stod(Text(stat)), expectedCount, 1e-6) << value << (isWeighted ? " weighted" : "");
         }
       }
-      // Scale statistics.
-      if (Attribute(var, "intrvl") == "contin") {
-        const json& stats = Member(Member(truth, "stats"), name);
-        for (xmlNode* stat : Children(var, "sumStat")) {
-          const std::string type = Attribute(stat, "type");
-          const double number = std::stod(Text(stat));
-          if (type == "vald") ExpectNear(number, Member(stats, "valid"), name + " valid");
-          if (type == "invd") ExpectNear(number, Member(stats, "missing"), name + " missing");
-          if (type == "mean") ExpectNear(number, Member(stats, "mean"), name + " mean");
-          if (type == "stdev") ExpectNear(number, Member(stats, "sd"), name + " sd");
-          if (type == "medn") ExpectNear(number, Member(stats, "p50"), name + " median");
-        }
+      // Statistics: those the table shows, whatever the dictionary's level,
+      // and they are the truth's.
+      const json& stats = Member(Member(truth, "stats"), name);
+      std::map<std::string, double> summary;
+      for (xmlNode* stat : Children(var, "sumStat")) {
+        const std::string type = Attribute(stat, "type");
+        const double number = std::stod(Text(stat));
+        summary[type] = number;
+        if (type == "vald") ExpectNear(number, Member(stats, "valid"), name + " valid");
+        if (type == "invd") ExpectNear(number, Member(stats, "missing"), name + " missing");
+        if (type == "mean") ExpectNear(number, Member(stats, "mean"), name + " mean");
+        if (type == "stdev") ExpectNear(number, Member(stats, "sd"), name + " sd");
+        if (type == "medn") ExpectNear(number, Member(stats, "p50"), name + " median");
+      }
+      const auto shown = tables.find(name);
+      ASSERT_NE(shown, tables.end());
+      EXPECT_EQ(Attribute(var, "intrvl"), shown->second.scale ? "contin" : "discrete");
+      EXPECT_EQ(summary.count("mean") > 0, shown->second.mean.has_value());
+      EXPECT_EQ(summary.count("vald") > 0, shown->second.valid.has_value());
+      if (shown->second.mean && summary.count("mean") > 0) {
+        EXPECT_DOUBLE_EQ(summary["mean"], *shown->second.mean);
       }
     }
-    // Every set is a group of its members.
+    // Every set is a group of its members, with the truth's counts.
     EXPECT_EQ(Children(data, "varGrp").size(), truth["mr_sets"].size());
+    for (xmlNode* group : Children(data, "varGrp")) {
+      const std::string name = Attribute(group, "name");
+      SCOPED_TRACE(name);
+      std::map<std::string, double> expected;
+      for (const json& pair : Member(Member(truth, "mr_stats"), name)["counts"]) {
+        expected[pair[0].is_string() ? pair[0].get<std::string>() : Shortest(pair[0].get<double>())] = pair[1].get<double>();
+      }
+      std::map<std::string, double> found;
+      for (xmlNode* note : Children(group, "notes")) {
+        if (Attribute(note, "type") == "codebook:categories") found = NoteCounts(Text(note));
+      }
+      if (empty) {
+        EXPECT_TRUE(found.empty());
+        continue;
+      }
+      ASSERT_EQ(found.size(), expected.size());
+      for (const auto& [value, count] : expected) {
+        ASSERT_EQ(found.count(value), 1u) << value;
+        EXPECT_NEAR(found[value], count, 1e-5) << value;
+      }
+    }
     xmlFreeDoc(document);
   }
   if (!validate) GTEST_SKIP() << "xmllint is not installed: the documents were checked but not validated";
+}
+
+TEST_F(Export, TheTableDecidesWhatIsContinuous) {
+  // Levels the file does not know: the table shows temp as scale.
+  const auto var = [&](const std::vector<std::string>& arguments, const std::string& name,
+                       const std::function<void(xmlNode*)>& check) {
+    std::vector<std::string> full = {"-f", "ddi"};
+    full.insert(full.end(), arguments.begin(), arguments.end());
+    const Result result = Run(full);
+    ASSERT_EQ(result.status, 0) << result.err;
+    xmlDoc* document = xmlReadMemory(result.out.data(), static_cast<int>(result.out.size()), "ddi.xml", nullptr,
+                                     XML_PARSE_NONET);
+    ASSERT_NE(document, nullptr);
+    xmlNode* found = nullptr;
+    for (xmlNode* node : Children(Child(xmlDocGetRootElement(document), "dataDscr"), "var")) {
+      if (Attribute(node, "name") == name) found = node;
+    }
+    ASSERT_NE(found, nullptr) << name;
+    check(found);
+    xmlFreeDoc(document);
+  };
+  const auto statistics = [](xmlNode* node) {
+    std::map<std::string, std::string> found;
+    for (xmlNode* stat : Children(node, "sumStat")) found[Attribute(stat, "type")] = Text(stat);
+    return found;
+  };
+  var({Fixture("fx14_b_uncompressed.sav"), "temp"}, "temp", [&](xmlNode* temp) {
+    EXPECT_EQ(Attribute(temp, "intrvl"), "contin");
+    const auto found = statistics(temp);
+    ASSERT_EQ(found.count("mean"), 1u);
+    EXPECT_NEAR(std::stod(found.at("mean")), 14.864285714285714, 1e-9);
+    EXPECT_EQ(found.at("vald"), "56");
+  });
+  // A scale variable the command makes nominal is counted, not summed up.
+  var({"--demo", "age", "[N]"}, "age", [&](xmlNode* age) {
+    EXPECT_EQ(Attribute(age, "intrvl"), "discrete");
+    EXPECT_EQ(statistics(age).count("mean"), 0u);
+    EXPECT_GT(Children(age, "catgry").size(), 10u);
+  });
+  var({"--demo", "age"}, "age", [&](xmlNode* age) {
+    EXPECT_EQ(Attribute(age, "intrvl"), "contin");
+    EXPECT_EQ(statistics(age).count("mean"), 1u);
+  });
 }
 
 TEST_F(Export, DictionaryOfEveryFixtureIsTrue) {
@@ -262,25 +425,15 @@ TEST_F(Export, DictionaryOfEveryFixtureIsTrue) {
       // One item per value label, in order; the separators inside escaped.
       std::string labels;
       for (const json& pair : variable["value_labels"]) {
-        std::string value = pair[0].is_string() ? pair[0].get<std::string>() : "";
-        if (pair[0].is_number()) {
-          const double number = pair[0].get<double>();
-          value = number == std::floor(number) && std::fabs(number) < 1e15 ? std::to_string(static_cast<long long>(number))
-                                                                           : Key(pair[0]);
-        }
-        std::string label = pair[1];
-        for (std::string* text : {&value, &label}) {
-          std::string escaped;
-          for (const char c : *text) escaped += (c == '\\' || c == ';' || c == '=') ? std::string("\\") + c : std::string(1, c);
-          *text = escaped;
-        }
-        labels += (labels.empty() ? "" : "; ") + value + "=" + label;
+        labels += (labels.empty() ? "" : "; ") + ListItem(pair[0]) + "=" + ListItem(pair[1]);
       }
-      if (labels.find('.') == std::string::npos) {
-        EXPECT_EQ(row[column("value_labels")], labels);
+      EXPECT_EQ(row[column("value_labels")], labels);
+      EXPECT_EQ(row[column("missing_values")], MissingDefinition(variable["missing"]));
+      // A file without cases has no counts to give.
+      if (truth["case_count"].get<long long>() == 0) {
+        EXPECT_EQ(row[column("valid")], "");
+        EXPECT_EQ(row[column("missing")], "");
       }
-      EXPECT_EQ(row[column("missing_values")].empty(),
-                variable["missing"]["discrete"].empty() && variable["missing"]["range"].is_null());
       const json& stats = Member(Member(truth, "stats"), name);
       if (!row[column("valid")].empty()) ExpectNear(std::stod(row[column("valid")]), Member(stats, "valid"), "valid");
       if (!row[column("missing")].empty()) ExpectNear(std::stod(row[column("missing")]), Member(stats, "missing"), "missing");
@@ -322,6 +475,36 @@ TEST_F(Export, TextFromTheFileComesOutAsValidXml) {
   }
 }
 
+TEST_F(Export, ASyntaxFileExportsItsOneCodebookCommand) {
+  const auto job = [&](const std::string& name, const std::string& text) {
+    std::ofstream(Path(name)) << text;
+    return Path(name).string();
+  };
+  const std::string a = Fixture("fx04_dictionary_meta.sav");
+  const std::string b = Fixture("fx05_mrsets.sav");
+  // Two datasets, two documents that one file cannot hold: refused before
+  // anything is read, in one line, and nothing written.
+  const std::string two = job("two.sps", "GET FILE='" + a + "'.\nCODEBOOK.\nGET FILE='" + b + "'.\nCODEBOOK.\n");
+  for (const char* format : {"ddi", "dictionary"}) {
+    const Result refused = Run({"-f", format, "-o", Path("out.xml").string(), "-x", two});
+    EXPECT_EQ(refused.status, 2) << format;
+    EXPECT_EQ(Lines(refused.err), 1) << refused.err;
+    EXPECT_THAT(refused.err, HasSubstr("describes one CODEBOOK command, and this file has 2 (lines 2 and 4)"));
+    EXPECT_FALSE(fs::exists(Path("out.xml")));
+  }
+  const Result none = Run({"-f", "ddi", "-x", job("none.sps", "GET FILE='" + a + "'.\n")});
+  EXPECT_EQ(none.status, 2);
+  EXPECT_THAT(none.err, HasSubstr("this file has none"));
+  EXPECT_EQ(none.out, "");
+  // One command: the dataset it ran on, whatever was opened before.
+  const Result one = Run({"-f", "ddi", "-x", job("one.sps", "GET FILE='" + a + "'.\nGET FILE='" + b + "'.\nCODEBOOK.\n")});
+  EXPECT_EQ(one.status, 0) << one.err;
+  EXPECT_THAT(one.out, HasSubstr("<fileName>fx05_mrsets.sav</fileName>"));
+  // The text formats run every command.
+  const Result text = Run({"-x", two});
+  EXPECT_EQ(text.status, 0) << text.err;
+}
+
 TEST_F(Export, BadInputGetsTheSameMessagesAndNoFile) {
   const Result unknown = Run({"-o", Path("out.xml").string(), Fixture("fx04_dictionary_meta.sav"), "nosuch"});
   EXPECT_EQ(unknown.status, 1);
@@ -330,10 +513,17 @@ TEST_F(Export, BadInputGetsTheSameMessagesAndNoFile) {
   const Result toStandardOutput = Run({"-f", "dictionary", Fixture("fx04_dictionary_meta.sav"), "nosuch"});
   EXPECT_EQ(toStandardOutput.status, 1);
   EXPECT_EQ(toStandardOutput.out, "");
+  // A file without cases exports its dictionary; its codebook is the
+  // procedure's error, as ever.
   const Result empty = Run({"-f", "ddi", Fixture("fx09_zero_cases.sav")});
-  EXPECT_EQ(empty.status, 1);
-  EXPECT_THAT(empty.err, HasSubstr("Empty dataset."));
-  EXPECT_EQ(empty.out, "");
+  EXPECT_EQ(empty.status, 0) << empty.err;
+  EXPECT_THAT(empty.out, HasSubstr("<caseQnty>0</caseQnty>"));
+  EXPECT_THAT(empty.out, Not(HasSubstr("catStat")));
+  for (const char* format : {"text", "json", "html"}) {
+    const Result tables = Run({"-f", format, Fixture("fx09_zero_cases.sav")});
+    EXPECT_EQ(tables.status, 1) << format;
+    EXPECT_THAT(tables.err, HasSubstr("Empty dataset.")) << format;
+  }
   const Result several = Run({"-f", "ddi", Fixture("fx04_dictionary_meta.sav"), Fixture("fx05_mrsets.sav")});
   EXPECT_EQ(several.status, 2);
   EXPECT_THAT(several.err, HasSubstr("one dataset file at a time"));

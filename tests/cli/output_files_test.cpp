@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
@@ -134,6 +135,32 @@ TEST_F(OutputFiles, WriteErrorsAreErrors) {
 
   const Result help = Shell(Binary() + " --help >/dev/full");
   EXPECT_EQ(help.status, 2);
+}
+
+TEST_F(OutputFiles, AClosedPipeIsAWriteErrorAndLeavesNoTemporaryFile) {
+  // A pipe whose reader has gone, as fd 9 of the commands below: every
+  // write to it fails at once, whatever the timing.
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  ASSERT_EQ(::dup2(ends[1], 9), 9);
+  ::close(ends[0]);
+  ::close(ends[1]);
+  const Result tables = Shell(Binary() + " " + Quote(Survey()) + " >&9");
+  EXPECT_EQ(tables.status, 2) << tables.err;
+  EXPECT_THAT(tables.err, HasSubstr("cannot write standard output"));
+  EXPECT_EQ(Lines(tables.err), 1) << tables.err;
+  const Result help = Shell(Binary() + " --help >&9");
+  EXPECT_EQ(help.status, 2) << help.err;
+
+  // Only a message (the unknown variable to hide) meets the closed pipe:
+  // the output file is still written whole, and nothing else is left in
+  // its folder.
+  const Result file = Shell("cd " + Quote(folder_.string()) + " && " + Binary() +
+                            " -o out.txt --hide-values nosuch survey.sav >&9 2>&9");
+  ::close(9);
+  EXPECT_EQ(file.status, 0);
+  EXPECT_THAT(Slurp(Path("out.txt")), HasSubstr("Standard Attributes"));
+  EXPECT_EQ(TemporaryFiles(), 0);
 }
 
 TEST_F(OutputFiles, AnInterruptedRunLeavesNoTemporaryFile) {

@@ -29,13 +29,15 @@ class Report : public Program {
  protected:
   void SetUp() override {
     Program::SetUp();
-    // An identifier and free text whose values must not be published, and a
-    // question with a label nobody chose.
+    // An identifier and free text whose values must not be published, a
+    // question with a label nobody chose, and labelled variables that hold
+    // one unlabelled value only (which alerts would name).
     codebook::data::DatasetBuilder builder;
     builder.Numeric("id").Level(1).Numeric("q").Level(1).ValueLabel(1, "Yes").ValueLabel(2, "No").ValueLabel(3, "Unused")
-        .Numeric("income").Level(3).String("note", 16).Level(1);
+        .Numeric("income").Level(3).String("note", 16).Level(1)
+        .Numeric("code").Level(1).ValueLabel(1, "One").String("secret", 12).Level(1).ValueLabel("A", "Alpha");
     for (int i = 0; i < 40; ++i) {
-      builder.Case({987650000 + i, 1 + i % 2, 1000 + 37 * i, "SECRET-" + std::to_string(1000 + i)});
+      builder.Case({987650000 + i, 1 + i % 2, 1000 + 37 * i, "SECRET-" + std::to_string(1000 + i), 424242, "HUSH-HUSH"});
     }
     codebook::data::WriteDatasetFile(*builder.Build(), Path("people.sav").string());
   }
@@ -43,17 +45,19 @@ class Report : public Program {
 
 TEST_F(Report, HiddenValuesAppearInNoFormat) {
   for (const char* format : {"text", "html", "json", "markdown", "csv", "ddi", "dictionary"}) {
-    for (const char* hide : {"auto", "id,note,income"}) {
+    for (const char* hide : {"auto", "id,note,income,code,secret"}) {
       const Result result = Run({"--format", format, "--hide-values", hide, "--alerts", Path("people.sav").string(),
                                  "/OPTIONS", "MAXCATS=1000"});
       ASSERT_EQ(result.status, 0) << format << ": " << result.err;
       EXPECT_THAT(result.out, Not(HasSubstr("SECRET"))) << format << " " << hide;
       EXPECT_THAT(result.out, Not(HasSubstr("9876500"))) << format << " " << hide;
+      EXPECT_THAT(result.out, Not(HasSubstr("HUSH"))) << format << " " << hide;
       EXPECT_THAT(result.out, HasSubstr("values hidden")) << format << " " << hide;
       if (std::string(hide) != "auto") {
         // Neither percentiles nor the least and greatest value of income.
         EXPECT_THAT(result.out, Not(HasSubstr("2443"))) << format;  // its maximum, 1000 + 37 * 39
         EXPECT_THAT(result.out, Not(HasSubstr("Percentile"))) << format;
+        EXPECT_THAT(result.out, Not(HasSubstr("424242"))) << format;
       }
     }
   }
@@ -61,6 +65,43 @@ TEST_F(Report, HiddenValuesAppearInNoFormat) {
   const Result shown = Run({"--format", "text", Path("people.sav").string(), "/OPTIONS", "MAXCATS=1000"});
   EXPECT_THAT(shown.out, HasSubstr("SECRET-1000"));
   EXPECT_THAT(shown.out, HasSubstr("987650000"));
+  // And its alerts name the constant values.
+  const Result alerts = Run({"--format", "json", Path("people.sav").string()});
+  EXPECT_THAT(alerts.out, HasSubstr("Only one valid value occurs: HUSH-HUSH."));
+  EXPECT_THAT(alerts.out, HasSubstr("Values without a label: 424242."));
+}
+
+TEST_F(Report, HidingChangesNoAlertButTheirWords) {
+  // The same alerts, item by item and kind by kind, whatever is hidden.
+  const auto kinds = [&](std::vector<std::string> extra) {
+    std::vector<std::string> arguments = {"--format", "json"};
+    arguments.insert(arguments.end(), extra.begin(), extra.end());
+    arguments.push_back(Path("people.sav").string());
+    const Result result = Run(arguments);
+    EXPECT_EQ(result.status, 0) << result.err;
+    std::vector<std::string> found;
+    const nlohmann::json parsed = nlohmann::json::parse(result.out);
+    for (const auto& alert : parsed["alerts"]) {
+      found.push_back(alert["item"].get<std::string>() + ":" + alert["kind"].get<std::string>());
+    }
+    return found;
+  };
+  const std::vector<std::string> plain = kinds({});
+  EXPECT_THAT(plain, testing::IsSupersetOf({"q:unused-label", "code:constant", "code:unlabeled-value",
+                                            "secret:constant", "secret:unused-label"}));
+  EXPECT_EQ(kinds({"--hide-values", "auto"}), plain);
+  EXPECT_EQ(kinds({"--hide-values", "code,secret,q"}), plain);
+  // The demo too, whose scale variables count their labelled values apart.
+  const auto demo = [&](std::vector<std::string> extra) {
+    std::vector<std::string> arguments = {"--alerts", "--demo"};
+    arguments.insert(arguments.begin(), extra.begin(), extra.end());
+    const Result result = Run(arguments);
+    return result.out.substr(result.out.find("Data-quality alerts"));
+  };
+  const std::string demoAlerts = demo({});
+  EXPECT_THAT(demoAlerts, HasSubstr("satisfaction: Value labels with no cases: 0 \"Not at all satisfied\"."));
+  const std::string hiddenDemo = demo({"--hide-values", "auto"});
+  EXPECT_EQ(std::count(hiddenDemo.begin(), hiddenDemo.end(), '\n'), std::count(demoAlerts.begin(), demoAlerts.end(), '\n'));
 }
 
 TEST_F(Report, AlertsGoWhereEachFormatCarriesThem) {
@@ -141,7 +182,7 @@ TEST_F(Report, HistogramsHoldTheValidCasesAndMarkTheQuartiles) {
   ASSERT_GT(valid, 0) << json.out;
   const Result html = Run({"--format", "html", "--demo", "income", "q1"});
   EXPECT_NEAR(HistogramTotal(html.out, "item-1"), valid, 1e-6 * valid);
-  EXPECT_THAT(html.out, HasSubstr("quartiles 2940, 3650 and 4400"));
+  EXPECT_THAT(html.out, HasSubstr("quartiles $2,940.00, $3,650.00 and $4,400.00"));
   EXPECT_EQ(std::count(html.out.begin(), html.out.end(), 'P') >= 3, true);
   // q1 is ordinal: bars, no histogram; hidden values: no histogram either.
   EXPECT_EQ(html.out.find("chart histogram", html.out.find("id=\"item-2\"")), std::string::npos);

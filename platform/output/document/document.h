@@ -3,13 +3,16 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
+#include "host/data/vela_format.h"
 #include "platform/output/document/table_model.h"
 
 namespace codebook::output {
@@ -40,6 +43,9 @@ struct Histogram {
   double p25 = std::numeric_limits<double>::quiet_NaN();
   double p50 = std::numeric_limits<double>::quiet_NaN();
   double p75 = std::numeric_limits<double>::quiet_NaN();
+  // The variable's print format, in which the picture names values (a date
+  // as a date, money as money); none: plain numbers.
+  std::optional<VELA_Format> format;
 };
 
 // A data-quality finding about one item (a variable, a set, or the file).
@@ -47,6 +53,17 @@ struct Alert {
   std::string item;  // the table's title it is about; empty: the file
   std::string kind;  // a stable code, e.g. "unused-label"
   std::string text;  // one sentence for people
+};
+
+// What a report says of a dataset file before its tables: the file, its
+// cases and variables, and the weight. Where the command made a File
+// Information table of it, that table says it instead.
+struct FileSummary {
+  std::string name;           // the file (its full path, or "standard input")
+  std::int64_t cases = -1;    // -1: the file does not say
+  int variables = 0;
+  std::string weight;         // the weight variable; empty: none
+  std::shared_ptr<const bp::TableNode> informationTable;  // null: none made
 };
 
 class Document {
@@ -77,6 +94,9 @@ class Document {
     const auto found = histograms_.find(table);
     return found == histograms_.end() ? nullptr : &found->second;
   }
+  // The dataset files the document describes, in order.
+  void AddFile(FileSummary file) { files_.push_back(std::move(file)); }
+  const std::vector<FileSummary>& Files() const { return files_; }
   const std::vector<Item>& Items() const { return items_; }
   std::size_t Size() const { return items_.size(); }
   void Clear() {
@@ -84,6 +104,7 @@ class Document {
     alerts_.clear();
     alertsChecked_ = false;
     histograms_.clear();
+    files_.clear();
   }
   // Drops the items after the first `size`: the partial output of a command
   // that failed.
@@ -96,6 +117,7 @@ class Document {
   // Keyed by the table itself (which the key keeps alive), so that no later
   // table made at a freed table's address can take its picture.
   std::map<Table, Histogram> histograms_;
+  std::vector<FileSummary> files_;
 };
 
 void AddMessage(Document& document, Severity severity, std::string command, int line,

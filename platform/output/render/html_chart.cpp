@@ -4,20 +4,29 @@
 #include <cmath>
 #include <cstdio>
 
+#include "platform/output/format/value_format.h"
 #include "platform/output/render/html_escape.h"
 
 namespace codebook::output {
 namespace {
 
-bool IsValueGroup(std::string_view label) {
-  return label == "Valid Values" || label == "Missing Values" || label == "Labeled Values" ||
-         label == "Multiple Response Categories";
+// The groups whose rows are the item's categories. A scale variable's
+// "Labeled Values" are not: they are a few of its values, valid and missing
+// mixed with nothing to tell them apart, and its histogram pictures it.
+bool IsCategoryGroup(std::string_view label) {
+  return label == "Valid Values" || label == "Missing Values" || label == "Multiple Response Categories";
 }
 
 std::string Number(double value, const char* format) {
   char text[32];
   std::snprintf(text, sizeof text, format, value);
   return text;
+}
+
+// A value of the histogram's variable as its tables show it.
+std::string ValueText(const Histogram& histogram, double value) {
+  if (histogram.format && !histogram.format->IsString()) return FormatNumber(value, *histogram.format, FieldMode::kCell);
+  return Number(value, "%g");
 }
 
 // Chart labels are cut to what fits beside the bars.
@@ -49,7 +58,7 @@ std::vector<ChartBar> ChartBars(const TableView& view) {
       if (entry.depth == 0) group = label != nullptr ? std::string_view(label->text) : std::string_view();
       continue;
     }
-    if (!IsValueGroup(group)) continue;
+    if (!IsCategoryGroup(group)) continue;
     const ContentView* percent = nullptr;
     const ContentView* value = nullptr;
     for (std::uint32_t i = entry.cellBegin; i < entry.cellEnd; ++i) {
@@ -136,13 +145,19 @@ void AppendHistogram(std::string& out, const Histogram& histogram, const std::st
          std::to_string(L::kHeight) + "\" aria-labelledby=\"" + id + "-t " + id + "-d\">";
   out += "<title id=\"" + id + "-t\">";
   AppendHtmlEscaped(out, title);
-  out += "</title><desc id=\"" + id + "-d\">" + std::to_string(histogram.weights.size()) + " bins from " +
-         Number(histogram.low, "%g") + " to " + Number(histogram.high, "%g") + ", " + Number(total, "%g") +
-         " valid cases (weighted)";
+  out += "</title><desc id=\"" + id + "-d\">" + std::to_string(histogram.weights.size()) + " bins from ";
+  AppendHtmlEscaped(out, ValueText(histogram, histogram.low));
+  out += " to ";
+  AppendHtmlEscaped(out, ValueText(histogram, histogram.high));
+  out += ", " + Number(total, "%g") + " valid cases (weighted)";
   const double quartiles[] = {histogram.p25, histogram.p50, histogram.p75};
   if (!std::isnan(histogram.p50)) {
-    out += "; quartiles " + Number(histogram.p25, "%g") + ", " + Number(histogram.p50, "%g") + " and " +
-           Number(histogram.p75, "%g");
+    out += "; quartiles ";
+    AppendHtmlEscaped(out, ValueText(histogram, histogram.p25));
+    out += ", ";
+    AppendHtmlEscaped(out, ValueText(histogram, histogram.p50));
+    out += " and ";
+    AppendHtmlEscaped(out, ValueText(histogram, histogram.p75));
   }
   out += "</desc>\n";
   const double barWidth = static_cast<double>(L::kPlotWidth) / static_cast<double>(histogram.weights.size());
@@ -162,9 +177,12 @@ void AppendHistogram(std::string& out, const Histogram& histogram, const std::st
            std::to_string(L::kTop - 6) + "\" text-anchor=\"middle\">" + names[q] + "</text>\n";
   }
   const int axis = L::kTop + L::kPlotHeight + 16;
-  out += "<text x=\"" + std::to_string(L::kLeft) + "\" y=\"" + std::to_string(axis) + "\">" +
-         Number(histogram.low, "%g") + "</text><text x=\"" + std::to_string(L::kLeft + L::kPlotWidth) + "\" y=\"" +
-         std::to_string(axis) + "\" text-anchor=\"end\">" + Number(histogram.high, "%g") + "</text>\n</svg>\n";
+  out += "<text x=\"" + std::to_string(L::kLeft) + "\" y=\"" + std::to_string(axis) + "\">";
+  AppendHtmlEscaped(out, ValueText(histogram, histogram.low));
+  out += "</text><text x=\"" + std::to_string(L::kLeft + L::kPlotWidth) + "\" y=\"" + std::to_string(axis) +
+         "\" text-anchor=\"end\">";
+  AppendHtmlEscaped(out, ValueText(histogram, histogram.high));
+  out += "</text>\n</svg>\n";
 }
 
 }  // namespace codebook::output

@@ -18,9 +18,10 @@ struct ChartBar {
   bool missing = false;
 };
 
-// The bars of a table: the rows of its value groups ("Valid Values",
-// "Missing Values", "Labeled Values", "Multiple Response Categories") that
-// have a percent. Empty when the table shows no percents.
+// The bars of a table: the rows of its category groups ("Valid Values",
+// "Missing Values", "Multiple Response Categories") that have a percent;
+// not a scale variable's "Labeled Values". Empty when the table shows no
+// percents.
 std::vector<ChartBar> ChartBars(const TableView& view);
 
 // The chart's geometry, for drawing and for tests.
@@ -50,7 +51,8 @@ struct HistogramLayout {
 
 // Appends an accessible SVG histogram: one bar per bin, heights
 // proportional to the bins' weights (each bar's weight in data-weight), the
-// quartiles marked by dashed lines.
+// quartiles marked by dashed lines; the ends of the axis and the quartiles
+// of the text description shown in the variable's format.
 void AppendHistogram(std::string& out, const Histogram& histogram, const std::string& id, const std::string& title);
 
 }  // namespace codebook::output

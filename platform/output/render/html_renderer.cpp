@@ -2,6 +2,7 @@
 // <table> with its title as <caption>, column headings in <thead>, a
 // <tbody> per top-level row group whose heading row is a
 // <th scope="rowgroup">, and a <th scope="row"> per category.
+#include <algorithm>
 #include <unordered_map>
 #include <vector>
 #include <string>
@@ -238,15 +239,88 @@ void RenderItemAlerts(std::string& out, const AlertsByItem& alerts, std::string_
   out += "</ul>\n";
 }
 
+// A table in its section, with its alerts above it and its pictures below.
+void RenderItem(std::string& out, const Document& document, const Document::Table& table, const TableView& view,
+                std::size_t index, const AlertsByItem& alerts) {
+  const std::string id = "item-" + std::to_string(index);
+  out += "<section class=\"item\" id=\"" + id + "\">\n";
+  RenderItemAlerts(out, alerts, view.Title());
+  RenderTable(out, view);
+  AppendBarChart(out, ChartBars(view), id + "-chart", "Percents of " + std::string(view.Title()));
+  if (const Histogram* histogram = document.HistogramOf(table)) {
+    AppendHistogram(out, *histogram, id + "-histogram", "Distribution of " + std::string(view.Title()));
+  }
+  out += "</section>\n";
+}
+
+bool IsFileInformation(const Document::Table& table) { return table->subtype == "FileInformation"; }
+
+void RenderFileSummary(std::string& out, const FileSummary& file) {
+  out += "<section class=\"file\">\n<table class=\"pivot\">\n<caption>File</caption>\n<tbody>\n";
+  const auto row = [&](const char* name, const std::string& value, bool numeric) {
+    out += "<tr><th scope=\"row\">";
+    out += name;
+    out += numeric ? "</th><td class=\"num\">" : "</th><td>";
+    AppendHtmlEscaped(out, value);
+    out += "</td></tr>\n";
+  };
+  row("Name", file.name, false);
+  row("Cases", file.cases >= 0 ? std::to_string(file.cases) : std::string("not stated in the file"), file.cases >= 0);
+  row("Variables", std::to_string(file.variables), true);
+  row("Weight", file.weight.empty() ? std::string("none") : file.weight, false);
+  out += "</tbody>\n</table>\n</section>\n";
+}
+
+// The report begins with its files: each one's File Information table, or
+// a short summary where the command made none. Returns the tables shown
+// here, which are not shown again in their place.
+std::vector<const bp::TableNode*> RenderFiles(std::string& out, const Document& document, TableView& view,
+                                              const AlertsByItem& alerts) {
+  std::vector<std::pair<const bp::TableNode*, std::size_t>> informationTables;  // and their items
+  std::size_t index = 0;
+  for (const Document::Item& item : document.Items()) {
+    ++index;
+    const auto* table = std::get_if<Document::Table>(&item);
+    if (table != nullptr && IsFileInformation(*table)) informationTables.emplace_back(table->get(), index);
+  }
+  std::vector<const bp::TableNode*> shown;
+  const auto show = [&](const bp::TableNode* table) {
+    for (const auto& [candidate, position] : informationTables) {
+      if (candidate != table || std::find(shown.begin(), shown.end(), table) != shown.end()) continue;
+      const Document::Table& held = std::get<Document::Table>(document.Items()[position - 1]);
+      view.Build(*held);
+      if (view.Visible()) RenderItem(out, document, held, view, position, alerts);
+      shown.push_back(table);
+      return true;
+    }
+    return false;
+  };
+  for (const FileSummary& file : document.Files()) {
+    if (!file.informationTable || !show(file.informationTable.get())) RenderFileSummary(out, file);
+  }
+  for (const auto& [table, position] : informationTables) show(table);
+  return shown;
+}
+
+// The page's title names what it describes.
+std::string PageTitle(const Document& document) {
+  std::string names;
+  for (const FileSummary& file : document.Files()) {
+    const std::size_t slash = file.name.rfind('/');
+    names += (names.empty() ? "" : ", ") + (slash == std::string::npos ? file.name : file.name.substr(slash + 1));
+  }
+  return names.empty() ? std::string("Codebook") : "Codebook of " + names;
+}
+
 }  // namespace
 
 void RenderHtml(const Document& document, std::ostream& out) {
-  out << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-         "<title>Codebook</title>\n<style>\n"
-      << kStyle << "</style>\n</head>\n<body>\n";
-  std::string buffer;
+  std::string buffer = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>";
+  AppendHtmlEscaped(buffer, PageTitle(document));
+  buffer += "</title>\n<style>\n";
+  buffer += kStyle;
+  buffer += "</style>\n</head>\n<body>\n";
   TableView view;
-  RenderContents(buffer, document, view);
   AlertsByItem alerts;
   for (const Alert& alert : document.Alerts()) alerts[alert.item].push_back(&alert);
   // Where the first table of each item with alerts is, for the summary's
@@ -263,24 +337,20 @@ void RenderHtml(const Document& document, std::ostream& out) {
       }
     }
   }
+  // The files first, then what is wrong with them, then what they hold.
+  const std::vector<const bp::TableNode*> lifted = RenderFiles(buffer, document, view, alerts);
   RenderAlertSummary(buffer, document, anchors);
+  RenderContents(buffer, document, view);
   out << buffer;
   std::size_t index = 0;
   for (const Document::Item& item : document.Items()) {
     buffer.clear();
     ++index;
     if (const auto* table = std::get_if<Document::Table>(&item)) {
+      if (std::find(lifted.begin(), lifted.end(), table->get()) != lifted.end()) continue;
       view.Build(**table);
       if (!view.Visible()) continue;
-      const std::string id = "item-" + std::to_string(index);
-      buffer += "<section class=\"item\" id=\"" + id + "\">\n";
-      RenderItemAlerts(buffer, alerts, view.Title());
-      RenderTable(buffer, view);
-      AppendBarChart(buffer, ChartBars(view), id + "-chart", "Percents of " + std::string(view.Title()));
-      if (const Histogram* histogram = document.HistogramOf(*table)) {
-        AppendHistogram(buffer, *histogram, id + "-histogram", "Distribution of " + std::string(view.Title()));
-      }
-      buffer += "</section>\n";
+      RenderItem(buffer, document, *table, view, index, alerts);
     } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
       buffer += "<h1>";
       Escape(buffer, (*heading)->text);

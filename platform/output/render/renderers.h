@@ -11,9 +11,14 @@
 namespace codebook::output {
 
 struct TextOptions {
+  // The narrowest screen text output is made for: a codebook's table keeps
+  // a few characters per column there, and narrower it would be unreadable.
+  static constexpr int kMinimumWidth = 30;
   bool ascii = false;       // '-', '|' and '+' instead of box drawing
   int maxColumnWidth = 40;  // longer cell texts wrap
-  int width = 0;            // the screen's columns, which tables fit into; 0: no limit
+  // The screen's columns (kMinimumWidth or more), which every line fits
+  // into: tables, their titles, messages and alerts; 0: no limit.
+  int width = 0;
 };
 
 // For terminals: each table under its title in a box, row groups shown by

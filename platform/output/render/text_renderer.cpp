@@ -9,6 +9,7 @@
 // buffer per table.
 #include <algorithm>
 #include <deque>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -206,19 +207,23 @@ std::vector<int> ColumnWidths(const Layout& layout) {
   return widths;
 }
 
-// Narrows the text columns, widest first, until the box fits the screen or
-// no text column can give more. Numbers are never wrapped.
-bool FitToScreen(std::vector<int>& widths, const std::vector<char>& textColumn, int screen) {
-  constexpr int kNarrowest = 8;
+int BoxWidth(const std::vector<int>& widths) {
   int total = 1;
   for (const int width : widths) total += width + 3;
+  return total;
+}
+
+// Takes a column at a time off the widest of the columns `may` allows,
+// never below its floor, until the box fits the screen; false when nothing
+// could be taken.
+template <typename May>
+bool Narrow(std::vector<int>& widths, const std::vector<int>& floors, int screen, May may) {
+  int total = BoxWidth(widths);
   bool changed = false;
   while (total > screen) {
     std::size_t widest = widths.size();
     for (std::size_t c = 0; c < widths.size(); ++c) {
-      if (textColumn[c] != 0 && widths[c] > kNarrowest && (widest == widths.size() || widths[c] > widths[widest])) {
-        widest = c;
-      }
+      if (may(c) && widths[c] > floors[c] && (widest == widths.size() || widths[c] > widths[widest])) widest = c;
     }
     if (widest == widths.size()) break;
     --widths[widest];
@@ -226,6 +231,48 @@ bool FitToScreen(std::vector<int>& widths, const std::vector<char>& textColumn, 
     changed = true;
   }
   return changed;
+}
+
+// Narrows the columns until the box fits the screen, giving up readability
+// a step at a time: the text columns down to a few words' width, then down
+// to a few characters (the row labels keep room for their indentation),
+// then the numeric columns down to their widest number (their headings
+// wrap), and only then are numbers broken.
+bool FitToScreen(std::vector<int>& widths, const std::vector<char>& textColumn, const std::vector<int>& widestNumber,
+                 int labelFloor, int screen) {
+  constexpr int kReadable = 8;
+  constexpr int kFewCharacters = 3;
+  const std::size_t count = widths.size();
+  const auto text = [&](std::size_t c) { return textColumn[c] != 0; };
+  const auto numeric = [&](std::size_t c) { return textColumn[c] == 0; };
+  std::vector<int> floors(count, kReadable);
+  floors[0] = std::max(kReadable, labelFloor);
+  bool changed = Narrow(widths, floors, screen, text);
+  for (std::size_t c = 0; c < count; ++c) floors[c] = c == 0 ? std::max(kFewCharacters, labelFloor) : kFewCharacters;
+  changed = Narrow(widths, floors, screen, text) || changed;
+  for (std::size_t c = 0; c < count; ++c) floors[c] = std::max(1, widestNumber[c]);
+  changed = Narrow(widths, floors, screen, numeric) || changed;
+  std::fill(floors.begin(), floors.end(), 1);
+  changed = Narrow(widths, floors, screen, numeric) || changed;
+  return changed;
+}
+
+// Text outside the boxes (titles, headings, messages, alerts): lines of at
+// most `width` columns (0: as they are), continuation lines after `indent`
+// blanks.
+void AppendWrapped(std::string& out, std::string_view text, int width, int indent = 0) {
+  if (width <= 0 || DisplayWidth(text) <= width) {
+    out += text;
+    out += '\n';
+    return;
+  }
+  bool first = true;
+  for (const std::string& line : WrapText(text, std::max(1, width - indent))) {
+    if (!first) out.append(static_cast<std::size_t>(indent), ' ');
+    out += line;
+    out += '\n';
+    first = false;
+  }
 }
 
 void RenderTable(std::string& out, Layout& layout, const TableView& view, const TextOptions& options) {
@@ -250,16 +297,23 @@ void RenderTable(std::string& out, Layout& layout, const TableView& view, const 
   const std::vector<int> limits(columnCount, maxWidth);
   BuildRows(layout, view, limits, false, numericColumn);
   std::vector<int> widths = ColumnWidths(layout);
-  if (options.width > 0 && FitToScreen(widths, textColumn, options.width)) {
+  std::vector<int> widestNumber(columnCount, 0);
+  int deepest = 0;
+  if (options.width > 0) {
+    for (const ViewCell& cell : view.cells()) {
+      if (!cell.content->numeric) continue;
+      int& widest = widestNumber[static_cast<std::size_t>(cell.column) + 1];
+      widest = std::max(widest, DisplayWidth(cell.content->text));
+    }
+    for (const ViewEntry& entry : view.entries()) deepest = std::max(deepest, entry.depth);
+  }
+  if (options.width > 0 && FitToScreen(widths, textColumn, widestNumber, 2 * deepest + 1, options.width)) {
     const std::vector<int> fitted = widths;
     BuildRows(layout, view, fitted, true, numericColumn);
     widths = ColumnWidths(layout);
   }
 
-  if (!view.Title().empty()) {
-    out += layout.Escaped(view.Title());
-    out += '\n';
-  }
+  if (!view.Title().empty()) AppendWrapped(out, layout.Escaped(view.Title()), options.width);
   AppendRule(out, widths, box, box.topLeft, box.teeDown, box.topRight);
   const std::size_t bodyStart = view.OneDimensional() ? 0 : 1;
   for (std::size_t r = 0; r < layout.Rows(); ++r) {
@@ -282,33 +336,37 @@ void RenderText(const Document& document, std::ostream& out, const TextOptions& 
   Layout layout;
   std::string buffer;
   for (const Document::Item& item : document.Items()) {
+    buffer.clear();
     if (const auto* table = std::get_if<Document::Table>(&item)) {
       view.Build(**table);
       if (!view.Visible()) continue;
-      buffer.clear();
       if (!first) buffer += '\n';
       RenderTable(buffer, layout, view, options);
-      out << buffer;
       lastWasTable = true;
     } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
-      if (!first) out << '\n';
-      out << "==> " << EscapeForTerminal((*heading)->text) << " <==\n";
+      if (!first) buffer += '\n';
+      AppendWrapped(buffer, "==> " + EscapeForTerminal((*heading)->text) + " <==", options.width, 4);
       lastWasTable = false;
     } else {
-      if (lastWasTable) out << '\n';
-      WriteMessageText(*std::get<Document::MessageItem>(item), out);
-      out << '\n';
+      if (lastWasTable) buffer += '\n';
+      std::ostringstream message;
+      WriteMessageText(*std::get<Document::MessageItem>(item), message);
+      AppendWrapped(buffer, message.str(), options.width, 2);
       lastWasTable = false;
     }
+    out << buffer;
     first = false;
   }
   if (document.AlertsChecked() && !document.Alerts().empty()) {
-    if (!first) out << '\n';
-    out << "Data-quality alerts\n";
+    buffer.clear();
+    if (!first) buffer += '\n';
+    buffer += "Data-quality alerts\n";
     for (const Alert& alert : document.Alerts()) {
-      out << "  " << (alert.item.empty() ? std::string("(file)") : EscapeForTerminal(alert.item)) << ": "
-          << EscapeForTerminal(alert.text) << '\n';
+      const std::string line = "  " + (alert.item.empty() ? std::string("(file)") : EscapeForTerminal(alert.item)) +
+                               ": " + EscapeForTerminal(alert.text);
+      AppendWrapped(buffer, line, options.width, 4);
     }
+    out << buffer;
   }
 }
 

@@ -2,8 +2,11 @@
 // and none on one that has no problem.
 #include <gtest/gtest.h>
 
+#include <map>
 #include <memory>
+#include <set>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "platform/data/dataset_builder.h"
@@ -15,13 +18,59 @@ namespace {
 
 using data::DatasetBuilder;
 
-// The alerts of every variable of a dataset, its cases fed to a tally that
-// counts every value, as a pass would feed them. (Without such a tally the
-// values come from the procedure's tables; the program's tests see those.)
-std::vector<output::Alert> AlertsOf(const std::shared_ptr<data::Dataset>& dataset, int weightIndex = -1) {
-  exporting::TallyOptions options;
-  options.countValues = true;
-  exporting::ValueTally tally(*dataset, weightIndex, options);
+// The facts a categorical table of each variable would give: a counted
+// row per value met, user-missing ones under "Missing Values", and the
+// system-missing cases as the "System" row. The cases go to a tally of the
+// weights, as a pass would feed them.
+std::vector<exporting::ItemFacts> TablesOf(const data::Dataset& dataset) {
+  std::vector<exporting::ItemFacts> items(static_cast<std::size_t>(dataset.ColumnCount()));
+  std::vector<std::map<std::variant<double, std::string>, double>> counts(items.size());
+  std::vector<double> system(items.size(), 0);
+  const data::Dictionary& dictionary = dataset.GetDictionary();
+  auto cases = dataset.OpenCases();
+  while (const OBS* cells = cases->Next()) {
+    for (int i = 0; i < dataset.ColumnCount(); ++i) {
+      const data::Variable& variable = *dictionary.GetVariable(i);
+      const OBS* value = cells + dictionary.CellOffset(i);
+      if (!variable.IsNumeric()) {
+        std::string text(variable.StringValue(value));
+        while (!text.empty() && text.back() == ' ') text.pop_back();
+        counts[static_cast<std::size_t>(i)][text] += 1;
+      } else if (value->d == kSysmis) {
+        system[static_cast<std::size_t>(i)] += 1;
+      } else {
+        counts[static_cast<std::size_t>(i)][value->d] += 1;
+      }
+    }
+  }
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    const data::Variable& variable = *dictionary.GetVariable(static_cast<int>(i));
+    items[i].name = variable.GetName();
+    for (const auto& [value, count] : counts[i]) {
+      exporting::CategoryFact row;
+      if (const auto* number = std::get_if<double>(&value)) {
+        row.value = *number;
+        row.missing = variable.Missing().IsMissing(*number);
+      } else {
+        row.value = std::get<std::string>(value);
+        row.missing = variable.Missing().IsMissing(std::string_view(std::get<std::string>(value)));
+      }
+      row.count = count;
+      items[i].categories.push_back(row);
+    }
+    if (system[i] > 0) {
+      exporting::CategoryFact row;
+      row.missing = row.systemMissing = true;
+      row.count = system[i];
+      items[i].categories.push_back(row);
+    }
+  }
+  return items;
+}
+
+std::vector<output::Alert> AlertsOf(const std::shared_ptr<data::Dataset>& dataset, int weightIndex = -1,
+                                    const std::set<int>& hidden = {}) {
+  exporting::ValueTally tally(*dataset, weightIndex, AlertTallyOptions());
   const int weightOffset = weightIndex >= 0 ? dataset->GetDictionary().CellOffset(weightIndex) : 0;
   auto cases = dataset->OpenCases();
   data::CaseBatch batch;
@@ -34,13 +83,7 @@ std::vector<output::Alert> AlertsOf(const std::shared_ptr<data::Dataset>& datase
     batch.weights() = {weight};
     tally.Observe(batch);
   }
-  std::vector<exporting::ItemFacts> items;
-  for (int i = 0; i < dataset->ColumnCount(); ++i) {
-    exporting::ItemFacts item;
-    item.name = dataset->GetVariable(i)->GetName();
-    items.push_back(item);
-  }
-  return FindAlerts(items, *dataset, &tally, weightIndex);
+  return FindAlerts(TablesOf(*dataset), *dataset, &tally, weightIndex, hidden);
 }
 
 std::vector<std::string> Kinds(const std::vector<output::Alert>& alerts) {
@@ -100,6 +143,63 @@ TEST(Alerts, EachProblemGivesItsOwnAlert) {
     EXPECT_EQ(kinds, c.expected) << c.what;
     for (const output::Alert& alert : alerts) EXPECT_FALSE(alert.text.empty()) << c.what;
   }
+}
+
+TEST(Alerts, ScaleTablesTellUnusedLabelsByTheirLabeledValues) {
+  // A scale variable's table counts its labelled values apart ("Labeled
+  // Values"): a count of 0 is a label nobody chose; the other values are
+  // not listed, so nothing is said of them.
+  auto dataset = DatasetBuilder().Numeric("age").Level(3).ValueLabel(0.0, "Never").ValueLabel(999, "Refused")
+                     .MissingDiscrete({999}).Cases({{30}, {999}}).Build();
+  exporting::ItemFacts item;
+  item.name = "age";
+  item.valid = 1;
+  item.missing = 1;
+  for (const auto& [value, count] : {std::pair{0.0, 0.0}, std::pair{999.0, 1.0}}) {
+    exporting::CategoryFact row;
+    row.value = value;
+    row.count = count;
+    row.labeledOnly = true;
+    item.categories.push_back(row);
+  }
+  const auto alerts = FindAlerts({item}, *dataset, nullptr, -1);
+  ASSERT_EQ(Kinds(alerts), Kinds_{"age:unused-label"});
+  EXPECT_EQ(alerts[0].text, "Value labels with no cases: 0 \"Never\".");
+
+  // Rows listed without counts (STATISTICS NONE) are no evidence at all.
+  for (exporting::CategoryFact& row : item.categories) row.count.reset();
+  item.valid = item.missing = std::nullopt;
+  EXPECT_EQ(Kinds(FindAlerts({item}, *dataset, nullptr, -1)), Kinds_{});
+}
+
+TEST(Alerts, HiddenValuesAreCountedNeverShown) {
+  // The same problems, hidden or not; hidden, no value and no label text.
+  auto dataset = DatasetBuilder()
+                     .Numeric("code").ValueLabel(1, "Yes").ValueLabel(2, "Yes").ValueLabel(3, "Maybe")
+                     .MissingDiscrete({99})
+                     .Cases({{424242}, {424242}, {424242}, {99}})
+                     .Build();
+  const auto shown = AlertsOf(dataset);
+  const auto hidden = AlertsOf(dataset, -1, {0});
+  EXPECT_EQ(Kinds(hidden), Kinds(shown));
+  EXPECT_EQ(Kinds(hidden), (Kinds_{"code:constant", "code:unused-label", "code:unlabeled-value",
+                                   "code:unlabeled-missing-code", "code:duplicate-label"}));
+  bool shownHasValue = false;
+  for (const output::Alert& alert : shown) shownHasValue = shownHasValue || alert.text.find("424242") != std::string::npos;
+  EXPECT_TRUE(shownHasValue);
+  for (const output::Alert& alert : hidden) {
+    for (const char* secret : {"424242", "99", "Yes", "Maybe"}) {
+      EXPECT_EQ(alert.text.find(secret), std::string::npos) << alert.text;
+    }
+  }
+  EXPECT_EQ(hidden[2].text, "2 values without a label.");  // 424242 and 99
+}
+
+TEST(Alerts, ABlankValueIsNamed) {
+  auto dataset = DatasetBuilder().String("s", 4).Cases({{""}, {"    "}}).Build();
+  const auto alerts = AlertsOf(dataset);
+  ASSERT_EQ(Kinds(alerts), Kinds_{"s:constant"});
+  EXPECT_EQ(alerts[0].text, "Only one valid value occurs: (blank).");
 }
 
 TEST(Alerts, WeightProblemsAreCountedByKind) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -81,6 +82,41 @@ TEST(HtmlChart, ManyCategoriesStaySmallAndLabelsAreEscaped) {
   std::string none;
   AppendBarChart(none, {}, "c3", "nothing");
   EXPECT_TRUE(none.empty());
+}
+
+TEST(HtmlChart, HistogramsNameValuesInTheVariablesFormat) {
+  Histogram money;
+  money.low = 400;
+  money.high = 1250.5;
+  money.weights = {2, 1};
+  money.p25 = 400;
+  money.p50 = 800;
+  money.p75 = 1200;
+  money.format = VELA_Format(VELA_Format::DOLLAR, 10, 2);
+  std::string svg;
+  AppendHistogram(svg, money, "h1", "Distribution of price");
+  EXPECT_NE(svg.find("2 bins from $400.00 to $1,250.50, 3 valid cases (weighted); quartiles $400.00, $800.00 and "
+                     "$1,200.00</desc>"),
+            std::string::npos)
+      << svg;
+  EXPECT_NE(svg.find(">$400.00</text>"), std::string::npos) << svg;
+  EXPECT_NE(svg.find(">$1,250.50</text>"), std::string::npos) << svg;
+
+  // Seconds since the calendar's origin read as dates; without a format,
+  // plain numbers.
+  Histogram dates = money;
+  dates.low = 13923446400;   // 1 January 2024
+  dates.high = 13954982400;  // 31 December 2024
+  dates.p25 = dates.p50 = dates.p75 = std::numeric_limits<double>::quiet_NaN();
+  dates.format = VELA_Format(VELA_Format::DATE, 11, 0);
+  svg.clear();
+  AppendHistogram(svg, dates, "h2", "Distribution of day");
+  EXPECT_NE(svg.find("from 01-JAN-2024 to 31-DEC-2024"), std::string::npos) << svg;
+  EXPECT_EQ(svg.find("e+10"), std::string::npos) << svg;
+  dates.format.reset();
+  svg.clear();
+  AppendHistogram(svg, dates, "h3", "Distribution of day");
+  EXPECT_NE(svg.find("from 1.39234e+10"), std::string::npos) << svg;
 }
 
 TEST(HtmlReport, ContentsLinkEveryTableAndChartsFollowTheirTables) {

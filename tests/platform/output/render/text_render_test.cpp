@@ -81,6 +81,16 @@ TEST_F(SmallDocument, HtmlEscapesEverything) {
   EXPECT_NE(html.find("a &amp; &quot;b&quot; &#39;c&#39;"), std::string::npos);
 }
 
+TEST_F(SmallDocument, HtmlShowsControlCharactersAsEscapes) {
+  // What a label read in the wrong code page holds: C0 and C1 controls
+  // beside text that stays as it is, tab and line ends included.
+  Add("x", "a\x1B[31m\x01\x7F b\tc \xC2\x85 d \xC3\xA9 \xC2\xA0" "e");
+  const std::string html = Render(RenderHtml);
+  EXPECT_NE(html.find("a\\x1B[31m\\x01\\x7F b\tc \\u0085 d \xC3\xA9 \xC2\xA0" "e"), std::string::npos) << html;
+  for (const char control : {'\x1B', '\x01', '\x7F'}) EXPECT_EQ(html.find(control), std::string::npos);
+  EXPECT_EQ(html.find("\xC2\x85"), std::string::npos);
+}
+
 TEST(Renderers, MessagesAppearInDocumentOrder) {
   Document document;
   AddMessage(document, Severity::kWarning, "CODEBOOK", 1, "first");
