@@ -6,6 +6,21 @@ target_sources(cb_data PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/bytecode_encoder.cpp
   ${CMAKE_CURRENT_LIST_DIR}/data_stream.cpp
   ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/attributes.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/build_dictionary.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/case_plan.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/character_encoding.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/decode_context.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/display_parameters.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/documents.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/long_names.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/long_string_missing_values.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/long_string_value_labels.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/machine_info.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/multiple_response_sets.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/value_labels.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/variable_records.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/dictionary_decoder/very_long_strings.cpp
   ${CMAKE_CURRENT_LIST_DIR}/format_codes.cpp
   ${CMAKE_CURRENT_LIST_DIR}/raw_dictionary.cpp
   ${CMAKE_CURRENT_LIST_DIR}/read_dataset.cpp
