@@ -9,6 +9,7 @@ find build-cov -name '*.gcda' -delete
 ctest --test-dir build-cov -j"$(nproc)" --output-on-failure >/dev/null
 for part in platform backend cli; do
   printf '%s: ' "$part"
-  gcovr --root . --object-directory build-cov --filter "$part/" --exclude '.*/host/.*' --gcov-ignore-errors=no_working_dir_found \
-    --print-summary -o /dev/null 2>/dev/null | grep '^lines:'
+  # The host headers are the platform's interface, counted with neither half.
+  gcovr --root . --object-directory build-cov --filter "$part/" --exclude '.*/host/.*' \
+    --print-summary -o /dev/null 2>/dev/null | grep '^lines:' || echo 'no coverage data'
 done
