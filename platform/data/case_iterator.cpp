@@ -2,6 +2,10 @@
 // case at a time; nothing is copied or allocated per case.
 #include "platform/data/case_source.h"
 
+// The abstract classes' vtables and type information live in this library,
+// which the procedure module links.
+VELA_InputCaseIterator::~VELA_InputCaseIterator() = default;
+
 ProcDSIterator::ProcDSIterator(std::unique_ptr<Source> source) : source_(std::move(source)) {}
 
 ProcDSIterator::~ProcDSIterator() = default;

@@ -4,6 +4,9 @@
 #include <charconv>
 #include <stdexcept>
 
+// Defined here so that the host class's vtable lives in this library.
+VELA_Variable::~VELA_Variable() = default;
+
 namespace codebook::data {
 
 namespace {

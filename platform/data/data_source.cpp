@@ -12,6 +12,8 @@ const std::vector<DSDocument> kNoDocuments;
 
 }  // namespace
 
+VELA_DataSource::~VELA_DataSource() = default;
+
 ProcedureDataSource::ProcedureDataSource() : selection_(codebook::data::ActiveSelection()) {}
 
 ProcedureDataSource::ProcedureDataSource(std::shared_ptr<const Selection> selection)
