@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/data/format_traits.h"
 #include "platform/output/format/calendar.h"
 #include "platform/output/format/format_internal.h"
 
@@ -203,7 +204,8 @@ std::optional<std::string> DateTimeText(double value, const VELA_Format& format,
   const int width = format.Width();
   const int decimals = format.Decimals();
 
-  if (type == VELA_Format::WKDAY || type == VELA_Format::MONTH) {
+  const data::FormatTraits* traits = data::FindFormatTraits(type);
+  if (traits && traits->kind == data::FormatKind::kDayOrMonth) {
     const bool weekday = type == VELA_Format::WKDAY;
     const double number = std::floor(value);
     if (number < 1 || number > (weekday ? 7 : 12)) {

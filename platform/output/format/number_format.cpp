@@ -10,6 +10,7 @@
 
 #include "host/data/obs.h"
 
+#include "platform/data/format_traits.h"
 #include "platform/output/format/decimal.h"
 #include "platform/output/format/format_internal.h"
 #include "platform/output/format/value_format.h"
@@ -43,6 +44,11 @@ using detail::FitField;
 using detail::MissingText;
 using detail::Stars;
 
+bool HasKind(unsigned int type, data::FormatKind kind) {
+  const data::FormatTraits* traits = data::FindFormatTraits(type);
+  return traits && traits->kind == kind;
+}
+
 constexpr int kMaxDecimals = 16;
 // A cell never grows past this: beyond it a fixed-point number is shown in
 // scientific notation instead.
@@ -54,6 +60,29 @@ struct FixedStyle {
   const char* prefix = "";
   const char* suffix = "";
 };
+
+FixedStyle StyleOf(unsigned int type) {
+  FixedStyle style;
+  switch (type) {
+    case VELA_Format::COMMA:
+      style.grouping = ',';
+      break;
+    case VELA_Format::DOT:
+      style.grouping = '.';
+      style.decimalPoint = ',';
+      break;
+    case VELA_Format::DOLLAR:
+      style.grouping = ',';
+      style.prefix = "$";
+      break;
+    case VELA_Format::PCT:
+      style.suffix = "%";
+      break;
+    default:
+      break;
+  }
+  return style;
+}
 
 std::string GroupDigits(const std::string& digits, char separator) {
   if (separator == 0 || digits.size() <= 3) return digits;
@@ -208,24 +237,11 @@ std::string FormatGeneral(double value, int width, FieldMode mode) {
 
 }  // namespace
 
-bool IsDateFormat(unsigned int type) {
-  switch (type) {
-    case VELA_Format::DATE: case VELA_Format::ADATE: case VELA_Format::EDATE:
-    case VELA_Format::SDATE: case VELA_Format::JDATE: case VELA_Format::QYR:
-    case VELA_Format::MOYR: case VELA_Format::WKYR:
-      return true;
-    default:
-      return false;
-  }
-}
+bool IsDateFormat(unsigned int type) { return HasKind(type, data::FormatKind::kDate); }
 
-bool IsDateTimeFormat(unsigned int type) {
-  return type == VELA_Format::DATETIME || type == VELA_Format::YMDHMS;
-}
+bool IsDateTimeFormat(unsigned int type) { return HasKind(type, data::FormatKind::kDateTime); }
 
-bool IsDurationFormat(unsigned int type) {
-  return type == VELA_Format::TIME || type == VELA_Format::DTIME || type == VELA_Format::MTIME;
-}
+bool IsDurationFormat(unsigned int type) { return HasKind(type, data::FormatKind::kDuration); }
 
 std::string FormatNumber(double value, const VELA_Format& format, FieldMode mode) {
   int width = format.Width();
@@ -233,53 +249,33 @@ std::string FormatNumber(double value, const VELA_Format& format, FieldMode mode
   if (width < 1) width = 1;
   if (!std::isfinite(value) || value == kSysmis) return MissingText(width, mode);
 
-  FixedStyle style;
-  switch (format.TypeEx()) {
-    case VELA_Format::F: case VELA_Format::IB: case VELA_Format::PIB: case VELA_Format::P:
-    case VELA_Format::PK: case VELA_Format::RB: case VELA_Format::CCA: case VELA_Format::CCB:
-    case VELA_Format::CCC: case VELA_Format::CCD: case VELA_Format::CCE:
-      return FormatFixed(value, width, decimals, style, mode);
-    case VELA_Format::COMMA:
-      style.grouping = ',';
-      return FormatFixed(value, width, decimals, style, mode);
-    case VELA_Format::DOT:
-      style.grouping = '.';
-      style.decimalPoint = ',';
-      return FormatFixed(value, width, decimals, style, mode);
-    case VELA_Format::DOLLAR:
-      style.grouping = ',';
-      style.prefix = "$";
-      return FormatFixed(value, width, decimals, style, mode);
-    case VELA_Format::PCT:
-      style.suffix = "%";
-      return FormatFixed(value, width, decimals, style, mode);
-    case VELA_Format::E:
+  const unsigned int type = format.TypeEx();
+  const data::FormatTraits* traits = data::FindFormatTraits(type);
+  // A string or invalid format on a number: the reader's substitute F8.2.
+  switch (traits ? traits->kind : data::FormatKind::kString) {
+    case data::FormatKind::kString:
+      return FormatFixed(value, 8, 2, FixedStyle{}, mode);
+    case data::FormatKind::kFixed:
+      return FormatFixed(value, width, decimals, StyleOf(type), mode);
+    case data::FormatKind::kScientific:
       return FormatScientific(value, width, decimals, mode);
-    case VELA_Format::N:
-      return FormatZoned(value, width, decimals, false, mode);
-    case VELA_Format::Z:
-      return FormatZoned(value, width, decimals, true, mode);
-    case VELA_Format::PIBHEX:
+    case data::FormatKind::kZoned:
+      return FormatZoned(value, width, decimals, type == VELA_Format::Z, mode);
+    case data::FormatKind::kHex:
+      if (type == VELA_Format::RBHEX) return FormatRbHex(value, width, mode);
       return FormatPibHex(value, width, mode);
-    case VELA_Format::RBHEX:
-      return FormatRbHex(value, width, mode);
-    case VELA_Format::G:
+    case data::FormatKind::kGeneral:
       return FormatGeneral(value, width, mode);
-    case VELA_Format::DATE: case VELA_Format::ADATE: case VELA_Format::EDATE:
-    case VELA_Format::SDATE: case VELA_Format::JDATE: case VELA_Format::QYR:
-    case VELA_Format::MOYR: case VELA_Format::WKYR: case VELA_Format::DATETIME:
-    case VELA_Format::YMDHMS: case VELA_Format::TIME: case VELA_Format::DTIME:
-    case VELA_Format::MTIME: case VELA_Format::WKDAY: case VELA_Format::MONTH: {
+    case data::FormatKind::kDate: case data::FormatKind::kDateTime:
+    case data::FormatKind::kDuration: case data::FormatKind::kDayOrMonth: {
       bool isMissing = false;
       std::optional<std::string> text = detail::DateTimeText(value, format, mode, isMissing);
       if (isMissing) return MissingText(width, mode);
       if (!text) return Stars(width);
       return FitField(std::move(*text), width, mode);
     }
-    default:
-      // A string or invalid format on a number: the reader's substitute F8.2.
-      return FormatFixed(value, 8, 2, style, mode);
   }
+  return FormatFixed(value, 8, 2, FixedStyle{}, mode);
 }
 
 }  // namespace codebook::output
