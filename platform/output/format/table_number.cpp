@@ -1,5 +1,6 @@
 #include "platform/output/format/table_number.h"
 
+#include "platform/data/format_traits.h"
 #include "platform/output/format/value_format.h"
 
 namespace codebook::output {
@@ -9,17 +10,10 @@ namespace {
 constexpr int kCellWidth = 40;
 constexpr int kMaxDecimals = 16;
 
+// A string or invalid format on a statistic: the reader's substitute F8.2.
 VELA_Format Usable(const VELA_Format& format) {
-  switch (format.TypeEx()) {
-    case VELA_Format::kNone: case VELA_Format::A: case VELA_Format::AHEX:
-      return VELA_Format(VELA_Format::F, 8, 2);
-    default:
-      break;
-  }
-  if (format.TypeEx() > VELA_Format::G && format.TypeEx() != VELA_Format::MTIME &&
-      format.TypeEx() != VELA_Format::YMDHMS) {
-    return VELA_Format(VELA_Format::F, 8, 2);
-  }
+  const data::FormatTraits* traits = data::FindFormatTraits(format.TypeEx());
+  if (!traits || traits->IsString()) return VELA_Format(VELA_Format::F, 8, 2);
   return format;
 }
 

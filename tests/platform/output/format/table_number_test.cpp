@@ -47,6 +47,16 @@ TEST(TableNumber, MeanAndStdDevOfPlainNumbersHaveTwoMoreDecimals) {
   EXPECT_EQ(FormatTableNumber(2.5, BpFormatSpec(BpFormatSpec::kMean, VELA_Format())), "2.5000");
 }
 
+// A code that names no format (13, 14, 18, 19, 41..84 or past 86) is as
+// unusable as a string format, whatever its decimals say.
+TEST(TableNumber, UnnamedFormatCodesCountAsTheDefaultFormat) {
+  for (const int code : {13, 19, 41, 84, 87}) {
+    const auto type = static_cast<VELA_Format::FormatType>(code);
+    EXPECT_EQ(FormatTableNumber(2.5, Fmt(BpFormatSpec::kMean, type, 8, 0)), "2.5000") << code;
+  }
+  EXPECT_EQ(FormatTableNumber(2.5, Fmt(BpFormatSpec::kMean, VELA_Format::A, 8, 0)), "2.5000");
+}
+
 TEST(TableNumber, DateVariablesKeepTheirFormatAndDeviateInDurations) {
   constexpr double k1970 = 12219379200.0;
   const double oneDayOneHour = 86400 + 3600 + 61;
