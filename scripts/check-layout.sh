@@ -46,7 +46,7 @@ while IFS= read -r source; do
     dir=$(dirname "$dir")
   done
   ((found)) || problem "$source is not in the build (${name} is named in no CMake file above it)"
-done < <(find backend platform cli tests bench data -name '*.cpp' | sort)
+done < <(find backend platform cli tests bench data testing -name '*.cpp' | sort)
 
 # File length.
 while IFS= read -r file; do
@@ -54,7 +54,7 @@ while IFS= read -r file; do
   if ((lines > 700)); then
     problem "$file has $lines lines (more than 700)"
   fi
-done < <(find backend platform cli tests bench data scripts \( -name '*.cpp' -o -name '*.h' -o -name '*.sh' \) | sort)
+done < <(find backend platform cli tests bench data testing scripts \( -name '*.cpp' -o -name '*.h' -o -name '*.sh' \) | sort)
 
 ((problems == 0)) || exit 1
 echo "check-layout: ok"

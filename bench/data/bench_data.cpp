@@ -25,13 +25,13 @@
 #include <unistd.h>
 
 #include "platform/data/dataset.h"
-#include "platform/data/dataset_builder.h"
 #include "platform/data/sav/byte_source.h"
 #include "platform/data/sav/raw_dictionary.h"
 #include "platform/data/sav/read_dataset.h"
 #include "platform/data/sav/warnings.h"
 #include "platform/data/sav/write_dataset.h"
 #include "platform/data/sav/zlib_layout.h"
+#include "testing/dataset_builder.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // A dataset: its dictionary, its declared case count and a way to open its
 // cases as often as a procedure makes a pass. The file reader makes one for a
-// file; DatasetBuilder makes one over cases held in memory.
+// file; tests make one over cases held in memory (testing/dataset_builder.h).
 #pragma once
 
 #include <cstdint>

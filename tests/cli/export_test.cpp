@@ -20,8 +20,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/data/dataset_builder.h"
 #include "platform/data/sav/write_dataset.h"
+#include "testing/dataset_builder.h"
 #include "tests/cli/program_harness.h"
 
 namespace {

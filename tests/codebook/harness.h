@@ -10,11 +10,11 @@
 #include "host/data/data_source.h"
 #include "host/syntax/parser_message.h"
 #include "parser/cbkparser.h"
-#include "platform/data/dataset_builder.h"
 #include "platform/data/selection.h"
 #include "platform/syntax/command_splitter.h"
 #include "platform/syntax/current_command.h"
 #include "platform/syntax/message_sink.h"
+#include "testing/dataset_builder.h"
 
 namespace cbtest {
 

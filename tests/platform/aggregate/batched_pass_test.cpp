@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "platform/aggregate/batched_pass.h"
-#include "platform/data/dataset_builder.h"
 #include "table_harness.h"
+#include "testing/dataset_builder.h"
 
 namespace codebook::aggregate {
 namespace {

@@ -9,8 +9,8 @@
 #include <random>
 
 #include "host/aggregate/aggregation_table.h"
-#include "platform/data/dataset_builder.h"
 #include "table_harness.h"
+#include "testing/dataset_builder.h"
 
 namespace codebook::aggregate {
 namespace {

@@ -9,8 +9,8 @@
 
 #include "host/aggregate/aggregation_table.h"
 #include "platform/aggregate/weighted_statistics.h"
-#include "platform/data/dataset_builder.h"
 #include "table_harness.h"
+#include "testing/dataset_builder.h"
 
 namespace codebook::aggregate {
 namespace {

@@ -6,8 +6,8 @@
 #include <cstring>
 
 #include "host/aggregate/aggregation_table.h"
-#include "platform/data/dataset_builder.h"
 #include "table_harness.h"
+#include "testing/dataset_builder.h"
 
 namespace codebook::aggregate {
 namespace {

@@ -10,8 +10,8 @@
 
 #include "host/data/documents.h"
 #include "host/data/variable_sets.h"
-#include "platform/data/dataset_builder.h"
-#include "platform/data/in_memory_cases.h"
+#include "testing/dataset_builder.h"
+#include "testing/in_memory_cases.h"
 
 using codebook::data::CaseStream;
 using codebook::data::DatasetBuilder;

@@ -12,13 +12,13 @@
 #include <string>
 
 #include "platform/data/data_error.h"
-#include "platform/data/dataset_builder.h"
 #include "platform/data/sav/byte_source.h"
 #include "platform/data/sav/raw_dictionary.h"
 #include "platform/data/sav/read_dataset.h"
 #include "platform/data/sav/warnings.h"
 #include "platform/data/sav/write_dataset.h"
 #include "platform/data/sav/zlib_stream.h"
+#include "testing/dataset_builder.h"
 #include "tests/platform/data/sav_test_util.h"
 
 namespace codebook::data {

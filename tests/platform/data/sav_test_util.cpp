@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "platform/data/dataset_builder.h"
 #include "platform/data/sav/byte_source.h"
 #include "platform/data/sav/raw_dictionary.h"
 #include "platform/data/sav/warnings.h"
 #include "platform/data/sav/write_dataset.h"
 #include "platform/data/sav/zlib_layout.h"
+#include "testing/dataset_builder.h"
 
 namespace codebook::data::test {
 

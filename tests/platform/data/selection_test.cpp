@@ -9,8 +9,8 @@
 
 #include "platform/data/active_dataset.h"
 #include "platform/data/case_source.h"
-#include "platform/data/dataset_builder.h"
 #include "platform/data/selection.h"
+#include "testing/dataset_builder.h"
 
 using codebook::data::Dataset;
 using codebook::data::DatasetBuilder;

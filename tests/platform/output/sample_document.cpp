@@ -5,8 +5,8 @@
 
 #include "host/output/bp_procedure.h"
 #include "platform/data/active_dataset.h"
-#include "platform/data/dataset_builder.h"
 #include "platform/output/current_output.h"
+#include "testing/dataset_builder.h"
 
 namespace codebook::output::testing {
 

@@ -9,9 +9,9 @@
 #include <variant>
 #include <vector>
 
-#include "platform/data/dataset_builder.h"
 #include "platform/report/alerts.h"
 #include "platform/report/distributions.h"
+#include "testing/dataset_builder.h"
 
 namespace codebook::report {
 namespace {

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/data/dataset_builder.h"
 #include "platform/report/hidden_values.h"
+#include "testing/dataset_builder.h"
 
 namespace codebook::report {
 namespace {

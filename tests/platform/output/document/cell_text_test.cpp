@@ -9,8 +9,8 @@
 
 #include "host/output/bp_procedure.h"
 #include "platform/data/active_dataset.h"
-#include "platform/data/dataset_builder.h"
 #include "platform/output/document/cell_content.h"
+#include "testing/dataset_builder.h"
 
 namespace codebook::output {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/data/in_memory_cases.h"
+#include "testing/in_memory_cases.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
-#include "platform/data/dataset_builder.h"
+#include "testing/dataset_builder.h"
 
 #include <cstring>
 #include <stdexcept>
 
-#include "platform/data/in_memory_cases.h"
+#include "testing/in_memory_cases.h"
 
 namespace codebook::data {
 
