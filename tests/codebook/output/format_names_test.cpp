@@ -43,15 +43,6 @@ TEST(AttributeNames, ArraysAreNumberedWithTheDigitsOfTheirSize) {
   EXPECT_EQ(out, "Note[001]");
 }
 
-TEST(AttributeNames, HiddenNames) {
-  EXPECT_TRUE(IsHidden("@x"));
-  EXPECT_TRUE(IsHidden("$@Role"));
-  EXPECT_FALSE(IsHidden("$Reserved"));
-  EXPECT_FALSE(IsHidden("x@"));
-  EXPECT_FALSE(IsHidden(""));
-  EXPECT_FALSE(IsHidden("$"));
-}
-
 TEST(Comparators, Orderings) {
   const VarEntry a{"a", 2};
   const VarEntry b{"b", 1};

@@ -76,14 +76,6 @@ TEST(Entry, DamagedDataPassesTheHostErrorThroughWithNoTables) {
   EXPECT_EQ(run.document->Size(), 0u);
 }
 
-TEST(Entry, ValidCommandOnAGoodDatasetMakesItsTables) {
-  EntryRun run;
-  run.Run(cbtest::DatasetBuilder().Numeric("x").Level(1).Cases({{1}, {2}}).Build(),
-          "CODEBOOK x /FILEINFO CASECOUNT.");
-  EXPECT_EQ(run.document->Size(), 2u);
-  EXPECT_TRUE(run.messages.messages().empty());
-}
-
 TEST(Entry, FailedParseAndEmptyDatasetShowNothing) {
   EntryRun failed;
   failed.Run(cbtest::DatasetBuilder().Numeric("x").Cases({{1}}).Build(), "CODEBOOK nosuch.");
@@ -100,13 +92,6 @@ TEST(Entry, FailedParseAndEmptyDatasetShowNothing) {
   EntryRun none;
   none.Run(nullptr, "CODEBOOK.");
   EXPECT_EQ(none.document->Size(), 0u);
-}
-
-TEST(Entry, NoCasesReportsEmptyDatasetOnly) {
-  EntryRun run;
-  run.Run(cbtest::DatasetBuilder().Numeric("x").Build(), "CODEBOOK x /FILEINFO NAME.");
-  EXPECT_EQ(run.document->Size(), 0u);
-  EXPECT_THAT(cbtest::Texts(run.messages), testing::ElementsAre("error: Empty dataset."));
 }
 
 // A run owns its slots for its scope: runs on two threads at once each see

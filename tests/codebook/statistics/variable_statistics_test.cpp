@@ -160,31 +160,6 @@ TEST(Pass, SplitGroupEndsAreNotCounted) {
   EXPECT_EQ(stats[0], 3);
 }
 
-TEST(Pass, EmptyDatasetReturnsZero) {
-  auto ds = DatasetBuilder().Numeric("x").Level(1).Build();
-  Pass pass(ds);
-  pass.Variable("x", CBKVariable::kCategorical);
-  EXPECT_EQ(pass.Run(200), 0);
-  // Nothing was collected, and retrieval answers with nothing.
-  EXPECT_TRUE(pass.Counts(0).empty());
-}
-
-TEST(Retrieval, CategoriesMissingAndTotalOfAVariable) {
-  auto ds = DatasetBuilder()
-                .Numeric("x").Level(1).MissingDiscrete({9})
-                .Cases({{1}, {2}, {2}, {9}, {kSysmis}, {kSysmis}})
-                .Build();
-  Pass pass(ds);
-  pass.Variable("x", CBKVariable::kCategorical);
-  ASSERT_EQ(pass.Run(200), 6);
-  double missing = 0, total = 0;
-  // User-missing values are categories; system-missing is not.
-  EXPECT_THAT(pass.Counts(0, &missing, &total), ElementsAre(1, 2, 1));
-  EXPECT_EQ(missing, 3);
-  EXPECT_EQ(total, 6);
-  EXPECT_EQ(pass.statistics().GetWeightedCaseCount(), 6);
-}
-
 TEST(Retrieval, LabeledValuesOnlyListEveryLabelEvenWithoutCases) {
   auto ds = DatasetBuilder()
                 .Numeric("x").Level(3).ValueLabel(1, "one").ValueLabel(9, "nine").ValueLabel(5, "five")
@@ -210,50 +185,6 @@ TEST(Retrieval, LabeledValuesOnlyListEveryLabelEvenWithoutCases) {
   pass.statistics().GetContStats(1, stats);
   EXPECT_TRUE(stats.empty());
   EXPECT_TRUE(pass.Counts(0).empty());
-}
-
-TEST(Retrieval, SetsGiveMembersAndValues) {
-  auto ds = DatasetBuilder()
-                .Numeric("a").Numeric("b").Numeric("c")
-                .MRSet(cbtest::SetOf("$d", "", 2, {"a", "b", "c"}, "1"))
-                .MRSet(cbtest::SetOf("$c", "", 1, {"a", "b"}))
-                .Cases({{1, 0, 1}, {0, 0, 1}, {1, 5, 0}})
-                .Build();
-  Pass pass(ds);
-  pass.Variable("$d", CBKVariable::kCategorical).Variable("$c", CBKVariable::kCategorical);
-  ASSERT_EQ(pass.Run(200), 3);
-  std::vector<double> counts, percents;
-  std::vector<const OBS*> values;
-  std::vector<std::string> labels;
-  std::vector<int> members;
-  double missing = 0;
-  pass.statistics().GetCatStatValues(0, counts, percents, values, labels, members, missing);
-  EXPECT_THAT(members, ElementsAre(0, 2));  // b never holds the counted value
-  EXPECT_TRUE(values.empty());
-  EXPECT_THAT(counts, ElementsAre(2, 2));
-  EXPECT_EQ(labels.size(), 2u);
-
-  pass.statistics().GetCatStatValues(1, counts, percents, values, labels, members, missing);
-  ASSERT_EQ(values.size(), 3u);  // 0, 1, 5
-  EXPECT_EQ(values[2]->d, 5);
-  // Each value names the member in which it was first met: 0 and 5 in b.
-  EXPECT_THAT(members, ElementsAre(1, 0, 1));
-  EXPECT_THAT(counts, ElementsAre(2, 2, 1));
-}
-
-TEST(ScaleList, QuartilesExpandIntoThreeCutPoints) {
-  std::vector<AggregationStatistic> category;
-  std::vector<StatisticCodes> codes = {TableEncryptionCodes::kStatValidCount,
-                                       TableEncryptionCodes::kStatPercentile};
-  VariableStatistics statistics({}, category, codes);
-  std::vector<AggregationStatistic> out;
-  statistics.BuildScaleStatList(out, 4);
-  ASSERT_EQ(out.size(), 4u);
-  EXPECT_EQ(out[0].GetSummaryStatistic(), TableEncryptionCodes::kStatValidCount);
-  EXPECT_EQ(out[1].GetPTileCutPoint(), 25.0);
-  EXPECT_EQ(out[2].GetPTileCutPoint(), 50.0);
-  EXPECT_EQ(out[3].GetPTileCutPoint(), 75.0);
-  EXPECT_EQ(out[3].GetVarIndex(), 4);
 }
 
 }  // namespace

@@ -173,15 +173,4 @@ TEST(CodebookVariable, NameAndStringnessFollowTheResolver) {
   EXPECT_TRUE(m12.isString());
 }
 
-TEST(Format, WidthLimitDependsOnTheType) {
-  EXPECT_EQ(VELA_Format(VELA_Format::F, 60, 2).Width(), 40);
-  EXPECT_EQ(VELA_Format(VELA_Format::A, 60, 0).Width(), 60);
-  EXPECT_EQ(VELA_Format(VELA_Format::F, 40, 0).Width(), 40);
-  EXPECT_TRUE(VELA_Format(VELA_Format::AHEX, 4, 0).IsString());
-  EXPECT_FALSE(VELA_Format(VELA_Format::DATE, 11, 0).IsString());
-  EXPECT_EQ(kDefaultFormat.TypeEx(), 5u);
-  EXPECT_EQ(kDefaultFormat.Width(), 8);
-  EXPECT_EQ(kDefaultFormat.Decimals(), 2);
-}
-
 }  // namespace

@@ -19,38 +19,6 @@ using data::DatasetBuilder;
 using testing::TableHarness;
 using ::testing::ElementsAre;
 
-TEST(CategoricalTable, WeightsDecideCountsAndPercents) {
-  // x with weights; zero, negative and missing weights drop the case.
-  auto ds = DatasetBuilder()
-                .Numeric("x")
-                .Numeric("w")
-                .Weight("w")
-                .Cases({{2, 1}, {1, 2}, {2, 0.5}, {3, 0}, {3, -1}, {3, kSysmis}, {kSysmis, 1.5}, {1, 1}})
-                .Build();
-  TableHarness run(ds);
-  const int t = run.AddCategorical(new AggregationVariable(0, "x"));
-  run.Run();
-  auto r = run.Categorical(t);
-  // W = 1 + 2 + .5 + 1.5 + 1 = 6; value 3 never met with a positive weight.
-  EXPECT_THAT(r.NumericValues(), ElementsAre(1, 2));
-  EXPECT_THAT(r.Counts(), ElementsAre(3, 1.5));
-  EXPECT_DOUBLE_EQ(r.rows[0].percent, 50);
-  EXPECT_DOUBLE_EQ(r.rows[1].percent, 25);
-  EXPECT_DOUBLE_EQ(r.missing, 1.5);
-  EXPECT_DOUBLE_EQ(r.total, 6);
-  EXPECT_EQ(r.rows[0].category->GetVarIndex(), 0);
-}
-
-TEST(CategoricalTable, UnweightedIgnoresTheWeightVariable) {
-  auto ds = DatasetBuilder().Numeric("x").Numeric("w").Weight("w").Cases({{1, 0}, {1, 5}, {2, kSysmis}}).Build();
-  TableHarness run(ds, /*weighted=*/false);
-  const int t = run.AddCategorical(new AggregationVariable(0, "x"));
-  run.Run();
-  auto r = run.Categorical(t);
-  EXPECT_THAT(r.Counts(), ElementsAre(2, 1));
-  EXPECT_DOUBLE_EQ(r.total, 3);
-}
-
 TEST(CategoricalTable, UserMissingValuesAreCategoriesAndMissing) {
   auto ds = DatasetBuilder()
                 .Numeric("x")
@@ -81,29 +49,6 @@ TEST(CategoricalTable, ExcludingUserMissingLeavesThemOutOfTheCategories) {
   EXPECT_THAT(r.NumericValues(), ElementsAre(1, 2));
   EXPECT_DOUBLE_EQ(r.missing, 2);
   EXPECT_DOUBLE_EQ(r.total, 4);
-}
-
-TEST(CategoricalTable, StringsCompareWithoutTrailingBlanks) {
-  auto ds = DatasetBuilder()
-                .String("s", 10)
-                .MissingStrings({"NA"})
-                .ValueLabel("b", "Bee")
-                .Cases({{"b"}, {"a  "}, {" a"}, {"a"}, {""}, {"NA"}, {"\xc3\xa9t\xc3\xa9"}, {"B"}, {"b "}})
-                .Build();
-  TableHarness run(ds);
-  const int t = run.AddCategorical(new AggregationVariable(0, "s"));
-  run.Run();
-  auto r = run.Categorical(t);
-  // Byte-wise: blank string, leading blank, upper case, lower case, then
-  // the UTF-8 bytes above 0x7f.
-  EXPECT_THAT(r.StringValues(10), ElementsAre("", " a", "B", "NA", "a", "b", "\xc3\xa9t\xc3\xa9"));
-  EXPECT_THAT(r.Counts(), ElementsAre(1, 1, 1, 1, 2, 2, 1));
-  EXPECT_DOUBLE_EQ(r.missing, 1);
-  EXPECT_DOUBLE_EQ(r.total, 9);
-  // The value comes back blank-padded to the variable's width.
-  EXPECT_EQ(std::string(r.rows[4].category->GetCatValue()->c, 8), "a       ");
-  EXPECT_EQ(r.rows[5].category->GetCatLabel(), "Bee");
-  EXPECT_EQ(r.rows[4].category->GetCatLabel(), "");
 }
 
 TEST(CategoricalTable, LabeledValuesOnlyKeepsTheGivenValuesInOrder) {

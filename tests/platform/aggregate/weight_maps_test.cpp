@@ -21,25 +21,6 @@
 namespace codebook::aggregate {
 namespace {
 
-TEST(NumericWeightMap, SumsWeightsPerDistinctValueAndSortsThem) {
-  NumericWeightMap<> map;
-  const std::vector<std::pair<double, double>> cases = {
-      {3.0, 1.0}, {1.0, 2.0}, {3.0, 0.5}, {-7.25, 1.0}, {1e300, 1.0}, {1.0, 1.0}};
-  for (auto [value, weight] : cases) {
-    bool inserted = false;
-    map.FindOrInsert(value, inserted).weight += weight;
-  }
-  ASSERT_EQ(map.size(), 4u);
-  auto sorted = map.Sorted();
-  ASSERT_EQ(sorted.size(), 4u);
-  EXPECT_EQ(sorted[0].value, -7.25);
-  EXPECT_EQ(sorted[1].value, 1.0);
-  EXPECT_EQ(sorted[1].weight, 3.0);
-  EXPECT_EQ(sorted[2].value, 3.0);
-  EXPECT_EQ(sorted[2].weight, 1.5);
-  EXPECT_EQ(sorted[3].value, 1e300);
-}
-
 TEST(NumericWeightMap, StaysUsableAfterSorting) {
   NumericWeightMap<> map;
   bool inserted = false;
@@ -195,37 +176,6 @@ TEST(StringWeightMap, GrowsPastManyKeysWithoutLosingAny) {
 
 namespace codebook::aggregate {
 namespace {
-
-TEST(SortedRuns, MergesRunsIntoOneSortedDistinctArray) {
-  std::vector<NumericEntry<NoExtra>> start = {{1.0, 1.0, {}}, {5.0, -2.0, {}}};
-  SortedRuns runs(start);
-  std::map<double, double> reference = {{1.0, 1.0}, {5.0, -2.0}};
-  std::mt19937_64 rng(3);
-  // Enough values for several full buffers, with repeats across them.
-  for (int i = 0; i < 200000; ++i) {
-    const double v = static_cast<double>(rng() % 150000) * 0.5;
-    const double w = v == 5.0 ? -1.0 : 0.25;
-    runs.Add(v, w);
-    reference[v] += w;
-  }
-  auto sorted = runs.Sorted();
-  ASSERT_EQ(sorted.size(), reference.size());
-  std::size_t i = 0;
-  for (const auto& [value, weight] : reference) {
-    ASSERT_EQ(sorted[i].value, value);
-    ASSERT_DOUBLE_EQ(sorted[i].weight, weight);
-    ++i;
-  }
-  // Adding after reading the results goes on from there.
-  runs.Add(-1.0, 1.0);
-  runs.Add(1.0, 1.0);
-  sorted = runs.Sorted();
-  EXPECT_EQ(sorted.front().value, -1.0);
-  auto one = std::find_if(sorted.begin(), sorted.end(), [](const auto& e) { return e.value == 1.0; });
-  ASSERT_NE(one, sorted.end());
-  EXPECT_DOUBLE_EQ(one->weight, reference[1.0] + 1.0);
-  EXPECT_EQ(sorted.size(), reference.size() + 1);
-}
 
 // Values that arrive in order (times, running numbers) take the path that
 // appends runs instead of merging them; the result must not differ.

@@ -92,13 +92,6 @@ TEST(Dictionary, WeightMustBeANumericVariable) {
   EXPECT_EQ(d.WeightIndex(), -1);
 }
 
-TEST(Dictionary, GetVariableOutOfRangeIsNull) {
-  Dictionary d = ThreeVariables();
-  EXPECT_EQ(d.GetVariable(-1), nullptr);
-  EXPECT_EQ(d.GetVariable(3), nullptr);
-  EXPECT_THROW(d.MutableVariable(3), std::out_of_range);
-}
-
 // Adding is linear and lookups are hashed: a quadratic add would make this
 // test run for minutes instead of a fraction of a second.
 TEST(Dictionary, HundredThousandVariables) {

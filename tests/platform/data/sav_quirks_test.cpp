@@ -272,13 +272,5 @@ TEST(QuirksTest, MoreCasesThanDeclaredAreAllRead) {
   EXPECT_EQ(ReadAll(r).size(), 3u);
 }
 
-TEST(QuirksTest, UnknownCaseCountIsCountedWhenOpening) {
-  FileBytes f(false, 1);
-  f.Var(0, "X").End().Raw("\x65\x66\x67\xfc\0\0\0\0", 8);
-  const ReadResult r = f.Read();
-  EXPECT_EQ(r.info.declaredCases, -1);
-  EXPECT_EQ(r.dataset->GetCaseCount(), 3);
-}
-
 }  // namespace
 }  // namespace codebook::data

@@ -372,27 +372,6 @@ INSTANTIATE_TEST_SUITE_P(
                       InflateCase{"one_standard_block", 0x3FF000, {}}),
     [](const auto& info) { return std::string(info.param.name); });
 
-// Through the whole reader: a file of many zlib blocks gives the same cases
-// as an uncompressed copy.
-TEST(ZlibReadTest, ManyBlocksGiveTheCasesOfAnUncompressedCopy) {
-  auto ds = test::IncompressibleCases(20000);
-  ReadResult plain = ReadDatasetBytes(WriteDatasetBytes(*ds, Options(FileCompression::kNone)), "plain.sav");
-  ReadResult zlib = ReadDatasetBytes(WriteDatasetBytes(*ds, Options(FileCompression::kZlib, false, false, 1000)),
-                                     "many.zsav");
-  const std::size_t cells = static_cast<std::size_t>(plain.dataset->GetDictionary().CellsPerCase());
-  auto a = plain.dataset->OpenCases();
-  auto b = zlib.dataset->OpenCases();
-  int n = 0;
-  while (const OBS* x = a->Next()) {
-    const OBS* y = b->Next();
-    ASSERT_NE(y, nullptr) << "case " << n + 1;
-    ASSERT_EQ(std::memcmp(x, y, cells * sizeof(OBS)), 0) << "case " << n + 1;
-    ++n;
-  }
-  EXPECT_EQ(b->Next(), nullptr);
-  EXPECT_EQ(n, 20000);
-}
-
 // A reader that stops early (after no case, a few, or in the middle) frees
 // the stream while its workers are still inflating ahead: the threads stop
 // and nothing leaks (the sanitizer builds check that), and the next pass

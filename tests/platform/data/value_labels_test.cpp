@@ -128,14 +128,6 @@ TEST(ValueLabels, StringsAscendBytewiseAndIgnoreTrailingBlanks) {
   EXPECT_STREQ(map.GetLabel(cells), "Ay bee");
 }
 
-TEST(ValueLabels, StringCellsAreBlankPaddedToWholeCells) {
-  auto set = std::make_shared<ValueLabelSetImpl>(
-      3, std::vector<ValueLabelSetImpl::StringLabel>{{"x", "ex"}});
-  ASSERT_EQ(set->CellsPerValue(), 1);
-  const char* bytes = reinterpret_cast<const char*>(set->ValueCells(0));
-  EXPECT_EQ(std::string(bytes, 8), "x       ");
-}
-
 TEST(ValueLabels, ValueLongerThanTheWidthIsCutAtACharacter) {
   auto set = std::make_shared<ValueLabelSetImpl>(
       4, std::vector<ValueLabelSetImpl::StringLabel>{{"abcdef", "long"}, {"abé", "accent"}});
@@ -176,18 +168,6 @@ TEST(ValueLabels, WiderCellsKeepTheLabels) {
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(wide->ValueCells(1)), 24),
             "b" + std::string(23, ' '));
   EXPECT_STREQ(wide->FindString("a")->c_str(), "A");
-}
-
-TEST(ValueLabels, NoSetMeansNoLabels) {
-  VELA_ValueLabelMap map{VELA_VLImplPointer()};
-  EXPECT_EQ(map.Size(), 0u);
-  OBS v{1.0};
-  EXPECT_EQ(map.GetLabel(&v), nullptr);
-  EXPECT_EQ(map.GetLabel(std::string("1")), nullptr);
-  const OBS* value = nullptr;
-  const char* label = nullptr;
-  EXPECT_EQ(map.GetNextPair(value, label), 0);
-  EXPECT_EQ(map.GetLabel(static_cast<const OBS*>(nullptr)), nullptr);
 }
 
 }  // namespace

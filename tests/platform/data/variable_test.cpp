@@ -14,24 +14,6 @@ namespace {
 
 using Attrs = std::vector<DatasourceAttributes::Attribute>;
 
-TEST(Variable, NumericDefaults) {
-  const Variable v("Age");
-  EXPECT_STREQ(v.GetName(), "Age");
-  EXPECT_EQ(v.GetLabel(), nullptr);
-  EXPECT_EQ(v.GetType(), 0);
-  EXPECT_EQ(v.cellCount(), 1);
-  VELA_Format::FormatType type{};
-  int width = 0, decimals = 0;
-  v.GetFormatEx(type, width, decimals);
-  EXPECT_EQ(type, VELA_Format::F);
-  EXPECT_EQ(width, 8);
-  EXPECT_EQ(decimals, 2);
-  EXPECT_EQ(v.GetMeasurementLevel(), VELA_Variable::kUnknown);
-  EXPECT_EQ(v.GetRole(), VELA_Variable::kInput);
-  EXPECT_EQ(v.GetAttributes().Size(), 0u);
-  EXPECT_EQ(v.GetValueLabels().get(), nullptr);
-}
-
 TEST(Variable, StringWidthsAndCells) {
   struct Case {
     int width, cellWidth, type, cells;
@@ -47,15 +29,6 @@ TEST(Variable, StringWidthsAndCells) {
   }
   EXPECT_THROW(Variable("s", 0), std::invalid_argument);
   EXPECT_THROW(Variable("s", -3), std::invalid_argument);
-}
-
-TEST(Variable, EmptyLabelDiffersFromNone) {
-  Variable v("x");
-  v.SetLabel(std::string());
-  ASSERT_NE(v.GetLabel(), nullptr);
-  EXPECT_STREQ(v.GetLabel(), "");
-  v.SetLabel(std::nullopt);
-  EXPECT_EQ(v.GetLabel(), nullptr);
 }
 
 TEST(Variable, LevelAndRoleOutOfRangeFallBack) {

@@ -41,19 +41,6 @@ TEST(ParserMessage, ErrorsAndWarningsCarrySeverityCommandAndPlace) {
   EXPECT_EQ(sink.warningCount(), 1u);
 }
 
-TEST(ParserMessage, ReadyMadeTexts) {
-  MessageCollector sink;
-  MessageSinkScope scope(sink);
-  const ParserMessage messages("CODEBOOK", 1, 1);
-  messages.ParamExclAnyOther("NONE", "STATISTICS");
-  messages.KeywordImproperVarList("TO", nullptr, nullptr);
-  ASSERT_EQ(sink.messages().size(), 2u);
-  EXPECT_EQ(sink.messages()[0].severity, Severity::kError);
-  EXPECT_EQ(sink.messages()[0].text, "NONE cannot be combined with any other keyword on the STATISTICS subcommand.");
-  EXPECT_EQ(sink.messages()[1].severity, Severity::kError);
-  EXPECT_EQ(sink.messages()[1].text, "The keyword TO is used improperly in a variable list.");
-}
-
 TEST(ParserMessage, DefaultSinkReportsForTheCurrentCommand) {
   MessageCollector sink;
   MessageSinkScope scope(sink);

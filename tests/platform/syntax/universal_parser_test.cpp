@@ -55,26 +55,6 @@ TEST(UniversalParser, UnnamedPartAbsentWhenTheCommandStartsWithASubcommand) {
   ASSERT_NE(p.command->getSubComObj("VARINFO"), nullptr);
 }
 
-TEST(UniversalParser, EveryKeywordOfEverySubcommand) {
-  const CommandDescriptor grammar = CodebookGrammar();
-  for (const SubComDescriptor& sub : grammar.subcommands()) {
-    if (sub.name().empty() || sub.name() == "OPTIONS") continue;
-    for (const ParamDescriptor& keyword : sub.params()) {
-      const std::string text = "CODEBOOK x /" + sub.name() + " " + keyword.name() + ".";
-      SCOPED_TRACE(text);
-      const Parsed p = ParseCommand(text);
-      ASSERT_EQ(p.result, 0) << p.OnlyMessage();
-      const SubComObj* got = p.command->getSubComObj(sub.name());
-      ASSERT_NE(got, nullptr);
-      for (const ParamDescriptor& other : sub.params()) {
-        EXPECT_EQ(got->getParamObj(other.name()) != nullptr, other.name() == keyword.name()) << other.name();
-      }
-      EXPECT_EQ(got->exportParamObj(), nullptr);
-      EXPECT_EQ(got->getTokenListSize(), 0u);
-    }
-  }
-}
-
 TEST(UniversalParser, AllSubcommandsTogetherCaseInsensitiveWithPrefixes) {
   const Parsed p = ParseCommand(
       "codebook age /var pos lab Valuelabels /FILEINF nam doc /stat cou per /opt max=3 varo=alp sor=desc.");

@@ -37,13 +37,6 @@ std::vector<OBS> StringCells(const std::string& text, int bytes) {
 
 const CellContent& C(const BpCellText& text) { return *text.content(); }
 
-TEST(CellText, StringsKeepTheirTextAndFlag) {
-  EXPECT_EQ(C(BpString("Position", true)).text, "Position");
-  EXPECT_TRUE(C(BpString("Position", true)).procedureText);
-  EXPECT_FALSE(C(BpString("data", false)).procedureText);
-  EXPECT_FALSE(C(BpString("data", false)).numeric);
-}
-
 TEST(CellText, VariablesShowNameOrLabel) {
   auto ds = Sample();
   EXPECT_EQ(C(BpVariable(*ds->GetVariable(0), 0)).text, "sex");
@@ -97,17 +90,6 @@ TEST(CellText, StringDataValuesWithoutTrailingBlanks) {
   std::vector<OBS> ab = StringCells("AB", code.GetType());
   EXPECT_EQ(C(BpDataValue(code, ab.data(), 0)).text, "41422020");
   EXPECT_EQ(std::get<std::string>(C(BpDataValue(code, ab.data(), 0)).dataValue), "AB");
-}
-
-TEST(CellText, NumbersKeepTheUnroundedValue) {
-  BpProcedure procedure("Codebook", 1);
-  const BpNumber number(12.5, procedure.Count());
-  const CellContent& count = C(number);
-  EXPECT_EQ(count.text, "13");
-  EXPECT_EQ(count.number, 12.5);
-  EXPECT_TRUE(count.numeric);
-  EXPECT_EQ(C(BpNumber(100.0 / 3, procedure.Percent())).text, "33.3%");
-  EXPECT_EQ(C(BpNumber(0.5, procedure.Coefficient())).text, "0.500");
 }
 
 TEST(CellText, MeanAndStdDevFollowTheActiveDatasetsVariable) {

@@ -59,9 +59,11 @@ TEST(Calendar, ReferencePointsOfTheFormatDocument) {
   }
 }
 
-TEST(DateFormat, ShortAndLongFormsOfEveryDateFormat) {
+TEST(DateFormat, EveryDateFormatInItsShortAndLongForms) {
   using F = VELA_Format;
+  const double t = k2024Leap + 13 * 3600 + 45 * 60 + 30.25;
   const Case cases[] = {
+      // Short and long forms of every date format.
       {k1970, F::DATE, 9, 0, "01-JAN-70", "01-JAN-70"},
       {k1970, F::DATE, 10, 0, " 01-JAN-70", "01-JAN-70"},
       {k1970, F::DATE, 11, 0, "01-JAN-1970", "01-JAN-1970"},
@@ -89,27 +91,14 @@ TEST(DateFormat, ShortAndLongFormsOfEveryDateFormat) {
       {Day(2013, 1, 31), F::DATE, 11, 0, "31-JAN-2013", "31-JAN-2013"},
       {Day(2013, 12, 31), F::QYR, 8, 0, "4 Q 2013", "4 Q 2013"},
       {Day(2013, 12, 31), F::WKYR, 10, 0, "53 WK 2013", "53 WK 2013"},
-  };
-  CheckAll(cases);
-}
-
-TEST(DateFormat, TwoDigitYearsOnlyInsideTheWindow) {
-  using F = VELA_Format;
-  const Case cases[] = {
+      // Two-digit years only inside the window.
       {Day(1940, 1, 1), F::DATE, 9, 0, "01-JAN-40", "01-JAN-40"},
       {Day(2039, 12, 31), F::ADATE, 8, 0, "12/31/39", "12/31/39"},
       // Outside 1940..2039 a fixed field stars, a cell shows four digits.
       {Day(1939, 12, 31), F::DATE, 9, 0, "*********", "31-DEC-1939"},
       {Day(2040, 1, 1), F::SDATE, 8, 0, "********", "2040/01/01"},
       {Day(1600, 3, 1), F::MOYR, 6, 0, "******", "MAR 1600"},
-  };
-  CheckAll(cases);
-}
-
-TEST(DateFormat, DateTimesWithAndWithoutSeconds) {
-  using F = VELA_Format;
-  const double t = k2024Leap + 13 * 3600 + 45 * 60 + 30.25;
-  const Case cases[] = {
+      // Date times with and without seconds.
       {t, F::DATETIME, 17, 0, "29-FEB-2024 13:45", "29-FEB-2024 13:45"},
       {t, F::DATETIME, 18, 0, " 29-FEB-2024 13:45", "29-FEB-2024 13:45"},
       {t, F::DATETIME, 20, 0, "29-FEB-2024 13:45:30", "29-FEB-2024 13:45:30"},
@@ -124,13 +113,7 @@ TEST(DateFormat, DateTimesWithAndWithoutSeconds) {
       {k1970 - 1, F::DATETIME, 17, 0, "31-DEC-1969 23:59", "31-DEC-1969 23:59"},
       // A computed value a hair below a whole second shows that second.
       {k1970 + 3599.9999999, F::YMDHMS, 19, 0, "1970-01-01 01:00:00", "1970-01-01 01:00:00"},
-  };
-  CheckAll(cases);
-}
-
-TEST(DateFormat, DatesAtOrBeforeTheOriginAreMissing) {
-  using F = VELA_Format;
-  const Case cases[] = {
+      // Dates at or before the origin are missing.
       {0, F::DATE, 11, 0, "          .", "."},
       {-86400, F::ADATE, 10, 0, "         .", "."},
       {-1, F::DATETIME, 20, 0, "                   .", "."},
@@ -140,9 +123,10 @@ TEST(DateFormat, DatesAtOrBeforeTheOriginAreMissing) {
   CheckAll(cases);
 }
 
-TEST(DurationFormat, TimeDtimeMtimeIncludingNegatives) {
+TEST(DurationFormat, TimesDaysAndNames) {
   using F = VELA_Format;
   const Case cases[] = {
+      // TIME, DTIME and MTIME, negatives included.
       {3725, F::TIME, 5, 0, "01:02", "01:02"},
       {3725, F::TIME, 8, 0, "01:02:05", "01:02:05"},
       {3725.5, F::TIME, 11, 2, "01:02:05.50", "01:02:05.50"},
@@ -163,13 +147,7 @@ TEST(DurationFormat, TimeDtimeMtimeIncludingNegatives) {
       {125.25, F::MTIME, 8, 2, "02:05.25", "02:05.25"},
       {7265, F::MTIME, 7, 0, " 121:05", "121:05"},
       {-125, F::MTIME, 6, 0, "-02:05", "-02:05"},
-  };
-  CheckAll(cases);
-}
-
-TEST(DurationFormat, WeekdayAndMonthNamesTruncatedToTheWidth) {
-  using F = VELA_Format;
-  const Case cases[] = {
+      // Weekday and month names truncated to the width.
       {1, F::WKDAY, 2, 0, "SU", "SU"},
       {1, F::WKDAY, 3, 0, "SUN", "SUN"},
       {4, F::WKDAY, 9, 0, "WEDNESDAY", "WEDNESDAY"},

@@ -19,11 +19,20 @@ struct Case {
   const char* cell;   // table cell
 };
 
-VELA_Format Fmt(const Case& c) { return VELA_Format(c.type, c.width, c.decimals); }
+template <std::size_t N>
+void CheckAll(const Case (&cases)[N]) {
+  for (const Case& c : cases) {
+    const VELA_Format format(c.type, c.width, c.decimals);
+    SCOPED_TRACE(std::to_string(c.type) + "." + std::to_string(c.width) + " of " + std::to_string(c.value));
+    EXPECT_EQ(FormatNumber(c.value, format, FieldMode::kFixed), c.fixed);
+    EXPECT_EQ(FormatNumber(c.value, format, FieldMode::kCell), c.cell);
+  }
+}
 
-TEST(NumberFormat, EveryNumericTypeShows2718WithTwoDecimals) {
+TEST(NumberFormat, FixedFieldsAndCells) {
   using F = VELA_Format;
   const Case cases[] = {
+      // Every numeric type shows 2718 with two decimals.
       {2718, F::F, 10, 2, "   2718.00", "2718.00"},
       {2718, F::COMMA, 10, 2, "  2,718.00", "2,718.00"},
       {2718, F::DOT, 10, 2, "  2.718,00", "2.718,00"},
@@ -43,17 +52,7 @@ TEST(NumberFormat, EveryNumericTypeShows2718WithTwoDecimals) {
       {2718, F::PIBHEX, 4, 0, "0A9E", "0A9E"},
       {1.0, F::RBHEX, 16, 0, "3FF0000000000000", "3FF0000000000000"},
       {2.5, F::G, 8, 0, "     2.5", "2.5"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::to_string(c.type) + " " + c.fixed);
-    EXPECT_EQ(FormatNumber(c.value, Fmt(c), FieldMode::kFixed), c.fixed);
-    EXPECT_EQ(FormatNumber(c.value, Fmt(c), FieldMode::kCell), c.cell);
-  }
-}
-
-TEST(NumberFormat, NegativesAndSigns) {
-  using F = VELA_Format;
-  const Case cases[] = {
+      // Negatives and signs.
       {-2718, F::F, 10, 2, "  -2718.00", "-2718.00"},
       {-2718, F::COMMA, 10, 0, "    -2,718", "-2,718"},
       {-2718, F::DOLLAR, 10, 0, "   -$2,718", "-$2,718"},
@@ -69,17 +68,7 @@ TEST(NumberFormat, NegativesAndSigns) {
       {-1, F::PIBHEX, 4, 0, "   .", "."},
       // A value that rounds to zero loses its sign.
       {-0.001, F::F, 8, 2, "    0.00", "0.00"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::to_string(c.type) + " " + c.fixed);
-    EXPECT_EQ(FormatNumber(c.value, Fmt(c), FieldMode::kFixed), c.fixed);
-    EXPECT_EQ(FormatNumber(c.value, Fmt(c), FieldMode::kCell), c.cell);
-  }
-}
-
-TEST(NumberFormat, RoundsHalfAwayFromZeroOnTheDecimalValue) {
-  using F = VELA_Format;
-  const Case cases[] = {
+      // Rounds half away from zero on the decimal value.
       {2.675, F::F, 8, 2, "    2.68", "2.68"},  // binary 2.67499999... still rounds up
       {0.125, F::F, 8, 2, "    0.13", "0.13"},
       {-0.125, F::F, 8, 2, "   -0.13", "-0.13"},
@@ -93,17 +82,7 @@ TEST(NumberFormat, RoundsHalfAwayFromZeroOnTheDecimalValue) {
       {2718.5, F::E, 9, 0, "  3.E+003", "3.E+003"},
       {2718, F::E, 7, 0, "3.E+003", "3.E+003"},
       {2718, F::E, 6, 0, "3E+003", "3.E+003"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::to_string(c.value) + " " + c.fixed);
-    EXPECT_EQ(FormatNumber(c.value, Fmt(c), FieldMode::kFixed), c.fixed);
-    EXPECT_EQ(FormatNumber(c.value, Fmt(c), FieldMode::kCell), c.cell);
-  }
-}
-
-TEST(NumberFormat, TooWideFixedFieldsDropDecimalsThenStar) {
-  using F = VELA_Format;
-  const Case cases[] = {
+      // Too wide fixed fields drop decimals then star.
       {12345.678, F::F, 6, 2, " 12346", "12345.68"},
       {12345.678, F::F, 7, 2, "12345.7", "12345.68"},
       {0.25, F::F, 3, 2, ".25", "0.25"},
@@ -114,11 +93,7 @@ TEST(NumberFormat, TooWideFixedFieldsDropDecimalsThenStar) {
       {65536, F::PIBHEX, 4, 0, "****", "10000"},
       {1e300, F::F, 8, 2, "********", "1.00E+300"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::to_string(c.value) + " " + c.fixed);
-    EXPECT_EQ(FormatNumber(c.value, Fmt(c), FieldMode::kFixed), c.fixed);
-    EXPECT_EQ(FormatNumber(c.value, Fmt(c), FieldMode::kCell), c.cell);
-  }
+  CheckAll(cases);
 }
 
 TEST(NumberFormat, MissingAndNonFiniteShowAsPeriod) {

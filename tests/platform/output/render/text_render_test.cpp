@@ -104,12 +104,5 @@ TEST(Renderers, MessagesAppearInDocumentOrder) {
             std::string::npos);
 }
 
-TEST(Renderers, FormatNames) {
-  EXPECT_EQ(ParseOutputFormat("JSON"), OutputFormat::kJson);
-  EXPECT_EQ(ParseOutputFormat("md"), OutputFormat::kMarkdown);
-  EXPECT_EQ(ParseOutputFormat("ascii"), OutputFormat::kAscii);
-  EXPECT_FALSE(ParseOutputFormat("pdf").has_value());
-}
-
 }  // namespace
 }  // namespace codebook::output
