@@ -52,4 +52,12 @@ VarInfo* DecodeContext::FindByName(const std::string& decodedName) {
   return found < 0 ? nullptr : &vars[static_cast<std::size_t>(found)];
 }
 
+VarInfo* DecodeContext::FindLongString(const std::string& decodedName, const char* kind, const char* what) {
+  VarInfo* v = FindByName(decodedName);
+  if (v && v->width > 8) return v;
+  warnings.Add(kind, std::string("long-string ") + what + " of " + decodedName +
+                         ", which is not a long string variable, are ignored");
+  return nullptr;
+}
+
 }  // namespace codebook::data::sav::decode

@@ -89,6 +89,9 @@ class DecodeContext {
   int FindShort(std::string_view folded) const;
   int FindName(std::string_view folded) const;
   VarInfo* FindByName(const std::string& decodedName);
+  // The long string variable a long-string record names, or null after a
+  // warning (`kind`) that its `what` ("value labels") are ignored.
+  VarInfo* FindLongString(const std::string& decodedName, const char* kind, const char* what);
 
   const RawDictionary& raw;
   const ByteSource& source;

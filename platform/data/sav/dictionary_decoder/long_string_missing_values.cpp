@@ -11,12 +11,8 @@ void ApplyLongStringMissingValues(DecodeContext& c) {
   if (!ext) return;
   for (auto& entry : ParseLongStringMissing(AsBytes(*ext), c.bigEndian, c.warnings)) {
     const std::string name = c.Decode(entry.variable);
-    VarInfo* v = c.FindByName(name);
-    if (!v || v->width <= 8) {
-      c.warnings.Add("long string missing", "long-string missing values of " + name +
-                                                ", which is not a long string variable, are ignored");
-      continue;
-    }
+    VarInfo* v = c.FindLongString(name, "long string missing", "missing values");
+    if (!v) continue;
     std::vector<std::string> values;
     bool bad = false;
     for (const auto& value : entry.values) {

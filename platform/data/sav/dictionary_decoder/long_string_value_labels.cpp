@@ -28,12 +28,8 @@ void ApplyLongStringValueLabels(DecodeContext& c) {
   if (!ext) return;
   for (auto& entry : ParseLongStringLabels(AsBytes(*ext), c.bigEndian, c.warnings)) {
     const std::string name = c.Decode(entry.variable);
-    VarInfo* v = c.FindByName(name);
-    if (!v || v->width <= 8) {
-      c.warnings.Add("long string labels", "long-string value labels of " + name +
-                                               ", which is not a long string variable, are ignored");
-      continue;
-    }
+    VarInfo* v = c.FindLongString(name, "long string labels", "value labels");
+    if (!v) continue;
     if (entry.width != v->width) {
       c.warnings.Add("long string labels", "long-string value labels of " + name + " declare width " +
                                                std::to_string(entry.width) + "; the values are fitted");
