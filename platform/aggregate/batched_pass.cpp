@@ -100,12 +100,7 @@ void BatchedPass::BatchBoundary(const data::CaseBatch* done, const data::CaseBat
       ++edge_;
     }
     wake_.notify_one();
-    std::exception_ptr mine;
-    try {
-      Step(0, done, next);
-    } catch (...) {
-      mine = std::current_exception();
-    }
+    const std::exception_ptr mine = CaughtStep(0, done, next);
     std::unique_lock lock(mutex_);
     done_.wait(lock, [this] { return finished_ == edge_; });
     std::exception_ptr theirs = std::exchange(workerError_, nullptr);
@@ -128,6 +123,16 @@ void BatchedPass::SourceEnds(const data::CaseBatch* current) {
     }
   }
   current_ = nullptr;
+}
+
+std::exception_ptr BatchedPass::CaughtStep(int thread, const data::CaseBatch* done,
+                                           const data::CaseBatch* next) noexcept {
+  try {
+    Step(thread, done, next);
+  } catch (...) {
+    return std::current_exception();
+  }
+  return nullptr;
 }
 
 void BatchedPass::StartWorker() {
@@ -161,12 +166,7 @@ void BatchedPass::WorkerLoop() {
       done = edgeDone_;
       next = edgeNext_;
     }
-    std::exception_ptr error;
-    try {
-      Step(1, done, next);
-    } catch (...) {
-      error = std::current_exception();
-    }
+    const std::exception_ptr error = CaughtStep(1, done, next);
     {
       std::lock_guard lock(mutex_);
       if (error) workerError_ = error;

@@ -59,6 +59,8 @@ class BatchedPass final : public data::PassListener {
  private:
   // The work of one edge for the states of thread `thread`.
   void Step(int thread, const data::CaseBatch* done, const data::CaseBatch* next);
+  // The same, with what it throws caught for the other thread to rethrow.
+  std::exception_ptr CaughtStep(int thread, const data::CaseBatch* done, const data::CaseBatch* next) noexcept;
   void ChooseThreads(const data::CaseBatch& next);
   void Place(CubeState& state, int thread);
   void StartWorker();

@@ -118,6 +118,13 @@ void TableCounts(const ItemFacts& item, std::optional<double>& valid, std::optio
 void VariableAlerts(const ItemFacts& item, const data::Variable& variable, bool hidden,
                     std::vector<output::Alert>& alerts) {
   const auto add = [&](const char* kind, std::string text) { alerts.push_back({item.name, kind, std::move(text)}); };
+  // Names the values found ("Head: a, b."), or only counts them ("2 many
+  // tail") when the variable's values are hidden.
+  const auto addListed = [&](const char* kind, const std::vector<std::string>& found, const char* one,
+                             const char* many, const char* tail, const char* head) {
+    if (found.empty()) return;
+    add(kind, hidden ? Counted(found.size(), one, many) + tail : head + Examples(found) + ".");
+  };
 
   std::optional<double> valid;
   std::optional<double> missing;
@@ -154,19 +161,13 @@ void VariableAlerts(const ItemFacts& item, const data::Variable& variable, bool 
                                                : use != evidence.labelUse.end() && !use->second;
     if (isUnused) unused.push_back(Shown(value) + " \"" + label + "\"");
   }
-  if (!unused.empty()) {
-    add("unused-label", hidden ? Counted(unused.size(), "value label", "value labels") + " with no cases."
-                               : "Value labels with no cases: " + Examples(unused) + ".");
-  }
+  addListed("unused-label", unused, "value label", "value labels", " with no cases.", "Value labels with no cases: ");
   if (!labelled.empty() && evidence.valuesKnown) {
     std::vector<std::string> unlabelled;
     for (const auto& [text, isMissing] : evidence.met) {
       if (labelled.count(text) == 0) unlabelled.push_back(Shown(text));
     }
-    if (!unlabelled.empty()) {
-      add("unlabeled-value", hidden ? Counted(unlabelled.size(), "value", "values") + " without a label."
-                                    : "Values without a label: " + Examples(unlabelled) + ".");
-    }
+    addListed("unlabeled-value", unlabelled, "value", "values", " without a label.", "Values without a label: ");
   }
 
   std::vector<std::string> codes;
@@ -176,11 +177,8 @@ void VariableAlerts(const ItemFacts& item, const data::Variable& variable, bool 
   for (const std::string& code : variable.Missing().StringValues()) {
     if (labelled.count(code) == 0) codes.push_back(Shown(code));
   }
-  if (!codes.empty()) {
-    add("unlabeled-missing-code",
-        hidden ? Counted(codes.size(), "user-missing code", "user-missing codes") + " without a label."
-               : "User-missing codes without a label: " + Examples(codes) + ".");
-  }
+  addListed("unlabeled-missing-code", codes, "user-missing code", "user-missing codes", " without a label.",
+            "User-missing codes without a label: ");
 
   bool leadingBlanks = false;
   for (const auto& [text, isMissing] : evidence.met) {
@@ -194,11 +192,8 @@ void VariableAlerts(const ItemFacts& item, const data::Variable& variable, bool 
   for (const auto& [label, values] : byText) {
     if (values.size() > 1) duplicates.push_back("\"" + label + "\" (" + Examples(values) + ")");
   }
-  if (!duplicates.empty()) {
-    add("duplicate-label", hidden ? Counted(duplicates.size(), "label text is", "label texts are") +
-                                        " shared by several values."
-                                  : "Several values share a label: " + Examples(duplicates) + ".");
-  }
+  addListed("duplicate-label", duplicates, "label text is", "label texts are", " shared by several values.",
+            "Several values share a label: ");
 }
 
 }  // namespace

@@ -25,23 +25,22 @@ bool IsValueRow(std::string_view label) {
 // frequent values (a code for "none", say) do not bias, and the share is
 // that of every case counted.
 bool AlmostAllDistinct(const exporting::VariableTally& tally, const data::Variable& variable) {
-  if (tally.tooManyValues) {
-    return tally.countedCases >= 10 &&
-           static_cast<double>(tally.DistinctValues()) >= 0.95 * static_cast<double>(tally.countedCases);
-  }
+  const auto mostlyDistinct = [](std::size_t distinct, std::int64_t cases) {
+    return cases >= 10 && static_cast<double>(distinct) >= 0.95 * static_cast<double>(cases);
+  };
+  if (tally.tooManyValues) return mostlyDistinct(tally.DistinctValues(), tally.countedCases);
   std::size_t distinct = 0;
   std::int64_t cases = 0;
-  for (const auto& [number, count] : tally.numberCounts) {
-    if (variable.Missing().IsMissing(number)) continue;
-    ++distinct;
-    cases += count;
-  }
-  for (const auto& [text, count] : tally.stringCounts) {
-    if (variable.Missing().IsMissing(std::string_view(text))) continue;
-    ++distinct;
-    cases += count;
-  }
-  return cases >= 10 && static_cast<double>(distinct) >= 0.95 * static_cast<double>(cases);
+  const auto addValid = [&](const auto& counts) {
+    for (const auto& [value, count] : counts) {
+      if (variable.Missing().IsMissing(value)) continue;
+      ++distinct;
+      cases += count;
+    }
+  };
+  addValid(tally.numberCounts);
+  addValid(tally.stringCounts);
+  return mostlyDistinct(distinct, cases);
 }
 
 BpCellText::Content Text(std::string text) {
