@@ -6,6 +6,8 @@
 #include <cstring>
 #include <functional>
 
+#include "platform/aggregate/hash.h"
+
 namespace codebook::exporting {
 
 ValueTally::ValueTally(const data::Dataset& dataset, int weightIndex, TallyOptions options) : options_(options) {
@@ -38,12 +40,7 @@ const VariableTally& ValueTally::Of(int variableIndex) const {
 
 namespace {
 
-std::uint64_t Mix(std::uint64_t x) {
-  x += 0x9e3779b97f4a7c15ULL;
-  x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9ULL;
-  x = (x ^ (x >> 27)) * 0x94d049bb133111ebULL;
-  return x ^ (x >> 31);
-}
+using aggregate::MixBits;
 
 // A value's sampling level: the trailing zero bits of its hash, the same
 // for the value wherever it is met.
@@ -51,10 +48,10 @@ int Level(double value) {
   if (value == 0) value = 0;  // -0 is 0
   std::uint64_t bits = 0;
   std::memcpy(&bits, &value, sizeof bits);
-  return std::countr_zero(Mix(bits) | (1ULL << 63));
+  return std::countr_zero(MixBits(bits) | (1ULL << 63));
 }
 int Level(const std::string& value) {
-  return std::countr_zero(Mix(std::hash<std::string>{}(value)) | (1ULL << 63));
+  return std::countr_zero(MixBits(std::hash<std::string>{}(value)) | (1ULL << 63));
 }
 
 }  // namespace
