@@ -19,7 +19,7 @@ struct ProcedureContext::Saved {
 
 ProcedureContext::ProcedureContext(ProcedureParts parts) : saved_(std::make_unique<Saved>()) {
   Saved& s = *saved_;
-  s.command = std::make_unique<syntax::CurrentCommandScope>(std::move(parts.command));
+  if (parts.command) s.command = std::make_unique<syntax::CurrentCommandScope>(*std::move(parts.command));
   s.messages = std::make_unique<syntax::MessageSinkScope>(parts.messages != nullptr ? *parts.messages : s.ownMessages);
   if (parts.document) s.document = std::make_unique<output::ScopedCurrentDocument>(std::move(parts.document));
   s.selection = data::ActiveSelection();

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "host/data/data_source.h"
 #include "platform/aggregate/distribution_sink.h"
@@ -24,7 +25,8 @@
 namespace codebook::session {
 
 struct ProcedureParts {
-  syntax::CurrentCommand command;
+  // None leaves the slot as it is (the session has made it current).
+  std::optional<syntax::CurrentCommand> command;
   syntax::MessageSink* messages = nullptr;  // null: a collector the context owns
   std::shared_ptr<const ProcedureDataSource::Selection> selection;
   std::shared_ptr<output::Document> document;  // null: the thread's default document

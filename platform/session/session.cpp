@@ -235,7 +235,6 @@ void Session::RunCodebook(const syntax::Command& command) {
   ProgressScope showProgress(options_.progress);
   try {
     ProcedureParts parts;
-    parts.command = *syntax::GetCurrentCommand();
     parts.messages = this;
     parts.selection = std::move(selection);
     parts.document = document_;
