@@ -1,19 +1,15 @@
 // codebook: the data dictionary of a dataset file, from the command line.
 #include <iconv.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <charconv>
-#include <ctime>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -21,14 +17,8 @@
 #include "cli/cleanup.h"
 #include "cli/options.h"
 #include "cli/output_target.h"
-#include "cli/standard_input.h"
+#include "cli/run.h"
 #include "cli/target_stream.h"
-#include "platform/export/ddi_writer.h"
-#include "platform/export/dictionary_csv.h"
-#include "platform/output/render/renderers.h"
-#include "platform/report/alerts.h"
-#include "platform/report/distributions.h"
-#include "platform/report/hidden_values.h"
 #include "platform/output/render/terminal_text.h"
 #include "platform/session/session.h"
 
@@ -36,9 +26,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using codebook::cli::Options;
-using codebook::output::Document;
 using codebook::output::OutputFormat;
-using codebook::report::DistributionScope;
 namespace session = codebook::session;
 
 int Fail(int status, const std::string& text) {
@@ -64,362 +52,6 @@ std::string FindDemo() {
   }
   return {};
 }
-
-// Text, Markdown and CSV carry tables only: their messages go to standard
-// error. HTML and JSON documents keep them.
-bool CarriesMessages(OutputFormat format) { return format == OutputFormat::kHtml || format == OutputFormat::kJson; }
-
-void AppendItems(Document& to, const Document& from, std::size_t first, OutputFormat format) {
-  const auto& items = from.Items();
-  for (std::size_t i = first; i < items.size(); ++i) {
-    if (const auto* table = std::get_if<Document::Table>(&items[i])) {
-      to.Append(*table);
-      if (const codebook::output::Histogram* histogram = from.HistogramOf(*table)) to.SetHistogram(*table, *histogram);
-    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&items[i])) {
-      to.Append(**heading);
-    } else if (CarriesMessages(format)) {
-      to.Append(*std::get<Document::MessageItem>(items[i]));
-    }
-  }
-}
-
-// What a separately rendered part needs before it to read as one document.
-const char* Separator(OutputFormat format) { return format == OutputFormat::kCsv ? "\r\n" : "\n"; }
-
-// Text tables fit the screen: --width, else $COLUMNS, else the terminal's
-// size; output that goes to a file or a pipe is not narrowed unless asked.
-// A screen narrower than the output can be made for gets the narrowest.
-int ScreenWidth(const Options& options, bool toStandardOutput) {
-  constexpr int kMinimum = codebook::output::TextOptions::kMinimumWidth;
-  if (options.width >= 0) return options.width;
-  if (!toStandardOutput) return 0;
-  if (const char* columns = std::getenv("COLUMNS"); columns != nullptr && *columns != '\0') {
-    int width = 0;
-    const char* end = columns + std::strlen(columns);
-    const auto [stop, failure] = std::from_chars(columns, end, width);
-    if (failure == std::errc() && stop == end && width > 0) return std::max(width, kMinimum);
-  }
-  winsize size{};
-  if (::isatty(STDOUT_FILENO) != 0 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
-    return std::max<int>(size.ws_col, kMinimum);
-  }
-  return 0;
-}
-
-// The date of production: $SOURCE_DATE_EPOCH when set (reproducible
-// output), else today, as YYYY-MM-DD.
-std::string ProductionDate() {
-  std::time_t now = std::time(nullptr);
-  if (const char* epoch = std::getenv("SOURCE_DATE_EPOCH"); epoch != nullptr && *epoch != '\0') {
-    long long seconds = 0;
-    const char* end = epoch + std::strlen(epoch);
-    if (const auto [stop, failure] = std::from_chars(epoch, end, seconds); failure == std::errc() && stop == end) {
-      now = static_cast<std::time_t>(seconds);
-    }
-  }
-  std::tm utc{};
-  gmtime_r(&now, &utc);
-  char text[16];
-  std::strftime(text, sizeof text, "%Y-%m-%d", &utc);
-  return text;
-}
-
-// One run of the program: the jobs (a syntax file, or one dataset file at a
-// time), their output sent to the target as it is made or kept to the end.
-class Run {
- public:
-  Run(const Options& options, OutputFormat format, codebook::cli::OutputTarget& target)
-      : options_(options), format_(format), target_(target) {
-    textOptions_.width = ScreenWidth(options, target.IsStandardOutput());
-    // Text-like output to standard output is shown command by command, each
-    // command's closing messages after its tables.
-    exporting_ = options.exportFormat != codebook::cli::ExportFormat::kNone;
-    streaming_ = target.IsStandardOutput() && !CarriesMessages(format) && !exporting_;
-    // HTML and JSON always carry alerts; text and Markdown when asked.
-    alerts_ = !exporting_ && (CarriesMessages(format) ||
-                              (options.alerts && format != OutputFormat::kCsv));
-    hide_ = codebook::report::ParseHideRequest(options.hideValues);
-  }
-
-  // A dataset file; `heading` introduces its part when there are several.
-  void Dataset(const std::string& file, bool heading) {
-    if (writeFailed_) return;
-    const DistributionScope distributions(format_ == OutputFormat::kHtml ? &distributions_ : nullptr);
-    if (heading) {
-      Document part;
-      part.Append(codebook::output::Heading{file});
-      if (streaming_) {
-        Emit(part, 0);
-      } else {
-        AppendItems(combined_, part, 0, format_);
-      }
-    }
-    session::Session session(SessionOptions());
-    current_ = &session;
-    bool opened = false;
-    readingStandardInput_ = file == codebook::cli::kStandardStream;
-    if (readingStandardInput_) {
-      codebook::cli::StandardInput input;
-      std::string error;
-      const std::string path = input.Path(error);
-      if (path.empty()) {
-        Fail(session::kExitDatasetError, error);
-        Worsen(session::kExitDatasetError);
-        return;
-      }
-      // The file information shows a path split at its last slash: standard
-      // input is shown by the path that names it.
-      opened = session.GetFile(path, 0, "standard input", std::string("/dev/stdin"));
-    } else {
-      opened = session.GetFile(file);
-    }
-    fileName_ = file == codebook::cli::kStandardStream ? std::string("standard input") : file;
-    if (!opened) {
-      Finish(session);
-      return;
-    }
-    if (!options_.weight.empty()) {
-      // An unknown weight variable is the run's one error: no tables follow.
-      session.RunSyntax("WEIGHT BY " + options_.weight + ".\n");
-      if (session.ExitStatus() != session::kExitOk) {
-        Finish(session);
-        return;
-      }
-    }
-    session.RunSyntax(codebook::cli::BuildCodebookSyntax(options_.codebookArguments));
-    Finish(session);
-  }
-
-  void Syntax(const std::string& text, const std::string& file) {
-    const DistributionScope distributions(format_ == OutputFormat::kHtml ? &distributions_ : nullptr);
-    session::Session session(SessionOptions());
-    current_ = &session;
-    session::SyntaxOrigin origin;
-    origin.name = file;
-    std::error_code error;
-    origin.folder = fs::absolute(file, error).parent_path();
-    session.RunSyntax(text, origin);
-    if (session.OpenedFiles().empty()) {
-      fileName_.clear();
-    } else {
-      fileName_ = session.OpenedFiles().back();
-    }
-    Finish(session);
-  }
-
-  // Writes what was kept to the end; returns the program's status.
-  int End() {
-    std::string error;
-    if (!writeFailed_ && !streaming_) {
-      if (!target_.IsStandardOutput() && status_ != session::kExitOk) {
-        Fail(status_, "output not written to " + target_.Path() + " because of the errors above");
-        return status_;
-      }
-      // An export is written whole or not at all, to standard output too.
-      if (exporting_ && status_ != session::kExitOk) return status_;
-      // The run has succeeded (or writes to standard output anyway): the
-      // output goes to its target as it is rendered.
-      if (!target_.Open(opened_, error)) {
-        writeFailed_ = true;
-        writeError_ = error;
-      } else {
-        codebook::cli::TargetStreamBuffer buffer(target_);
-        std::ostream out(&buffer);
-        if (exporting_) {
-          out.write(exported_.data(), static_cast<std::streamsize>(exported_.size()));
-        } else {
-          codebook::output::Render(combined_, format_, out, textOptions_);
-        }
-        if (!buffer.Finish(error) || !target_.Commit(opened_, error)) {
-          writeFailed_ = true;
-          writeError_ = error;
-        }
-      }
-    }
-    if (writeFailed_) {
-      Fail(session::kExitUsage, writeError_);
-      return std::max<int>(status_, session::kExitUsage);
-    }
-    return status_;
-  }
-
- private:
-  session::SessionOptions SessionOptions() {
-    session::SessionOptions result;
-    result.progress = ::isatty(STDERR_FILENO) != 0;
-    result.encoding = options_.encoding;
-    result.holdMessages = streaming_;
-    // A dictionary-only file exports its dictionary; its codebook is the
-    // procedure's error.
-    result.describeEmptyFiles = exporting_;
-    result.afterCommand = [this](std::size_t first) {
-      Document alerts;
-      PostProcess(*current_, first, alerts);
-      if (streaming_) Emit(*current_->Document(), first, alerts);
-    };
-    if (exporting_ || alerts_ || !hide_.Empty()) {
-      result.passObserver = [this](const codebook::data::Dataset& dataset, int weightIndex) {
-        // Alerts need only the weights; hiding counts the values of the
-        // variables it may hide (up to a limit); an export tallies every
-        // variable, and counts all values when there are weights.
-        codebook::exporting::TallyOptions tally = codebook::report::AlertTallyOptions();
-        if (!hide_.Empty()) tally = codebook::report::HideTallyOptions(hide_, dataset);
-        if (exporting_) {
-          tally.allVariables = true;
-          tally.countValues = tally.countValues || weightIndex >= 0;
-          tally.maxValues = static_cast<std::size_t>(-1);
-        }
-        return std::make_shared<codebook::exporting::ValueTally>(dataset, weightIndex, tally);
-      };
-    }
-    return result;
-  }
-
-  // After a CODEBOOK command that ran whole: finds its alerts (into
-  // `alerts`, and into the combined document when the output is made at the
-  // end), then hides the values asked to be hidden in its tables. The alerts
-  // read the tables before any value is hidden, so that they are the same
-  // whatever is hidden; they name no value of a hidden variable.
-  void PostProcess(session::Session& session, std::size_t first, Document& alerts) {
-    const auto& run = session.LastCodebook();
-    if (!run || run->firstItem != first || !run->completed || !run->dataset) return;
-    auto* tally = dynamic_cast<codebook::exporting::ValueTally*>(run->observer.get());
-    if (tally != nullptr && run->expectedCases >= 0 && tally->Cases() < run->expectedCases) tally->SetPartial();
-    // Histograms first: a table whose values are hidden is replaced, and its
-    // histogram goes with it.
-    if (format_ == OutputFormat::kHtml) {
-      codebook::report::AttachHistograms(*session.Document(), run->firstItem, run->endItem, *run->dataset, distributions_);
-      DescribeFile(session, *run, tally);
-    }
-    distributions_.Clear();
-    hidden_.clear();
-    if (!hide_.Empty()) {
-      std::vector<std::string> unknown;
-      hidden_ = codebook::report::ChooseHidden(hide_, *run->dataset, tally, unknown);
-      for (const std::string& name : unknown) {
-        Fail(session::kExitOk, "warning: --hide-values: the dataset has no variable " + name);
-      }
-    }
-    if (alerts_) CollectAlerts(session, *run, tally, alerts);
-    if (!hidden_.empty()) {
-      codebook::report::HideValues(*session.Document(), run->firstItem, run->endItem, *run->dataset, hidden_, tally);
-    }
-  }
-
-  // What heads the HTML report of the file the command ran on.
-  void DescribeFile(session::Session& session, const session::CodebookRun& run,
-                    const codebook::exporting::ValueTally* tally) {
-    const codebook::data::Dataset& dataset = *run.dataset;
-    codebook::output::FileSummary file;
-    file.name = readingStandardInput_ ? std::string("standard input") : dataset.FileSpec().value_or(fileName_);
-    file.cases = dataset.GetCaseCount();
-    // A file that does not say how many cases it has: the pass counted them
-    // all, unless it stopped early or the cases were selected.
-    if (file.cases < 0 && tally != nullptr && !tally->Partial() && run.expectedCases < 0) file.cases = tally->Cases();
-    file.variables = dataset.ColumnCount();
-    if (run.weightIndex >= 0) file.weight = dataset.GetVariable(run.weightIndex)->GetName();
-    const auto& items = session.Document()->Items();
-    for (std::size_t i = run.firstItem; i < run.endItem && i < items.size(); ++i) {
-      const auto* table = std::get_if<Document::Table>(&items[i]);
-      if (table != nullptr && (*table)->subtype == "FileInformation") file.informationTable = *table;
-    }
-    session.Document()->AddFile(std::move(file));
-  }
-
-  void CollectAlerts(session::Session& session, const session::CodebookRun& run,
-                     const codebook::exporting::ValueTally* tally, Document& alerts) {
-    alerts.SetAlertsChecked();
-    combined_.SetAlertsChecked();
-    // One item's facts at a time: the facts of all the items together
-    // would hold a copy of every table's values.
-    std::vector<codebook::output::Alert> found;
-    codebook::exporting::ForEachItemFacts(*session.Document(), run.firstItem, run.endItem,
-                                          [&](const codebook::exporting::ItemFacts& item, std::size_t) {
-                                            codebook::report::AddItemAlerts(item, *run.dataset, hidden_, found);
-                                          });
-    codebook::report::AddFileAlerts(*run.dataset, tally, run.weightIndex, found);
-    for (codebook::output::Alert& alert : found) {
-      alerts.AddAlert(alert);
-      if (!streaming_) combined_.AddAlert(std::move(alert));
-    }
-  }
-
-  // The export of the session's last CODEBOOK command, when it ran whole.
-  void Export(const session::Session& session) {
-    const auto& run = session.LastCodebook();
-    if (!run || !run->completed || !run->dataset) return;
-    codebook::exporting::ExportInput input;
-    input.dataset = run->dataset.get();
-    input.fileInfo = run->fileInfo;
-    input.fileName = fileName_;
-    input.items = codebook::exporting::ReadItemFacts(*session.Document(), run->firstItem, run->endItem);
-    input.weightIndex = run->weightIndex;
-    input.tally = dynamic_cast<const codebook::exporting::ValueTally*>(run->observer.get());
-    input.hidden = hidden_;
-    input.version = CODEBOOK_VERSION;
-    input.date = ProductionDate();
-    std::ostringstream text;
-    if (options_.exportFormat == codebook::cli::ExportFormat::kDdi) {
-      codebook::exporting::WriteDdi(input, text);
-    } else {
-      codebook::exporting::WriteDictionaryCsv(input, text);
-    }
-    exported_ = std::move(text).str();
-  }
-
-  void Emit(const Document& document, std::size_t first, const Document& alerts = {}) {
-    if (writeFailed_) return;
-    Document part;
-    AppendItems(part, document, first, format_);
-    if (alerts.AlertsChecked()) part.SetAlertsChecked();
-    for (const codebook::output::Alert& alert : alerts.Alerts()) part.AddAlert(alert);
-    codebook::cli::TargetStreamBuffer buffer(target_);
-    if (wroteSomething_) buffer.SetPrefix(Separator(format_));
-    std::ostream out(&buffer);
-    codebook::output::Render(part, format_, out, textOptions_);
-    std::string error;
-    if (!buffer.Finish(error)) {
-      writeFailed_ = true;
-      writeError_ = error;
-    }
-    wroteSomething_ = wroteSomething_ || buffer.WroteAny();
-  }
-
-  void Finish(session::Session& session) {
-    if (exporting_) {
-      Export(session);
-    } else if (!streaming_) {
-      AppendItems(combined_, *session.Document(), 0, format_);
-      for (const codebook::output::FileSummary& file : session.Document()->Files()) combined_.AddFile(file);
-    }
-    for (const std::string& file : session.OpenedFiles()) opened_.push_back(file);
-    Worsen(session.ExitStatus());
-  }
-
-  void Worsen(int status) { status_ = std::max(status_, status); }
-
-  const Options& options_;
-  OutputFormat format_;
-  codebook::cli::OutputTarget& target_;
-  codebook::output::TextOptions textOptions_;
-  bool streaming_ = false;
-  bool exporting_ = false;
-  bool alerts_ = false;
-  codebook::report::HideRequest hide_;
-  std::set<int> hidden_;  // of the last CODEBOOK command
-  codebook::report::DistributionCollector distributions_;  // of the command running, for HTML
-  std::string fileName_;  // the dataset as the user named it
-  bool readingStandardInput_ = false;
-  std::string exported_;  // the export, once made
-  Document combined_;
-  std::vector<std::string> opened_;
-  int status_ = session::kExitOk;
-  bool wroteSomething_ = false;
-  bool writeFailed_ = false;
-  std::string writeError_;
-  // The session whose commands are running, for the streaming callback.
-  session::Session* current_ = nullptr;
-};
 
 // Standard output written through stdio (help, version) must reach its
 // destination too.
@@ -512,7 +144,7 @@ int main(int argc, char** argv) {
 
   const OutputFormat format =
       options.ascii && options.format == OutputFormat::kText ? OutputFormat::kAscii : options.format;
-  Run run(options, format, target);
+  codebook::cli::Run run(options, format, target);
   if (!options.syntaxFile.empty()) {
     run.Syntax(syntax, options.syntaxFile);
   } else {

@@ -19,6 +19,10 @@ void Document::Append(Message message) { items_.emplace_back(std::make_shared<co
 
 void Document::Append(Heading heading) { items_.emplace_back(std::make_shared<const Heading>(std::move(heading))); }
 
+void Document::Append(FileSummary file) {
+  items_.emplace_back(std::make_shared<const FileSummary>(std::move(file)));
+}
+
 void Document::Replace(std::size_t index, Table table) {
   if (index >= items_.size() || !table) return;
   if (const auto* old = std::get_if<Table>(&items_[index])) histograms_.erase(*old);

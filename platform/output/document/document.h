@@ -55,15 +55,30 @@ struct Alert {
   std::string text;  // one sentence for people
 };
 
-// What a report says of a dataset file before its tables: the file, its
-// cases and variables, and the weight. Where the command made a File
-// Information table of it, that table says it instead.
+// What a report says of a dataset file at the head of its part: the file,
+// its label and documents, its cases and variables, and the weight. Where
+// the command made a File Information table of it, that table says it
+// instead. A document to be shipped names the file, never the folder it was
+// made in, unless the command asked for the location.
 struct FileSummary {
-  std::string name;           // the file (its full path, or "standard input")
+  std::string name;           // the file's name without its folder, or "standard input"
+  std::string location;       // its folder, only where the command asked for LOCATION
+  std::string label;          // the file label; empty: none
+  std::vector<std::string> documents;  // the documents' lines, in order
   std::int64_t cases = -1;    // -1: the file does not say
+  // The sum of the weights of the cases counted, when the counts are
+  // weighted (NaN otherwise); `cases` stays the unweighted count.
+  double weightedCases = std::numeric_limits<double>::quiet_NaN();
   int variables = 0;
   std::string weight;         // the weight variable; empty: none
   std::shared_ptr<const bp::TableNode> informationTable;  // null: none made
+};
+
+// Who made a document and when, for the formats meant to be shipped.
+struct Provenance {
+  std::string program;  // "codebook"
+  std::string version;
+  std::string date;     // YYYY-MM-DD, from $SOURCE_DATE_EPOCH when it is set
 };
 
 class Document {
@@ -74,11 +89,14 @@ class Document {
   // thousand tables.
   using MessageItem = std::shared_ptr<const Message>;
   using HeadingItem = std::shared_ptr<const Heading>;
-  using Item = std::variant<Table, MessageItem, HeadingItem>;
+  // A dataset file's summary stands where its part of the document begins.
+  using FileItem = std::shared_ptr<const FileSummary>;
+  using Item = std::variant<Table, MessageItem, HeadingItem, FileItem>;
 
   void Append(Table table);
   void Append(Message message);
   void Append(Heading heading);
+  void Append(FileSummary file);
   // Puts another table in an item's place (values hidden, say); what was
   // drawn of the old one goes with it.
   void Replace(std::size_t index, Table table);
@@ -94,9 +112,9 @@ class Document {
     const auto found = histograms_.find(table);
     return found == histograms_.end() ? nullptr : &found->second;
   }
-  // The dataset files the document describes, in order.
-  void AddFile(FileSummary file) { files_.push_back(std::move(file)); }
-  const std::vector<FileSummary>& Files() const { return files_; }
+  // Who made the document; null until set.
+  void SetProvenance(Provenance provenance) { provenance_ = std::move(provenance); }
+  const std::optional<Provenance>& GetProvenance() const { return provenance_; }
   const std::vector<Item>& Items() const { return items_; }
   std::size_t Size() const { return items_.size(); }
   void Clear() {
@@ -104,7 +122,7 @@ class Document {
     alerts_.clear();
     alertsChecked_ = false;
     histograms_.clear();
-    files_.clear();
+    provenance_.reset();
   }
   // Drops the items after the first `size`: the partial output of a command
   // that failed.
@@ -117,7 +135,7 @@ class Document {
   // Keyed by the table itself (which the key keeps alive), so that no later
   // table made at a freed table's address can take its picture.
   std::map<Table, Histogram> histograms_;
-  std::vector<FileSummary> files_;
+  std::optional<Provenance> provenance_;
 };
 
 void AddMessage(Document& document, Severity severity, std::string command, int line,

@@ -295,8 +295,10 @@ std::vector<const bp::TableNode*> RenderFiles(std::string& out, const Document& 
     }
     return false;
   };
-  for (const FileSummary& file : document.Files()) {
-    if (!file.informationTable || !show(file.informationTable.get())) RenderFileSummary(out, file);
+  for (const Document::Item& item : document.Items()) {
+    const auto* file = std::get_if<Document::FileItem>(&item);
+    if (file == nullptr) continue;
+    if (!(*file)->informationTable || !show((*file)->informationTable.get())) RenderFileSummary(out, **file);
   }
   for (const auto& [table, position] : informationTables) show(table);
   return shown;
@@ -305,9 +307,12 @@ std::vector<const bp::TableNode*> RenderFiles(std::string& out, const Document& 
 // The page's title names what it describes.
 std::string PageTitle(const Document& document) {
   std::string names;
-  for (const FileSummary& file : document.Files()) {
-    const std::size_t slash = file.name.rfind('/');
-    names += (names.empty() ? "" : ", ") + (slash == std::string::npos ? file.name : file.name.substr(slash + 1));
+  for (const Document::Item& item : document.Items()) {
+    const auto* file = std::get_if<Document::FileItem>(&item);
+    if (file == nullptr) continue;
+    const std::string& name = (*file)->name;
+    const std::size_t slash = name.rfind('/');
+    names += (names.empty() ? "" : ", ") + (slash == std::string::npos ? name : name.substr(slash + 1));
   }
   return names.empty() ? std::string("Codebook") : "Codebook of " + names;
 }
@@ -355,8 +360,8 @@ void RenderHtml(const Document& document, std::ostream& out) {
       buffer += "<h1>";
       Escape(buffer, (*heading)->text);
       buffer += "</h1>\n";
-    } else {
-      const Message& message = *std::get<Document::MessageItem>(item);
+    } else if (const auto* held = std::get_if<Document::MessageItem>(&item)) {
+      const Message& message = **held;
       buffer += "<p class=\"";
       buffer += SeverityName(message.severity);
       buffer += "\">";

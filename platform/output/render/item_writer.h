@@ -29,9 +29,11 @@ void WriteItems(const Document& document, std::ostream& out, std::string_view se
     } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
       if (!first) buffer += separator;
       writeHeading(buffer, **heading);
-    } else {
+    } else if (const auto* message = std::get_if<Document::MessageItem>(&item)) {
       if (!first) buffer += separator;
-      writeMessage(buffer, *std::get<Document::MessageItem>(item));
+      writeMessage(buffer, **message);
+    } else {
+      continue;
     }
     first = false;
     out << buffer;

@@ -133,13 +133,15 @@ void RenderJson(const Document& document, std::ostream& stream) {
       WriteMessage(out, **message);
       stream << out;
       out.clear();
-    } else {
+    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
       out += (first ? "\n" : ",\n");
       out += "  {\"kind\": \"heading\", \"text\": ";
-      AppendJsonString(out, std::get<Document::HeadingItem>(item)->text);
+      AppendJsonString(out, (*heading)->text);
       out += "}";
       stream << out;
       out.clear();
+    } else {
+      continue;
     }
     first = false;
   }

@@ -347,12 +347,14 @@ void RenderText(const Document& document, std::ostream& out, const TextOptions& 
       if (!first) buffer += '\n';
       AppendWrapped(buffer, "==> " + EscapeForTerminal((*heading)->text) + " <==", options.width, 4);
       lastWasTable = false;
-    } else {
+    } else if (const auto* held = std::get_if<Document::MessageItem>(&item)) {
       if (lastWasTable) buffer += '\n';
       std::ostringstream message;
-      WriteMessageText(*std::get<Document::MessageItem>(item), message);
+      WriteMessageText(**held, message);
       AppendWrapped(buffer, message.str(), options.width, 2);
       lastWasTable = false;
+    } else {
+      continue;
     }
     out << buffer;
     first = false;
