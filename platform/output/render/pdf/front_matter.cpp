@@ -1,6 +1,7 @@
 // What comes before the tables: each file's title block (its label or
 // name, documents, cases, weight, and who made the document when) and the
 // contents list with page numbers.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -113,14 +114,27 @@ void DocumentLayout::Contents() {
   Paragraph(Font::kHeading, "Contents", colors::kText, 3);
   const double lineHeight = text_.LineHeight(Font::kBody) + 1.2;
   const double numberWidth = text_.Measure(Font::kBody, "000000").width;
+  // A list that fits in what is left of both columns is shared evenly
+  // between them; a longer one fills column after column.
+  const std::size_t total = scan_.contents.size() + (scan_.parts.size() > 1 ? 2 * scan_.parts.size() : 0);
+  const auto perColumn = static_cast<std::size_t>(std::max(0.0, flow_.Room(false)) / lineHeight);
+  const std::size_t breakAt = total <= 2 * perColumn ? (total + 1) / 2 : static_cast<std::size_t>(-1);
+  std::size_t lines = 0;
+  bool balanced = false;
   std::size_t part = static_cast<std::size_t>(-1);
   for (const ContentsEntry& entry : scan_.contents) {
+    if (!balanced && lines >= breakAt) {
+      flow_.Break(false);
+      balanced = true;
+    }
+    ++lines;
     if (entry.part != part && scan_.parts.size() > 1) {
       const std::string& heading = scan_.parts[entry.part].heading;
       Ensure(2 * lineHeight + 3, false);
       const Spot spot = flow_.Here(false);
       canvas_.WriteLine(Font::kBold, heading, spot.x, spot.y + 3, spot.width);
       flow_.Advance(lineHeight + 3, false);
+      lines += 2;
     }
     part = entry.part;
     Ensure(lineHeight, false);

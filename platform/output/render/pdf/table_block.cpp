@@ -7,7 +7,7 @@ namespace codebook::output::pdf {
 namespace {
 
 constexpr double kPadX = 3;
-constexpr double kPadY = 1.4;
+constexpr double kPadY = 1.1;
 constexpr double kIndent = 7;       // per level of row groups
 constexpr double kMinColumn = 44;   // narrower, a column reads a word or two a line
 constexpr Font kCellFont = Font::kBody;

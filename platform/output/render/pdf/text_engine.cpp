@@ -77,6 +77,12 @@ const TextEngine::Entry& TextEngine::Lay(Font font, std::string_view text, doubl
     pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
   }
   pango_layout_set_width(layout, pangoWidth);
+  // A word broken between lines gets no hyphen that the text does not
+  // have: copied or searched, the text is the file's.
+  PangoAttrList* attributes = pango_attr_list_new();
+  pango_attr_list_insert(attributes, pango_attr_insert_hyphens_new(FALSE));
+  pango_layout_set_attributes(layout, attributes);
+  pango_attr_list_unref(attributes);
   pango_layout_set_text(layout, safe.data(), static_cast<int>(safe.size()));
   int w = 0;
   int h = 0;
