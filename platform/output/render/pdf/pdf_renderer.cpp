@@ -25,10 +25,20 @@ struct ContextDeleter {
   void operator()(cairo_t* cr) const { cairo_destroy(cr); }
 };
 
+// Cairo is never told of a failed write: its PDF surface, finished after
+// one, may crash when it is destroyed. The rest is dropped and the failure
+// reported once the surface is done.
+struct Sink {
+  std::ostream* out = nullptr;
+  bool failed = false;
+};
+
 cairo_status_t WriteToStream(void* closure, const unsigned char* data, unsigned int length) {
-  auto& out = *static_cast<std::ostream*>(closure);
-  out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(length));
-  return out ? CAIRO_STATUS_SUCCESS : CAIRO_STATUS_WRITE_ERROR;
+  auto& sink = *static_cast<Sink*>(closure);
+  if (sink.failed) return CAIRO_STATUS_SUCCESS;
+  sink.out->write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(length));
+  sink.failed = !*sink.out;
+  return CAIRO_STATUS_SUCCESS;
 }
 
 std::string IsoTime(std::time_t when) {
@@ -66,8 +76,9 @@ void RenderPdf(const Document& document, std::ostream& out, const PdfOptions& op
     pages = flow.Page();
   }
 
+  Sink sink{&out, false};
   std::unique_ptr<cairo_surface_t, SurfaceDeleter> surface(
-      cairo_pdf_surface_create_for_stream(WriteToStream, &out, page.width, page.height));
+      cairo_pdf_surface_create_for_stream(WriteToStream, &sink, page.width, page.height));
   cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_TITLE, SafeText(MetadataTitle(scan)).c_str());
   cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_CREATOR, SafeText(options.creator).c_str());
   cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_CREATE_DATE, IsoTime(options.created).c_str());
@@ -85,10 +96,10 @@ void RenderPdf(const Document& document, std::ostream& out, const PdfOptions& op
   }
   cairo_surface_finish(surface.get());
   const cairo_status_t status = cairo_surface_status(surface.get());
-  if (status != CAIRO_STATUS_SUCCESS || !out) {
-    throw std::runtime_error(std::string("cannot write the PDF: ") +
-                             (status != CAIRO_STATUS_SUCCESS ? cairo_status_to_string(status) : "write error"));
+  if (status != CAIRO_STATUS_SUCCESS) {
+    throw std::runtime_error(std::string("cannot make the PDF: ") + cairo_status_to_string(status));
   }
+  if (sink.failed) throw std::runtime_error("cannot write the PDF");
 }
 
 }  // namespace codebook::output::pdf

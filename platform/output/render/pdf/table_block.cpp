@@ -100,7 +100,10 @@ double TableBlock::Height() const {
 double TableBlock::Indent(const ViewEntry& entry) const { return kIndent * std::min(entry.depth, 8); }
 
 std::string TableBlock::CellText(const ViewEntry& entry, int column) const {
-  return JoinedCellText(view_, entry.cellBegin, entry.cellEnd, column);
+  std::string text = JoinedCellText(view_, entry.cellBegin, entry.cellEnd, column);
+  // A line feed that ends the last line opens no empty one.
+  while (!text.empty() && text.back() == '\n') text.pop_back();
+  return text;
 }
 
 bool TableBlock::Numeric(const ViewEntry& entry, int column) const {
