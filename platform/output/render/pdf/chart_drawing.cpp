@@ -72,11 +72,9 @@ void DrawHistogram(Canvas& canvas, const Histogram& histogram, double x, double 
     canvas.Write(Font::kSmall, quartile.name, at - nameWidth / 2, y, colors::kMuted);
   }
   const double axis = base + 1.5;
-  const TextSize low = text.MeasureLine(Font::kSmall, model.low, plotWidth / 2);
   canvas.WriteLine(Font::kSmall, model.low, left, axis, plotWidth / 2, colors::kMuted);
   const TextSize high = text.MeasureLine(Font::kSmall, model.high, plotWidth / 2 - 4);
   canvas.WriteLine(Font::kSmall, model.high, left + plotWidth - high.width, axis, plotWidth / 2 - 4, colors::kMuted);
-  (void)low;
 }
 
 }  // namespace codebook::output::pdf
