@@ -258,9 +258,10 @@ TEST_F(CommandLine, EveryLineFitsAnyWidthDownToTheNarrowest) {
       EXPECT_THAT(fitted.out, HasSubstr("Data-quality alerts"));
     }
   }
-  // The long title is wrapped, not cut: all of it is there.
+  // The long title is wrapped, not cut: all of it is there, the split
+  // marked.
   const Result fifty = Run({"--width", "50", Path("wide.sav").string()});
-  EXPECT_THAT(fifty.out, HasSubstr(std::string(50, 'v') + "\n" + std::string(14, 'v') + "\n"));
+  EXPECT_THAT(fifty.out, HasSubstr(std::string(49, 'v') + "\xE2\x86\xB5\n" + std::string(15, 'v') + "\n"));
 }
 
 TEST_F(CommandLine, EncodingOverridesTheFilesCodePage) {
