@@ -93,10 +93,18 @@ ProgressDisplay::ProgressDisplay(std::FILE* stream, std::int64_t total, std::chr
 ProgressDisplay::~ProgressDisplay() {
   if (stream_ == nullptr) return;
   active = previous_;
-  if (shown_) {
-    std::fputs("\r\033[K", stream_);
-    std::fflush(stream_);
-  }
+  Erase();
+}
+
+void ProgressDisplay::Erase() {
+  if (!shown_) return;
+  std::fputs("\r\033[K", stream_);
+  std::fflush(stream_);
+  shown_ = false;
+}
+
+void EraseProgress() {
+  if (active != nullptr) active->Erase();
 }
 
 data::ProgressCallback ProgressDisplay::Callback() const { return stream_ != nullptr ? Report : nullptr; }
@@ -104,8 +112,9 @@ data::ProgressCallback ProgressDisplay::Callback() const { return stream_ != nul
 void ProgressDisplay::Update(std::int64_t casesRead) {
   const auto now = std::chrono::steady_clock::now();
   if (now - start_ < delay_) return;
-  // Ten lines a second are as many as an eye can follow.
-  if (shown_ && now - lastDrawn_ < std::chrono::milliseconds(100)) return;
+  // Ten lines a second are as many as an eye can follow (also after a
+  // message erased the line).
+  if (now - lastDrawn_ < std::chrono::milliseconds(100)) return;
   lastDrawn_ = now;
   const double seconds = std::chrono::duration<double>(now - start_).count();
   // One column short of the screen: a full line would wrap on some

@@ -32,6 +32,9 @@ class ProgressDisplay {
   // Null when nothing is drawn.
   data::ProgressCallback Callback() const;
   void Update(std::int64_t casesRead);
+  // Erases the line, if drawn, so that a message can be written; the next
+  // update draws it again.
+  void Erase();
 
  private:
   std::FILE* stream_;
@@ -42,6 +45,11 @@ class ProgressDisplay {
   bool shown_ = false;
   ProgressDisplay* previous_ = nullptr;
 };
+
+// Erases the line of the display active on this thread, if any: what
+// writes messages to the terminal calls it first, lest a message start at
+// the end of the progress line.
+void EraseProgress();
 
 // The line for `read` cases of `total` (-1: unknown) after `seconds`, at
 // most `width` columns (0: any): "196,608 of 250,000 cases (79%),

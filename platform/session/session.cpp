@@ -82,6 +82,7 @@ void Session::HintAtEmptySubcommand(const syntax::Message& warning) {
 
 void Session::WriteHeldMessages() {
   if (heldMessages_.empty() || options_.messageStream == nullptr) return;
+  EraseProgress();
   std::fwrite(heldMessages_.data(), 1, heldMessages_.size(), options_.messageStream);
   std::fflush(options_.messageStream);
   heldMessages_.clear();

@@ -89,6 +89,16 @@ TEST_F(Progress, ATerminalSeesTheShareOfTheDeclaredTotalThenNothing) {
   ASSERT_GE(terminal.size(), 4u);
   EXPECT_EQ(terminal.substr(terminal.size() - 4), "\r\033[K") << terminal;
 
+  // A message written while the line is drawn starts on a line of its own.
+  std::string warned;
+  const Result withWarning =
+      OnTerminal({"-o", Path("out.txt").string(), Fixture("fx12_large_20000.zsav"), "id", "cat"}, warned);
+  ASSERT_EQ(withWarning.status, 0) << warned;
+  const std::size_t warning = warned.find("codebook: warning: Value labels, counts, and/or percents");
+  ASSERT_NE(warning, std::string::npos) << warned;
+  ASSERT_GE(warning, 4u);
+  EXPECT_EQ(warned.substr(warning - 4, 4), "\r\033[K") << warned;
+
   std::string quiet;
   const Result silent = OnTerminal({"--quiet", Fixture("fx12_large_20000.zsav"), "cat", "x1"}, quiet);
   EXPECT_EQ(silent.status, 0);
