@@ -48,15 +48,17 @@ class ListLines {
   void Packed(int indent, const std::vector<std::string>& pieces) {
     const int room = std::max(1, inner_ - indent);
     std::string line;
-    for (const std::string& piece : pieces) {
-      const int width = DisplayWidth(piece);
-      if (!line.empty() && DisplayWidth(line) + 2 + width + 1 <= room) {
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+      const std::string& piece = pieces[i];
+      // Room for the comma after a piece that is not the last.
+      const int width = DisplayWidth(piece) + (i + 1 < pieces.size() ? 1 : 0);
+      if (!line.empty() && DisplayWidth(line) + 2 + width <= room) {
         line += ", " + piece;
         continue;
       }
       if (!line.empty()) Line(indent, line + ",");
       line.clear();
-      if (width + 1 <= room) {
+      if (width <= room) {
         line = piece;
       } else {
         Wrapped(indent, piece);
