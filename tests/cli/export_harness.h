@@ -18,7 +18,6 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -227,9 +226,26 @@ inline int SignificantDigits(const std::string& number) {
   return static_cast<int>(last - first + 1);
 }
 
+// -?D+(.D+)?([eE][-+]?D+)? with D a digit.
 inline bool IsNumber(const std::string& text) {
-  static const std::regex number("-?[0-9]+(\\.[0-9]+)?([eE][-+]?[0-9]+)?");
-  return std::regex_match(text, number);
+  std::size_t at = 0;
+  const auto digits = [&] {
+    const std::size_t start = at;
+    while (at < text.size() && std::isdigit(static_cast<unsigned char>(text[at]))) ++at;
+    return at > start;
+  };
+  if (at < text.size() && text[at] == '-') ++at;
+  if (!digits()) return false;
+  if (at < text.size() && text[at] == '.') {
+    ++at;
+    if (!digits()) return false;
+  }
+  if (at < text.size() && (text[at] == 'e' || text[at] == 'E')) {
+    ++at;
+    if (at < text.size() && (text[at] == '-' || text[at] == '+')) ++at;
+    if (!digits()) return false;
+  }
+  return at == text.size();
 }
 
 // A whole RFC 4180 document.

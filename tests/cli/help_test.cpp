@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -46,8 +45,14 @@ std::vector<std::string> Keywords(const SubComDescriptor& subcommand) {
   return keywords;
 }
 
+// The word stands in the text, not inside a longer keyword.
 bool NamesWord(const std::string& text, const std::string& word) {
-  return std::regex_search(text, std::regex("(^|[^A-Z])" + word + "([^A-Z]|$)"));
+  const auto letter = [](char c) { return c >= 'A' && c <= 'Z'; };
+  for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) {
+    const std::size_t end = at + word.size();
+    if ((at == 0 || !letter(text[at - 1])) && (end == text.size() || !letter(text[end]))) return true;
+  }
+  return false;
 }
 
 class Help : public Program {};
