@@ -96,7 +96,7 @@ int main(int argc, char** argv) {
   if (!parsed) return Fail(session::kExitUsage, error);
   Options options = *parsed;
   if (options.help) {
-    std::fputs(codebook::cli::kUsage, stdout);
+    std::fputs(codebook::cli::Usage().c_str(), stdout);
     return FinishStandardOutput(0);
   }
   if (options.version) {

@@ -3,49 +3,44 @@
 #include <cctype>
 #include <charconv>
 
+#include "platform/data/dataset_formats.h"
+#include "platform/output/render/text_width.h"
+
 namespace codebook::cli {
 
-const char* const kUsage =
-    "usage: codebook [options] FILE... [CODEBOOK arguments...]\n"
-    "       codebook [options] -x SYNTAX-FILE\n"
-    "       codebook [options] --demo [CODEBOOK arguments...]\n"
-    "\n"
-    "Writes the data dictionary (codebook) of dataset files (.sav, .zsav).\n"
-    "The CODEBOOK arguments are the command's variable list and subcommands,\n"
-    "for example:  codebook survey.sav age income '$brands' /STATISTICS COUNT MEAN\n"
-    "FILE - reads the dataset from standard input. Further files after the\n"
-    "first are taken while their names end in .sav or .zsav; each gets its own\n"
-    "part of the output, introduced by its name.\n"
-    "\n"
-    "options:\n"
-    "  -x, --syntax FILE   run a syntax file (GET FILE, WEIGHT, FILTER, N OF CASES, CODEBOOK)\n"
-    "  -f, --format FMT    text (default), html, json, markdown, csv, pdf, or the exports\n"
-    "                      ddi (DDI-Codebook 2.5 XML) and dictionary (one CSV row\n"
-    "                      per variable)\n"
-    "  -o, --output FILE   write the output to FILE (- for standard output); without -f,\n"
-    "                      its extension chooses the format: .txt .html .json .md .pdf,\n"
-    "                      .csv (the tables), .dict.csv (the dictionary), .xml (DDI)\n"
-    "      --paper SIZE    a4 or letter, for PDF output (default: the locale's paper,\n"
-    "                      else A4)\n"
-    "      --ascii         plain ASCII table borders for text output\n"
-    "      --alerts        data-quality alerts after the tables of text and Markdown\n"
-    "                      output (HTML and JSON always carry them)\n"
-    "      --hide-values VARLIST|auto\n"
-    "                      show no values, counts, minimum or maximum of these\n"
-    "                      variables (auto: strings and identifiers), in every format\n"
-    "      --width N       fit text output into N columns, 30 or more (default: the\n"
-    "                      terminal's width or $COLUMNS; 0: no limit)\n"
-    "  -w, --weight VAR    weight the cases by VAR (overrides the file's weight)\n"
-    "      --encoding NAME read the file's text in NAME (e.g. windows-1252), whatever\n"
-    "                      code page the file declares\n"
-    "      --demo          use the bundled demo dataset\n"
-    "      --version       print the version and exit\n"
-    "  -h, --help          print this help and exit\n"
-    "Values may follow their option as '-f html', '-fhtml' or '--format=html'.\n"
-    "\n"
-    "exit status: 0 done (warnings allowed), 1 a command reported an error,\n"
-    "2 wrong program arguments or output that could not be written,\n"
-    "3 a dataset file could not be read, 70 an internal error.\n";
+// The help: one screen of 80 columns, every subcommand with its keywords,
+// and the two defaults that surprise.
+std::string Usage() {
+  const std::string files = "Writes the data dictionary of each FILE (" + data::DatasetExtensionsText() +
+                            "; - is standard input), a part for each. The CODEBOOK arguments, all "
+                            "optional, come in this order:";
+  std::string usage =
+      "usage: codebook [options] FILE... [CODEBOOK arguments]\n"
+      "       codebook [options] --demo [CODEBOOK arguments]\n"
+      "       codebook [options] -x JOB.sps\n";
+  for (const std::string& line : output::WrapText(files, 79)) usage += line + "\n";
+  usage +=
+      "  variables    names, a TO b, ALL, $set, $ALL; [N], [O] or [S] after a name\n"
+      "  /VARINFO     POSITION LABEL TYPE FORMAT MEASURE ROLE ATTRIBUTES VALUELABELS\n"
+      "               MISSING RESERVEDATTRIBUTES\n"
+      "  /FILEINFO    NAME LOCATION CASECOUNT LABEL ATTRIBUTES DOCUMENTS WEIGHT\n"
+      "               RESERVEDATTRIBUTES\n"
+      "  /STATISTICS  NONE COUNT PERCENT MEAN STDDEV QUARTILES\n"
+      "  /OPTIONS     MAXCATS=n VARORDER={FILE|ALPHA|VARLIST|MEASURE|ATTRIBUTE(name)}\n"
+      "               SORT={ASCENDING|DESCENDING}\n"
+      "Defaults: the file's weight variable weights the counts (--no-weight: none);\n"
+      "MAXCATS=200, so a variable with more values, like an identifier, lists none.\n"
+      "  -f, --format F  text html json markdown csv pdf ddi (XML) dictionary (CSV)\n"
+      "  -o, --output F  write to F, whole, never partial; its extension sets -f\n"
+      "  -w, --weight V  weight by V; -w OFF or --no-weight: no weights  -h, --help\n"
+      "  -x, --syntax J  run J's commands: GET FILE WEIGHT FILTER N OF CASES CODEBOOK\n"
+      "  --width N  text in N columns (30+)  --ascii  plain borders  --demo  demo data\n"
+      "  --alerts  alerts in text  --encoding E  read text as E  --paper a4|letter\n"
+      "  --hide-values VARLIST|auto  hide values  -q, --quiet  no progress  --version\n"
+      "Exit: 0 done, 1 a command failed, 2 bad arguments or output, 3 a dataset could\n"
+      "not be read. More: man codebook, and share/doc/codebook/commands.md.\n";
+  return usage;
+}
 
 namespace {
 
@@ -62,8 +57,7 @@ bool EndsWith(const std::string& text, const std::string& suffix) {
 // cannot be "-" and rarely ends in ".sav"; "--" before the CODEBOOK
 // arguments settles any doubt.
 bool LooksLikeDataset(const std::string& argument) {
-  const std::string lower = Lower(argument);
-  return argument == kStandardStream || EndsWith(lower, ".sav") || EndsWith(lower, ".zsav");
+  return argument == kStandardStream || data::HasDatasetExtension(argument);
 }
 
 // The options that take a value, by every name they go by.
@@ -209,12 +203,25 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
       options.ascii = true;
     } else if (name == "--alerts") {
       options.alerts = true;
+    } else if (name == "--no-weight") {
+      options.noWeight = true;
+    } else if (name == "-q" || name == "--quiet") {
+      options.quiet = true;
     } else {
       error = "unknown option " + argument + " (see codebook --help)";
       return std::nullopt;
     }
   }
   if (options.help || options.version) return options;
+
+  // -w OFF is the command language's WEIGHT OFF.
+  if (Lower(options.weight) == "off") {
+    options.weight.clear();
+    options.noWeight = true;
+  } else if (options.noWeight && !options.weight.empty()) {
+    error = "--no-weight and --weight " + options.weight + " contradict each other";
+    return std::nullopt;
+  }
 
   if (!options.formatGiven && !options.outputFile.empty() && options.outputFile != kStandardStream) {
     if (const auto format = FormatForExtension(options.outputFile)) options.format = *format;
@@ -226,8 +233,9 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
       error = "-x runs a syntax file on its own; give no dataset, --demo or CODEBOOK arguments with it";
       return std::nullopt;
     }
-    if (!options.weight.empty()) {
-      error = "--weight does not apply to a syntax file; use WEIGHT BY in the file";
+    if (!options.weight.empty() || options.noWeight) {
+      error = std::string(options.noWeight ? "--no-weight" : "--weight") +
+              " does not apply to a syntax file; use WEIGHT BY or WEIGHT OFF in the file";
       return std::nullopt;
     }
     return options;

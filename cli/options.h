@@ -29,6 +29,8 @@ struct Options {
   bool ascii = false;
   std::string outputFile;                 // -o; empty or "-": standard output
   std::string weight;                     // --weight
+  bool noWeight = false;                  // --no-weight, or -w OFF: the cases unweighted
+  bool quiet = false;                     // --quiet: no progress display
   std::string encoding;                   // --encoding
   int width = -1;                         // --width; -1: the terminal's
   bool alerts = false;                    // --alerts: data-quality alerts in text and Markdown
@@ -50,6 +52,7 @@ ExportFormat ExportForExtension(const std::string& path);
 // The CODEBOOK command with the arguments as the shell passed them.
 std::string BuildCodebookSyntax(const std::vector<std::string>& codebookArguments);
 
-extern const char* const kUsage;
+// What --help prints.
+std::string Usage();
 
 }  // namespace codebook::cli

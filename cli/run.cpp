@@ -52,7 +52,9 @@ bool CarriesMessages(OutputFormat format) {
 // The reports with pictures and a file summary at their head.
 bool IsReport(OutputFormat format) { return format == OutputFormat::kHtml || format == OutputFormat::kPdf; }
 
-void AppendItems(Document& to, const Document& from, std::size_t first, OutputFormat format) {
+// `errors`: the errors are carried in every format, so that a file's part
+// of a batch says what went wrong with it.
+void AppendItems(Document& to, const Document& from, std::size_t first, OutputFormat format, bool errors = false) {
   const auto& items = from.Items();
   for (std::size_t i = first; i < items.size(); ++i) {
     if (const auto* table = std::get_if<Document::Table>(&items[i])) {
@@ -62,8 +64,9 @@ void AppendItems(Document& to, const Document& from, std::size_t first, OutputFo
       to.Append(**heading);
     } else if (const auto* file = std::get_if<Document::FileItem>(&items[i])) {
       to.Append(**file);
-    } else if (CarriesMessages(format)) {
-      to.Append(*std::get<Document::MessageItem>(items[i]));
+    } else if (const auto& message = std::get<Document::MessageItem>(items[i]);
+               CarriesMessages(format) || (errors && message->severity == codebook::output::Severity::kError)) {
+      to.Append(*message);
     }
   }
 }
@@ -135,17 +138,16 @@ class Run::Impl {
   }
 
   // A dataset file; `heading` introduces its part when there are several.
+  // Each part stands alone: a file that cannot be read, or whose command
+  // fails, has its error in its part, and the other parts are written.
   void Dataset(const std::string& file, bool heading) {
     if (writeFailed_) return;
+    batch_ = batch_ || heading;
     const DistributionScope distributions(IsReport(format_) ? &distributions_ : nullptr);
     if (heading) {
       Document part;
       part.Append(codebook::output::Heading{file});
-      if (streaming_) {
-        Emit(part, 0);
-      } else {
-        AppendItems(combined_, part, 0, format_);
-      }
+      Part(part);
     }
     session::Session session(SessionOptions());
     current_ = &session;
@@ -158,6 +160,9 @@ class Run::Impl {
       if (path.empty()) {
         Fail(session::kExitDatasetError, error);
         Worsen(session::kExitDatasetError);
+        Document part;
+        codebook::output::AddMessage(part, codebook::output::Severity::kError, "", 0, error);
+        Part(part);
         return;
       }
       // The file information shows a path split at its last slash: standard
@@ -168,12 +173,17 @@ class Run::Impl {
     }
     fileName_ = file == codebook::cli::kStandardStream ? std::string("standard input") : file;
     if (!opened) {
+      // No command ran to show the error with its part.
+      if (streaming_) Emit(*session.Document(), 0);
       Finish(session);
       return;
     }
-    if (!options_.weight.empty()) {
+    if (!options_.weight.empty() || options_.noWeight) {
       // An unknown weight variable is the run's one error: no tables follow.
-      session.RunSyntax("WEIGHT BY " + options_.weight + ".\n");
+      // The name stays on one line, so that it cannot end the command.
+      std::string weight = options_.weight;
+      for (char& c : weight) c = (c == '\n' || c == '\r') ? ' ' : c;
+      session.RunSyntax(options_.noWeight ? std::string("WEIGHT OFF.\n") : "WEIGHT BY " + weight + ".\n");
       if (session.ExitStatus() != session::kExitOk) {
         Finish(session);
         return;
@@ -204,7 +214,11 @@ class Run::Impl {
   int End() {
     std::string error;
     if (!writeFailed_ && !streaming_) {
-      if (!target_.IsStandardOutput() && status_ != session::kExitOk) {
+      // A batch in which some file's part was made is written with the
+      // errors of the others in their parts; otherwise a failed run leaves
+      // the target as it was.
+      const bool written = status_ == session::kExitOk || (batch_ && goodParts_ > 0);
+      if (!target_.IsStandardOutput() && !written) {
         Fail(status_, "output not written to " + target_.Path() + " because of the errors above");
         return status_;
       }
@@ -248,7 +262,9 @@ class Run::Impl {
  private:
   session::SessionOptions SessionOptions() {
     session::SessionOptions result;
-    result.progress = ::isatty(STDERR_FILENO) != 0;
+    result.progress = !options_.quiet && ::isatty(STDERR_FILENO) != 0;
+    // Without a syntax file the user typed no command: the program speaks.
+    if (options_.syntaxFile.empty()) result.programName = "codebook";
     result.encoding = options_.encoding;
     result.holdMessages = streaming_;
     // A dictionary-only file exports its dictionary; its codebook is the
@@ -385,7 +401,7 @@ class Run::Impl {
   void Emit(const Document& document, std::size_t first, const Document& alerts = {}) {
     if (writeFailed_) return;
     Document part;
-    AppendItems(part, document, first, format_);
+    AppendItems(part, document, first, format_, batch_);
     if (alerts.AlertsChecked()) part.SetAlertsChecked();
     for (const codebook::output::Alert& alert : alerts.Alerts()) part.AddAlert(alert);
     codebook::cli::TargetStreamBuffer buffer(target_);
@@ -404,10 +420,21 @@ class Run::Impl {
     if (exporting_) {
       Export(session);
     } else if (!streaming_) {
-      AppendItems(combined_, *session.Document(), 0, format_);
+      AppendItems(combined_, *session.Document(), 0, format_, batch_);
     }
     for (const std::string& file : session.OpenedFiles()) opened_.push_back(file);
+    if (session.ExitStatus() == session::kExitOk) ++goodParts_;
     Worsen(session.ExitStatus());
+  }
+
+  // What introduces a file's part, or stands for it: shown now when the
+  // output is shown as it is made, else kept for the end.
+  void Part(const Document& part) {
+    if (streaming_) {
+      Emit(part, 0);
+    } else {
+      AppendItems(combined_, part, 0, format_, true);
+    }
   }
 
   void Worsen(int status) { status_ = std::max(status_, status); }
@@ -428,6 +455,8 @@ class Run::Impl {
   Document combined_;
   std::vector<std::string> opened_;
   int status_ = session::kExitOk;
+  bool batch_ = false;    // several dataset files, a part each
+  int goodParts_ = 0;     // the files whose part was made without error
   bool wroteSomething_ = false;
   bool writeFailed_ = false;
   std::string writeError_;

@@ -1,6 +1,7 @@
 // Progress of passes over the cases. The session installs a callback to show
-// progress of long passes; case sources report through it every few tens of
-// thousands of cases, so that the hot path pays one test and branch.
+// progress of long passes; case sources report through it every few
+// thousand cases (about a batch), often enough for a display redrawn ten
+// times a second, rarely enough that the hot path pays one test and branch.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +19,7 @@ extern thread_local ProgressCallback progressCallback;
 }  // namespace detail
 
 // Cases between two reports; a power of two.
-inline constexpr std::int64_t kProgressInterval = 1 << 16;
+inline constexpr std::int64_t kProgressInterval = 1 << 12;
 
 inline void ReportProgress(std::int64_t casesRead) {
   if ((casesRead & (kProgressInterval - 1)) == 0 && detail::progressCallback != nullptr) {

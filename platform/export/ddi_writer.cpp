@@ -226,13 +226,16 @@ class DdiWriter {
     Statistic("other", item.p25, true, "percentile25");
     Statistic("other", item.p75, true, "percentile75");
     Categories(item, variable, index);
+    const TimeKind kind = TimeKindOf(variable.PrintFormat());
     XmlWriter::Attributes format = {{"type", variable.IsNumeric() ? "numeric" : "character"}};
     if (!item.formatText.empty()) {
       format.emplace_back("formatname", item.formatText);
       format.emplace_back("schema", "other");
       format.emplace_back("otherSchema", "dataset-file");
     }
+    if (kind != TimeKind::kNone) format.emplace_back("category", kind == TimeKind::kTime ? "time" : "date");
     xml_.Empty("varFormat", format);
+    if (kind != TimeKind::kNone) TimeStatistics(item, index, kind, variable.PrintFormat().Decimals(), hidden != 0);
     if (hidden != 0) {
       xml_.Text("notes", "Values are not shown: " + HiddenValuesText(input_.tally, index) + ".",
                 {{"type", "codebook:hidden"}, {"subject", "Values hidden"}});
@@ -242,6 +245,29 @@ class DdiWriter {
               {{"type", "codebook:measure"}, {"subject", "Measurement level"}});
     Attributes(variable.GetAttributes(), "var");
     xml_.Close();
+  }
+
+  // sumStat holds numbers, which programs read: a date variable's are
+  // seconds since 14 October 1582. Its statistics as dates and times, for
+  // people and for programs that read ISO 8601, follow in a note.
+  void TimeStatistics(const ItemFacts& item, int index, TimeKind kind, int decimals, bool hidden) {
+    std::string text;
+    const auto add = [&](const char* name, const std::optional<double>& value, bool spread = false) {
+      if (!value) return;
+      text += (text.empty() ? "" : "; ") + std::string(name) + " " +
+              (spread ? IsoSpanText(*value, kind, decimals) : IsoText(*value, kind, decimals));
+    };
+    add("mean", item.mean);
+    add("stdev", item.stdDev, true);
+    add("medn", item.p50);
+    if (item.scale && input_.tally != nullptr && input_.tally->Of(index).HasRange() && !hidden) {
+      add("min", input_.tally->Of(index).min);
+      add("max", input_.tally->Of(index).max);
+    }
+    add("percentile25", item.p25);
+    add("percentile75", item.p75);
+    if (text.empty()) return;
+    xml_.Text("notes", text, {{"type", "codebook:iso8601"}, {"subject", "Statistics as dates and times"}});
   }
 
   void MissingValues(const data::Variable& variable) {

@@ -129,11 +129,18 @@ void WriteDictionaryCsv(const ExportInput& input, std::ostream& out) {
     const auto [valid, missing] = Counts(item, input.tally, index);
     Field(row, valid);
     Field(row, missing);
-    Field(row, Optional(item.mean));
-    Field(row, Optional(item.stdDev));
-    Field(row, Optional(item.p25));
-    Field(row, Optional(item.p50));
-    Field(row, Optional(item.p75));
+    // The statistics of dates and times in ISO 8601, which people and
+    // programs read; as seconds since 1582 they would mean nothing.
+    const VELA_Format format = variable.PrintFormat();
+    const TimeKind kind = TimeKindOf(format);
+    const auto statistic = [&](const std::optional<double>& value) {
+      return value ? IsoText(*value, kind, format.Decimals()) : std::string();
+    };
+    Field(row, statistic(item.mean));
+    Field(row, item.stdDev ? IsoSpanText(*item.stdDev, kind, format.Decimals()) : std::string());
+    Field(row, statistic(item.p25));
+    Field(row, statistic(item.p50));
+    Field(row, statistic(item.p75));
     Field(row, input.hidden.count(index) != 0 ? HiddenValuesText(input.tally, index) : std::string());
     const DatasourceAttributes& attributes = variable.GetAttributes();
     for (const std::string& name : attributeNames) {

@@ -1,17 +1,6 @@
 #include "platform/export/export_input.h"
 
-#include <charconv>
-#include <cmath>
-
 namespace codebook::exporting {
-
-std::string NumberText(double value) {
-  if (std::isnan(value)) return "NaN";
-  if (std::isinf(value)) return value > 0 ? "INF" : "-INF";
-  char text[32];
-  const auto [end, error] = std::to_chars(text, text + sizeof text, value);
-  return error == std::errc() ? std::string(text, end) : std::string();
-}
 
 std::string HiddenValuesText(const ValueTally* tally, int index) {
   if (tally == nullptr || !tally->CountsValues() || !tally->Tallied(index)) {

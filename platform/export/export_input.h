@@ -8,6 +8,7 @@
 
 #include "platform/data/dataset.h"
 #include "platform/data/sav/read_dataset.h"
+#include "platform/export/export_number.h"
 #include "platform/export/item_facts.h"
 #include "platform/export/value_tally.h"
 
@@ -29,9 +30,6 @@ struct ExportInput {
 // What is said of a variable whose values are hidden: how many distinct
 // values it has, when the tally knows.
 std::string HiddenValuesText(const ValueTally* tally, int index);
-
-// A number as short as it can be written and read back unchanged.
-std::string NumberText(double value);
 
 // The measurement level's name ("nominal", "ordinal", "scale", "unknown")
 // and the role's ("input", "target", ...).

@@ -1,14 +1,15 @@
 #include "platform/session/session.h"
 
-#include <chrono>
+#include <algorithm>
 #include <exception>
 #include <utility>
 
 #include "platform/data/data_error.h"
-#include "platform/data/progress.h"
 #include "platform/output/render/terminal_text.h"
 #include "platform/session/procedure_context.h"
+#include "platform/session/progress_display.h"
 #include "platform/syntax/current_command.h"
+#include "platform/syntax/message_sink.h"
 #include "platform/syntax/name_match.h"
 
 namespace codebook::session {
@@ -19,39 +20,6 @@ const syntax::CommandNames& KnownCommandNames() {
   static const syntax::CommandNames names{"N OF CASES"};
   return names;
 }
-
-// Progress of the pass of the command being run, shown on standard error
-// once the pass has taken more than a second.
-struct Progress {
-  std::chrono::steady_clock::time_point start;
-  bool shown = false;
-};
-Progress progress;
-
-void ShowProgress(std::int64_t casesRead) {
-  if (std::chrono::steady_clock::now() - progress.start < std::chrono::seconds(1)) return;
-  std::fprintf(stderr, "\rCODEBOOK: %lld cases read", static_cast<long long>(casesRead));
-  std::fflush(stderr);
-  progress.shown = true;
-}
-
-// Installs the progress display for one command and clears its line after.
-class ProgressScope {
- public:
-  explicit ProgressScope(bool enabled) : enabled_(enabled) {
-    if (enabled_) progress = {std::chrono::steady_clock::now(), false};
-  }
-  ~ProgressScope() {
-    if (enabled_ && progress.shown) std::fputs("\r\033[K", stderr);
-  }
-  // What the run's context calls as cases are read.
-  data::ProgressCallback Callback() const { return enabled_ ? ShowProgress : nullptr; }
-  ProgressScope(const ProgressScope&) = delete;
-  ProgressScope& operator=(const ProgressScope&) = delete;
-
- private:
-  bool enabled_;
-};
 
 output::Severity ToOutput(syntax::Severity severity) {
   return severity == syntax::Severity::kError ? output::Severity::kError : output::Severity::kWarning;
@@ -70,24 +38,51 @@ int Session::ExitStatus() const {
   return kExitOk;
 }
 
+std::string Session::MessageLine(output::Severity severity, const std::string& command, int line,
+                                 const std::string& text) const {
+  std::string out;
+  if (!origin_.name.empty()) {
+    if (line > 0) out = origin_.name + ":" + std::to_string(line) + ": ";
+  } else if (!options_.programName.empty()) {
+    // The program speaks for the commands it made up: a file it could not
+    // open is named as the user named it, as other programs do.
+    out = options_.programName + ": ";
+    if (!(command == "GET" && severity == output::Severity::kError)) out += std::string(output::SeverityName(severity)) + ": ";
+    return out + output::EscapeForTerminal(text) + '\n';
+  }
+  if (!command.empty()) out += command + ": ";
+  out += std::string(output::SeverityName(severity)) + ": ";
+  return out + output::EscapeForTerminal(text) + '\n';
+}
+
 void Session::Emit(const syntax::Message& message) {
   if (message.severity == syntax::Severity::kError) commandError_ = true;
   if (options_.messageStream != nullptr) {
-    std::string text;
-    if (!origin_.name.empty() && message.line > 0) {
-      text = origin_.name + ":" + std::to_string(message.line) + ": ";
-    }
-    text += output::EscapeForTerminal(syntax::FormatMessage(message));
-    text += '\n';
-    heldMessages_ += text;
+    heldMessages_ += MessageLine(ToOutput(message.severity), message.command, message.line, message.text);
     if (!options_.holdMessages) WriteHeldMessages();
   }
   output::AddMessage(*document_, ToOutput(message.severity), message.command, message.line,
                      message.text);
+  if (message.severity == syntax::Severity::kWarning) HintAtEmptySubcommand(message);
+}
+
+void Session::HintAtEmptySubcommand(const syntax::Message& warning) {
+  for (const syntax::EmptySubcommand& empty : syntax::EmptySubcommands()) {
+    // The procedure's warning names the subcommand first: "< FILEINFO > ...".
+    if (warning.text.rfind("< " + empty.name + " >", 0) != 0 || empty.usage.empty()) continue;
+    const std::string text = "/" + empty.name + " takes " + empty.usage + ".";
+    if (options_.messageStream != nullptr) {
+      heldMessages_ += MessageLine(output::Severity::kNote, warning.command, warning.line, text);
+      if (!options_.holdMessages) WriteHeldMessages();
+    }
+    output::AddMessage(*document_, output::Severity::kNote, warning.command, warning.line, text);
+    return;
+  }
 }
 
 void Session::WriteHeldMessages() {
   if (heldMessages_.empty() || options_.messageStream == nullptr) return;
+  EraseProgress();
   std::fwrite(heldMessages_.data(), 1, heldMessages_.size(), options_.messageStream);
   std::fflush(options_.messageStream);
   heldMessages_.clear();
@@ -232,13 +227,17 @@ void Session::RunCodebook(const syntax::Command& command) {
       selection = selection_->With(observed);
     }
   }
-  ProgressScope showProgress(options_.progress);
+  // The cases a pass reads (a filter drops cases only after reading them).
+  std::int64_t total = run.dataset ? run.dataset->GetCaseCount() : -1;
+  const std::int64_t limit = selection_->CaseLimit();
+  if (limit >= 0) total = total >= 0 ? std::min(total, limit) : -1;
+  ProgressDisplay progress(options_.progress ? options_.messageStream : nullptr, total, ProgressDelay());
   try {
     ProcedureParts parts;
     parts.messages = this;
     parts.selection = std::move(selection);
     parts.document = document_;
-    parts.progress = showProgress.Callback();
+    parts.progress = progress.Callback();
     const ProcedureContext context(std::move(parts));
     module->Run();
     run.completed = true;

@@ -36,7 +36,8 @@ struct SessionOptions {
   std::string modulePath;
   // Where messages are written as they are issued (null: nowhere).
   std::FILE* messageStream = stderr;
-  // Report progress of long passes on the message stream.
+  // Show the progress of long passes on the message stream, which must be
+  // a terminal (progress_display.h).
   bool progress = false;
   // Decode dataset files with this encoding instead of the one they declare.
   std::string encoding;
@@ -51,6 +52,12 @@ struct SessionOptions {
   // pass (null function or result: none).
   std::function<std::shared_ptr<data::CaseObserver>(const data::Dataset& dataset, int weightIndex)>
       passObserver;
+  // Messages of the commands the program runs for its user, who typed
+  // no command (a text run without a syntax file's name), speak as the
+  // program: "codebook: warning: ..." rather than "CODEBOOK: warning: ...",
+  // and a file that cannot be opened is "codebook: x.dta: ...". Empty: the
+  // command's name, as for a syntax file.
+  std::string programName;
   // A CODEBOOK command on a dataset file that has no case describes its
   // dictionary (as under STATISTICS NONE, with a warning) instead of failing
   // for want of cases: what an export of a dictionary-only file needs.
@@ -120,6 +127,12 @@ class Session : public syntax::MessageSink {
   void RunGet(const syntax::Command& command);
   void Report(syntax::Severity severity, const std::string& command, int line,
               const std::string& text);
+  // The line a message is written as on the message stream.
+  std::string MessageLine(output::Severity severity, const std::string& command, int line,
+                          const std::string& text) const;
+  // After the procedure's warning that a subcommand was given empty: what
+  // that subcommand takes, from the grammar the parser read.
+  void HintAtEmptySubcommand(const syntax::Message& warning);
   void WriteHeldMessages();
   // Applies new selection options to the active dataset; false (reported)
   // when they do not fit it.

@@ -11,21 +11,43 @@ std::optional<CurrentCommand>& Slot() {
   return slot;
 }
 
+std::vector<EmptySubcommand>& Empty() {
+  thread_local std::vector<EmptySubcommand> empty;
+  return empty;
+}
+
 }  // namespace
 
-void SetCurrentCommand(CurrentCommand command) { Slot() = std::move(command); }
+void SetCurrentCommand(CurrentCommand command) {
+  Slot() = std::move(command);
+  Empty().clear();
+}
 
-void ClearCurrentCommand() { Slot().reset(); }
+void ClearCurrentCommand() {
+  Slot().reset();
+  Empty().clear();
+}
 
 const CurrentCommand* GetCurrentCommand() {
   const std::optional<CurrentCommand>& slot = Slot();
   return slot ? &*slot : nullptr;
 }
 
-CurrentCommandScope::CurrentCommandScope(CurrentCommand command) : previous_(std::move(Slot())) {
-  Slot() = std::move(command);
+void NoteEmptySubcommand(std::string name, std::string usage) {
+  if (Slot()) Empty().push_back({std::move(name), std::move(usage)});
 }
 
-CurrentCommandScope::~CurrentCommandScope() { Slot() = std::move(previous_); }
+const std::vector<EmptySubcommand>& EmptySubcommands() { return Empty(); }
+
+CurrentCommandScope::CurrentCommandScope(CurrentCommand command)
+    : previous_(std::move(Slot())), previousEmpty_(std::move(Empty())) {
+  Slot() = std::move(command);
+  Empty().clear();
+}
+
+CurrentCommandScope::~CurrentCommandScope() {
+  Slot() = std::move(previous_);
+  Empty() = std::move(previousEmpty_);
+}
 
 }  // namespace codebook::syntax

@@ -18,10 +18,22 @@ struct CurrentCommand {
   int column = 0;
 };
 
+// Noted by the parser: a named subcommand of the current command given
+// without anything after it, with what it takes (grammar_text.h), so that
+// the session can say so after the procedure's warning.
+struct EmptySubcommand {
+  std::string name;
+  std::string usage;
+};
+
 void SetCurrentCommand(CurrentCommand command);
 void ClearCurrentCommand();
 // The command being run, or null.
 const CurrentCommand* GetCurrentCommand();
+// Notes a subcommand given empty on the command being run (none: nothing);
+// a command made current starts with none.
+void NoteEmptySubcommand(std::string name, std::string usage);
+const std::vector<EmptySubcommand>& EmptySubcommands();
 
 // Makes a command current for its lifetime, then restores the one before.
 class CurrentCommandScope {
@@ -33,6 +45,7 @@ class CurrentCommandScope {
 
  private:
   std::optional<CurrentCommand> previous_;
+  std::vector<EmptySubcommand> previousEmpty_;
 };
 
 }  // namespace codebook::syntax

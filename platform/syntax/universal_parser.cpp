@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "host/syntax/parser_message.h"
+#include "platform/syntax/current_command.h"
+#include "platform/syntax/grammar_text.h"
 #include "platform/syntax/name_match.h"
 #include "platform/syntax/parsed_command_data.h"
 #include "platform/syntax/syntax_error_text.h"
@@ -206,6 +208,9 @@ class Parser {
     }
     if (sub.exportsTokens() && sub.exportRequired() && exported->tokens.empty()) {
       return Fail(At(i_), Unexpected(At(i_)) + Where(sub), "a name, a number or a quoted string");
+    }
+    if (data->params.empty() && exported->tokens.empty() && !sub.name().empty()) {
+      codebook::syntax::NoteEmptySubcommand(sub.name(), codebook::syntax::SubcommandUsage(sub));
     }
     if (sub.exportsTokens()) data->exportedData = exported;
     data->exported = ParamObj(std::move(exported));

@@ -258,9 +258,10 @@ TEST_F(CommandLine, EveryLineFitsAnyWidthDownToTheNarrowest) {
       EXPECT_THAT(fitted.out, HasSubstr("Data-quality alerts"));
     }
   }
-  // The long title is wrapped, not cut: all of it is there.
+  // The long title is wrapped, not cut: all of it is there, the split
+  // marked.
   const Result fifty = Run({"--width", "50", Path("wide.sav").string()});
-  EXPECT_THAT(fifty.out, HasSubstr(std::string(50, 'v') + "\n" + std::string(14, 'v') + "\n"));
+  EXPECT_THAT(fifty.out, HasSubstr(std::string(49, 'v') + "\xE2\x86\xB5\n" + std::string(15, 'v') + "\n"));
 }
 
 TEST_F(CommandLine, EncodingOverridesTheFilesCodePage) {
@@ -280,6 +281,61 @@ TEST_F(CommandLine, AnUnknownWeightVariableIsOneErrorAndNoTables) {
   EXPECT_EQ(result.out, "");
   EXPECT_THAT(result.err, HasSubstr("nosuch"));
   EXPECT_EQ(Lines(result.err), 1) << result.err;
+}
+
+// --no-weight and -w OFF give the counts of a syntax job's WEIGHT OFF.
+TEST_F(CommandLine, NoWeightIsTheCommandLanguagesWeightOff) {
+  const std::string demo = std::string(CODEBOOK_SOURCE_DIR) + "/data/demo.sav";
+  std::ofstream(Path("off.sps")) << "GET FILE='" << demo << "'.\nWEIGHT OFF.\nCODEBOOK sex wave.\n";
+  const Result job = Run({"-f", "json", "-x", Path("off.sps").string()});
+  ASSERT_EQ(job.status, 0) << job.err;
+  const nlohmann::json unweighted = nlohmann::json::parse(job.out)["items"];
+  for (const std::vector<std::string>& off : {std::vector<std::string>{"--no-weight"},
+                                              std::vector<std::string>{"-w", "OFF"},
+                                              std::vector<std::string>{"--weight=off"}}) {
+    std::vector<std::string> arguments = {"-f", "json", "--demo", "sex", "wave"};
+    arguments.insert(arguments.begin(), off.begin(), off.end());
+    const Result result = Run(arguments);
+    ASSERT_EQ(result.status, 0) << off[0] << ": " << result.err;
+    EXPECT_EQ(nlohmann::json::parse(result.out)["items"], unweighted) << off[0];
+  }
+  // The demo's own weight makes other counts.
+  const Result weighted = Run({"-f", "json", "--demo", "sex", "wave"});
+  EXPECT_NE(nlohmann::json::parse(weighted.out)["items"], unweighted);
+
+  const Result both = Run({"--no-weight", "-w", "weight", "--demo"});
+  EXPECT_EQ(both.status, 2);
+  EXPECT_THAT(both.err, HasSubstr("contradict"));
+  const Result syntax = Run({"--no-weight", "-x", Path("off.sps").string()});
+  EXPECT_EQ(syntax.status, 2);
+  EXPECT_THAT(syntax.err, HasSubstr("WEIGHT OFF"));
+}
+
+// The program speaks as itself for the commands it makes up; a syntax file's
+// messages name its file, line and command.
+TEST_F(CommandLine, MessagesSpeakAsTheProgram) {
+  std::ofstream(Path("x.dta")) << "not a dataset\n";
+  const Result notOurs = Shell(In(Binary() + " x.dta"));
+  EXPECT_EQ(notOurs.status, 3);
+  EXPECT_EQ(notOurs.err, "codebook: x.dta: not a dataset file this program reads (it reads .sav and .zsav)\n");
+  const Result missing = Shell(In(Binary() + " nosuch.sav"));
+  EXPECT_EQ(missing.status, 3);
+  EXPECT_THAT(missing.err, testing::StartsWith("codebook: nosuch.sav: "));
+  const Result warned = Shell(In(Binary() + " survey.sav id /VARINFO"));
+  EXPECT_EQ(warned.status, 0);
+  EXPECT_THAT(warned.err, testing::StartsWith("codebook: warning: < VARINFO > must be followed"));
+  const Result unknown = Shell(In(Binary() + " survey.sav nosuch"));
+  EXPECT_THAT(unknown.err, testing::StartsWith("codebook: error: nosuch Invalid or non-existent variable name."));
+  for (const std::string& text : {notOurs.err, missing.err, warned.err, unknown.err}) {
+    EXPECT_THAT(text, Not(HasSubstr("GET:")));
+    EXPECT_THAT(text, Not(HasSubstr("CODEBOOK:")));
+  }
+
+  std::ofstream(Path("job.sps")) << "GET FILE='x.dta'.\nGET FILE='survey.sav'.\nCODEBOOK id /VARINFO.\n";
+  const Result job = Shell(In(Binary() + " -x job.sps"));
+  EXPECT_EQ(job.status, 3);
+  EXPECT_THAT(job.err, HasSubstr("job.sps:1: GET: error: x.dta: not a dataset file this program reads"));
+  EXPECT_THAT(job.err, HasSubstr("job.sps:3: CODEBOOK: warning: < VARINFO > must be followed"));
 }
 
 }  // namespace

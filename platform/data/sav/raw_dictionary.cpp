@@ -3,6 +3,7 @@
 #include <cstring>
 #include <set>
 
+#include "platform/data/dataset_formats.h"
 #include "platform/data/sav/endian.h"
 #include "platform/data/sav/file_error.h"
 #include "platform/data/sav/record_reader.h"
@@ -41,7 +42,7 @@ RawHeader ReadHeader(const ByteSource& source, Warnings& warnings) {
     throw FileError(source.Name(), "EBCDIC dataset files are not supported");
   }
   if (got < 4 || (std::memcmp(h, "$FL2", 4) != 0 && std::memcmp(h, "$FL3", 4) != 0)) {
-    throw FileError(source.Name(), "not a dataset file (bad signature)");
+    throw FileError(source.Name(), NotADatasetFileText());
   }
   if (got < kHeaderSize) {
     throw FileError(source.Name(), "truncated file: the file header needs 176 bytes, the file has " +

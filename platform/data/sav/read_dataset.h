@@ -12,7 +12,8 @@
 // Errors:
 //  - FileError (file_error.h) when the file cannot be opened or its
 //    dictionary is unreadable: "<path>: <problem>", e.g.
-//    "m03_bad_magic.sav: not a dataset file (bad signature)".
+//    "m03_bad_magic.sav: not a dataset file this program reads (it reads
+//    .sav and .zsav)".
 //  - DataError (platform/data/data_error.h), thrown by a case stream, when
 //    the case data are damaged: "<path>: case N: <problem>". This includes a
 //    file that ends inside a case, corrupt compressed data, and a file whose

@@ -1,7 +1,6 @@
 // JSON: the shape documented in docs/json-output.md. Written by hand to keep
 // the layout (one row per line) and the number forms stable, and to replace
 // invalid UTF-8 from the data by U+FFFD instead of failing.
-#include <charconv>
 #include <cmath>
 #include <string>
 #include <string_view>

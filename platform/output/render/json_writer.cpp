@@ -1,9 +1,9 @@
 #include "platform/output/render/json_writer.h"
 
-#include <charconv>
 #include <cmath>
 
 #include "host/data/obs.h"
+#include "platform/output/format/number_text.h"
 
 namespace codebook::output {
 
@@ -89,13 +89,7 @@ void AppendJsonNumber(std::string& out, double value) {
     out += "null";
     return;
   }
-  char buffer[32];
-  auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
-  if (ec != std::errc()) {
-    out += "null";
-    return;
-  }
-  out.append(buffer, static_cast<std::size_t>(end - buffer));
+  AppendNumberText(out, value);
 }
 
 void WriteJsonString(std::ostream& out, std::string_view text) {

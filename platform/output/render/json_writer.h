@@ -1,5 +1,7 @@
 // JSON scalars: strings always valid UTF-8 (invalid bytes become U+FFFD),
-// numbers in their shortest exact form, non-finite and system-missing as null.
+// numbers as the shortest text that reads back to the same value rounded to
+// 15 significant digits (format/number_text.h), non-finite and
+// system-missing as null.
 #pragma once
 
 #include <ostream>

@@ -1,7 +1,9 @@
 // Text for terminals. Each table: its title, then a box with a column of row
 // labels (groups as their own lines, their categories indented two blanks
 // per level) and one column per shown data column. Column widths fit the
-// content up to a maximum, past which texts wrap at blanks.
+// content up to a maximum, past which texts wrap at blanks and after
+// punctuation. A screen too narrow for the columns without splitting words
+// gets the table as a list inside its box (text_list.h).
 //
 // A codebook has a table per variable, so a table is laid out without a
 // string per line: lines are views into the cell texts (copies are made only
@@ -17,28 +19,13 @@
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
 #include "platform/output/render/terminal_text.h"
+#include "platform/output/render/text_box.h"
+#include "platform/output/render/text_list.h"
 #include "platform/output/render/text_width.h"
 
 namespace codebook::output {
 
 namespace {
-
-struct BoxChars {
-  std::string_view horizontal;
-  std::string_view vertical;
-  std::string_view topLeft;
-  std::string_view topRight;
-  std::string_view bottomLeft;
-  std::string_view bottomRight;
-  std::string_view teeLeft;   // ├
-  std::string_view teeRight;  // ┤
-  std::string_view teeDown;   // ┬
-  std::string_view teeUp;     // ┴
-  std::string_view cross;     // ┼
-};
-
-constexpr BoxChars kUnicodeBox{"─", "│", "┌", "┐", "└", "┘", "├", "┤", "┬", "┴", "┼"};
-constexpr BoxChars kAsciiBox{"-", "|", "+", "+", "+", "+", "+", "+", "+", "+", "+"};
 
 // One printed line of a block: its text after `indent` blanks, and its
 // display width with them.
@@ -84,6 +71,9 @@ class Layout {
     return kept_.back();
   }
 
+  // What ends each piece of a word too wide for its column.
+  void SetMark(std::string_view mark) { mark_ = mark; }
+
   // The lines of `text` (escaped already), each wrapped at `maxWidth`
   // columns less the indentation.
   Block MakeBlock(std::string_view text, bool right, int maxWidth, int indent = 0) {
@@ -100,7 +90,7 @@ class Layout {
       if (width <= limit) {
         lines_.push_back(Line{piece, indent + width, indent});
       } else {
-        for (std::string& wrapped : WrapText(piece, limit)) {
+        for (std::string& wrapped : WrapText(piece, limit, mark_)) {
           kept_.push_back(std::move(wrapped));
           lines_.push_back(Line{kept_.back(), indent + DisplayWidth(kept_.back()), indent});
         }
@@ -119,18 +109,8 @@ class Layout {
   std::vector<Block> blocks_;
   std::vector<char> ruleBefore_;
   std::deque<std::string> kept_;  // escaped and wrapped texts; a deque never moves them
+  std::string_view mark_ = kSplitMark;
 };
-
-void AppendRule(std::string& out, const std::vector<int>& widths, const BoxChars& box, std::string_view left,
-                std::string_view middle, std::string_view right) {
-  out += left;
-  for (std::size_t c = 0; c < widths.size(); ++c) {
-    if (c > 0) out += middle;
-    for (int i = 0; i < widths[c] + 2; ++i) out += box.horizontal;
-  }
-  out += right;
-  out += '\n';
-}
 
 void AppendRow(std::string& out, const Layout& layout, std::size_t row, const std::vector<int>& widths,
                const BoxChars& box) {
@@ -214,12 +194,10 @@ int BoxWidth(const std::vector<int>& widths) {
 }
 
 // Takes a column at a time off the widest of the columns `may` allows,
-// never below its floor, until the box fits the screen; false when nothing
-// could be taken.
+// never below its floor, until the box fits the screen.
 template <typename May>
-bool Narrow(std::vector<int>& widths, const std::vector<int>& floors, int screen, May may) {
+void Narrow(std::vector<int>& widths, const std::vector<int>& floors, int screen, May may) {
   int total = BoxWidth(widths);
-  bool changed = false;
   while (total > screen) {
     std::size_t widest = widths.size();
     for (std::size_t c = 0; c < widths.size(); ++c) {
@@ -228,55 +206,32 @@ bool Narrow(std::vector<int>& widths, const std::vector<int>& floors, int screen
     if (widest == widths.size()) break;
     --widths[widest];
     --total;
-    changed = true;
   }
-  return changed;
 }
 
-// Narrows the columns until the box fits the screen, giving up readability
-// a step at a time: the text columns down to a few words' width, then down
-// to a few characters (the row labels keep room for their indentation),
-// then the numeric columns down to their widest number (their headings
-// wrap), and only then are numbers broken.
-bool FitToScreen(std::vector<int>& widths, const std::vector<char>& textColumn, const std::vector<int>& widestNumber,
-                 int labelFloor, int screen) {
+// Narrows the columns until the box fits the screen without splitting a
+// word, giving up readability a step at a time: the text columns down to a
+// few words' width, then to their longest word (the row labels with their
+// indentation), then the numeric columns down to their widest number or
+// heading word. False when even that is too wide.
+bool FitToScreen(std::vector<int>& widths, const std::vector<char>& textColumn, const std::vector<int>& words,
+                 int screen) {
   constexpr int kReadable = 8;
-  constexpr int kFewCharacters = 3;
   const std::size_t count = widths.size();
   const auto text = [&](std::size_t c) { return textColumn[c] != 0; };
   const auto numeric = [&](std::size_t c) { return textColumn[c] == 0; };
-  std::vector<int> floors(count, kReadable);
-  floors[0] = std::max(kReadable, labelFloor);
-  bool changed = Narrow(widths, floors, screen, text);
-  for (std::size_t c = 0; c < count; ++c) floors[c] = c == 0 ? std::max(kFewCharacters, labelFloor) : kFewCharacters;
-  changed = Narrow(widths, floors, screen, text) || changed;
-  for (std::size_t c = 0; c < count; ++c) floors[c] = std::max(1, widestNumber[c]);
-  changed = Narrow(widths, floors, screen, numeric) || changed;
-  std::fill(floors.begin(), floors.end(), 1);
-  changed = Narrow(widths, floors, screen, numeric) || changed;
-  return changed;
-}
-
-// Text outside the boxes (titles, headings, messages, alerts): lines of at
-// most `width` columns (0: as they are), continuation lines after `indent`
-// blanks.
-void AppendWrapped(std::string& out, std::string_view text, int width, int indent = 0) {
-  if (width <= 0 || DisplayWidth(text) <= width) {
-    out += text;
-    out += '\n';
-    return;
-  }
-  bool first = true;
-  for (const std::string& line : WrapText(text, std::max(1, width - indent))) {
-    if (!first) out.append(static_cast<std::size_t>(indent), ' ');
-    out += line;
-    out += '\n';
-    first = false;
-  }
+  std::vector<int> floors(count);
+  for (std::size_t c = 0; c < count; ++c) floors[c] = std::max(kReadable, words[c]);
+  Narrow(widths, floors, screen, text);
+  Narrow(widths, words, screen, text);
+  Narrow(widths, words, screen, numeric);
+  return BoxWidth(widths) <= screen;
 }
 
 void RenderTable(std::string& out, Layout& layout, const TableView& view, const TextOptions& options) {
   const BoxChars& box = options.ascii ? kAsciiBox : kUnicodeBox;
+  const std::string_view mark = options.ascii ? kAsciiSplitMark : kSplitMark;
+  layout.SetMark(mark);
   const int maxWidth = std::max(4, options.maxColumnWidth);
   const std::size_t columnCount = 1 + static_cast<std::size_t>(view.ValueColumnCount());
 
@@ -294,26 +249,38 @@ void RenderTable(std::string& out, Layout& layout, const TableView& view, const 
     textColumn[c] = c == 0 || textCells[c] > 0;
   }
 
-  const std::vector<int> limits(columnCount, maxWidth);
+  // The narrowest each column can be without splitting a word: its longest
+  // word (the row labels' with their indentation), a number whole.
+  std::vector<int> words(columnCount, 1);
+  for (const ViewEntry& entry : view.entries()) {
+    const ContentView* label = view.Label(entry.node);
+    if (label != nullptr) words[0] = std::max(words[0], 2 * entry.depth + LongestWord(label->text));
+  }
+  for (const ViewCell& cell : view.cells()) {
+    int& word = words[static_cast<std::size_t>(cell.column) + 1];
+    const std::string_view text = cell.content->text;
+    word = std::max(word, cell.content->numeric ? DisplayWidth(text) : LongestWord(text));
+  }
+  if (!view.OneDimensional()) {
+    for (std::size_t c = 1; c < columnCount; ++c) words[c] = std::max(words[c], LongestWord(view.columns()[c - 1]->text));
+  }
+  // Without a screen to fit, a column is as wide as its longest word.
+  std::vector<int> limits(columnCount, maxWidth);
+  for (std::size_t c = 0; c < columnCount; ++c) limits[c] = std::max(limits[c], words[c]);
   BuildRows(layout, view, limits, false, numericColumn);
   std::vector<int> widths = ColumnWidths(layout);
-  std::vector<int> widestNumber(columnCount, 0);
-  int deepest = 0;
-  if (options.width > 0) {
-    for (const ViewCell& cell : view.cells()) {
-      if (!cell.content->numeric) continue;
-      int& widest = widestNumber[static_cast<std::size_t>(cell.column) + 1];
-      widest = std::max(widest, DisplayWidth(cell.content->text));
+  if (options.width > 0 && BoxWidth(widths) > options.width) {
+    if (!FitToScreen(widths, textColumn, words, options.width)) {
+      // No grid fits: a column of rows, which keeps every word whole.
+      RenderTableAsList(out, view, options, box, mark);
+      return;
     }
-    for (const ViewEntry& entry : view.entries()) deepest = std::max(deepest, entry.depth);
-  }
-  if (options.width > 0 && FitToScreen(widths, textColumn, widestNumber, 2 * deepest + 1, options.width)) {
     const std::vector<int> fitted = widths;
     BuildRows(layout, view, fitted, true, numericColumn);
     widths = ColumnWidths(layout);
   }
 
-  if (!view.Title().empty()) AppendWrapped(out, layout.Escaped(view.Title()), options.width);
+  if (!view.Title().empty()) AppendWrapped(out, layout.Escaped(view.Title()), options.width, 0, mark);
   AppendRule(out, widths, box, box.topLeft, box.teeDown, box.topRight);
   const std::size_t bodyStart = view.OneDimensional() ? 0 : 1;
   for (std::size_t r = 0; r < layout.Rows(); ++r) {
@@ -330,6 +297,7 @@ void WriteMessageText(const Message& message, std::ostream& out) {
 }
 
 void RenderText(const Document& document, std::ostream& out, const TextOptions& options) {
+  const std::string_view mark = options.ascii ? kAsciiSplitMark : kSplitMark;
   bool first = true;
   bool lastWasTable = false;
   TableView view;
@@ -345,13 +313,13 @@ void RenderText(const Document& document, std::ostream& out, const TextOptions& 
       lastWasTable = true;
     } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
       if (!first) buffer += '\n';
-      AppendWrapped(buffer, "==> " + EscapeForTerminal((*heading)->text) + " <==", options.width, 4);
+      AppendWrapped(buffer, "==> " + EscapeForTerminal((*heading)->text) + " <==", options.width, 4, mark);
       lastWasTable = false;
     } else if (const auto* held = std::get_if<Document::MessageItem>(&item)) {
       if (lastWasTable) buffer += '\n';
       std::ostringstream message;
       WriteMessageText(**held, message);
-      AppendWrapped(buffer, message.str(), options.width, 2);
+      AppendWrapped(buffer, message.str(), options.width, 2, mark);
       lastWasTable = false;
     } else {
       continue;
@@ -366,7 +334,7 @@ void RenderText(const Document& document, std::ostream& out, const TextOptions& 
     for (const Alert& alert : document.Alerts()) {
       const std::string line = "  " + (alert.item.empty() ? std::string("(file)") : EscapeForTerminal(alert.item)) +
                                ": " + EscapeForTerminal(alert.text);
-      AppendWrapped(buffer, line, options.width, 4);
+      AppendWrapped(buffer, line, options.width, 4, mark);
     }
     out << buffer;
   }

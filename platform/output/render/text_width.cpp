@@ -2,6 +2,8 @@
 
 #include <utf8proc.h>
 
+#include <algorithm>
+
 namespace codebook::output {
 
 namespace {
@@ -26,6 +28,45 @@ std::size_t NextChar(std::string_view text, std::size_t pos, int& columns) {
   return static_cast<std::size_t>(length);
 }
 
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+// Punctuation after which a word may break.
+bool BreaksAfter(char c) {
+  switch (c) {
+    case '-': case '/': case '\\': case ',': case ';': case ':': case '.': case '_':
+    case ')': case ']': case '}': case '!': case '?': case '|': case '&': case '+': case '=':
+      return true;
+    default:
+      return false;
+  }
+}
+
+// The next piece of text that no break may split, after the blanks before
+// it: a word up to the punctuation a line may break after.
+struct Piece {
+  std::string_view blanks;
+  std::string_view chunk;
+};
+
+Piece NextPiece(std::string_view text, std::size_t& pos) {
+  Piece piece;
+  const std::size_t start = pos;
+  while (pos < text.size() && text[pos] == ' ') ++pos;
+  piece.blanks = text.substr(start, pos - start);
+  const std::size_t wordStart = pos;
+  while (pos < text.size() && text[pos] != ' ') {
+    const char c = text[pos++];
+    // Not at a word's start ("-5", "(a"), not before a blank (it ends the
+    // word anyway), not between two digits.
+    if (pos - 1 > wordStart && BreaksAfter(c) && pos < text.size() && text[pos] != ' ' &&
+        !(IsDigit(text[pos - 2]) && IsDigit(text[pos]))) {
+      break;
+    }
+  }
+  piece.chunk = text.substr(wordStart, pos - wordStart);
+  return piece;
+}
+
 }  // namespace
 
 int DisplayWidth(std::string_view text) {
@@ -46,62 +87,81 @@ int DisplayWidth(std::string_view text) {
   return total;
 }
 
-std::vector<std::string> WrapText(std::string_view text, int width) {
+std::vector<std::string> WrapText(std::string_view text, int width, std::string_view mark) {
   std::vector<std::string> lines;
   if (width < 1) width = 1;
   if (DisplayWidth(text) <= width) {
     lines.emplace_back(text);
     return lines;
   }
+  const int markWidth = DisplayWidth(mark);
   std::string line;
   int lineWidth = 0;
+  const auto newLine = [&] {
+    lines.push_back(std::move(line));
+    line.clear();
+    lineWidth = 0;
+  };
   std::size_t pos = 0;
   while (pos < text.size()) {
-    // The next word and the blanks before it.
-    std::size_t blanksEnd = pos;
-    while (blanksEnd < text.size() && text[blanksEnd] == ' ') ++blanksEnd;
-    std::size_t wordEnd = blanksEnd;
-    while (wordEnd < text.size() && text[wordEnd] != ' ') ++wordEnd;
-    const std::string_view blanks = text.substr(pos, blanksEnd - pos);
-    std::string_view word = text.substr(blanksEnd, wordEnd - blanksEnd);
-    const int blanksWidth = static_cast<int>(blanks.size());
-    const int wordWidth = DisplayWidth(word);
-    if (lineWidth + blanksWidth + wordWidth <= width) {
-      line.append(blanks);
-      line.append(word);
-      lineWidth += blanksWidth + wordWidth;
-    } else if (wordWidth <= width && lineWidth > 0) {
-      lines.push_back(std::move(line));
-      line.assign(word);
-      lineWidth = wordWidth;
-    } else {
-      // A word wider than a line: fill the line, then break inside the word.
-      if (lineWidth > 0 && lineWidth + blanksWidth < width) {
-        line.append(blanks);
-        lineWidth += blanksWidth;
-      } else if (lineWidth > 0) {
-        lines.push_back(std::move(line));
-        line.clear();
-        lineWidth = 0;
-      }
-      std::size_t at = 0;
-      while (at < word.size()) {
-        int columns = 0;
-        const std::size_t length = NextChar(word, at, columns);
-        if (lineWidth + columns > width && lineWidth > 0) {
-          lines.push_back(std::move(line));
-          line.clear();
-          lineWidth = 0;
-        }
-        line.append(word.substr(at, length));
-        lineWidth += columns;
-        at += length;
-      }
+    const Piece piece = NextPiece(text, pos);
+    const int blanksWidth = static_cast<int>(piece.blanks.size());
+    const int chunkWidth = DisplayWidth(piece.chunk);
+    if (lineWidth + blanksWidth + chunkWidth <= width) {
+      line.append(piece.blanks);
+      line.append(piece.chunk);
+      lineWidth += blanksWidth + chunkWidth;
+      continue;
     }
-    pos = wordEnd;
+    if (chunkWidth <= width) {
+      if (lineWidth > 0) newLine();
+      line.assign(piece.chunk);
+      lineWidth = chunkWidth;
+      continue;
+    }
+    // A piece wider than a line: it starts a line of its own and is split
+    // where the line is full, each part marked. Too narrow a line for a
+    // character and the mark takes them without a mark.
+    if (lineWidth > 0) newLine();
+    const int room = width > markWidth ? width - markWidth : width;
+    const std::string_view shown = width > markWidth ? mark : std::string_view();
+    std::size_t at = 0;
+    int left = chunkWidth;  // columns of the piece not yet placed
+    while (at < piece.chunk.size()) {
+      int columns = 0;
+      const std::size_t length = NextChar(piece.chunk, at, columns);
+      // The last part needs no mark, so it may fill the line.
+      if (left > width - lineWidth && lineWidth + columns > room && lineWidth > 0) {
+        line.append(shown);
+        newLine();
+        continue;
+      }
+      line.append(piece.chunk.substr(at, length));
+      lineWidth += columns;
+      left -= columns;
+      at += length;
+    }
   }
   lines.push_back(std::move(line));
   return lines;
+}
+
+int LongestWord(std::string_view text) {
+  int longest = 0;
+  std::size_t pos = 0;
+  while (pos < text.size()) {
+    if (text[pos] == '\n') {
+      ++pos;
+      continue;
+    }
+    // A line feed ends a piece as a blank does.
+    const std::size_t end = std::min(text.find('\n', pos), text.size());
+    std::string_view line = text.substr(pos, end - pos);
+    std::size_t at = 0;
+    while (at < line.size()) longest = std::max(longest, DisplayWidth(NextPiece(line, at).chunk));
+    pos = end;
+  }
+  return longest;
 }
 
 }  // namespace codebook::output

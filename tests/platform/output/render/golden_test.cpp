@@ -49,6 +49,25 @@ TEST(Golden, Ascii) {
                     }));
 }
 
+// Narrow screens: columns narrowed to their longest words, and tables that
+// cannot fit so become lists inside their boxes.
+TEST(Golden, TextAt40Columns) {
+  CompareWithGolden("codebook_40.txt", Rendered([](const Document& d, std::ostream& o) {
+                      TextOptions options;
+                      options.width = 40;
+                      RenderText(d, o, options);
+                    }));
+}
+
+TEST(Golden, AsciiAt30Columns) {
+  CompareWithGolden("codebook_30_ascii.txt", Rendered([](const Document& d, std::ostream& o) {
+                      TextOptions options;
+                      options.ascii = true;
+                      options.width = 30;
+                      RenderText(d, o, options);
+                    }));
+}
+
 TEST(Golden, Html) { CompareWithGolden("codebook.html", Rendered(RenderHtml)); }
 TEST(Golden, Json) { CompareWithGolden("codebook.json", Rendered(RenderJson)); }
 TEST(Golden, Markdown) { CompareWithGolden("codebook.md", Rendered(RenderMarkdown)); }

@@ -20,18 +20,37 @@ TEST(TextWidth, CountsColumnsNotBytes) {
   EXPECT_EQ(DisplayWidth("\xFF\xFE"), 2);                    // invalid bytes count 1
 }
 
-TEST(TextWidth, WrapsAtBlanksAndBreaksOnlyOverlongWords) {
+TEST(TextWidth, WrapsAtBlanksAndAfterPunctuationAndMarksSplitWords) {
   using Lines = std::vector<std::string>;
   EXPECT_EQ(WrapText("short", 10), Lines({"short"}));
   EXPECT_EQ(WrapText("", 10), Lines({""}));
   EXPECT_EQ(WrapText("Monthly household income after taxes", 16),
             Lines({"Monthly", "household income", "after taxes"}));
-  EXPECT_EQ(WrapText("abcdefghij", 4), Lines({"abcd", "efgh", "ij"}));
+  // After punctuation inside a word, never between digits nor at a word's
+  // start.
+  EXPECT_EQ(WrapText("Self-reported income", 8), Lines({"Self-", "reported", "income"}));
+  EXPECT_EQ(WrapText("/data/2024/survey_wave_3.sav", 12), Lines({"/data/2024/", "survey_wave_", "3.sav"}));
+  EXPECT_EQ(WrapText("1,000,000 cases 3.14159", 9), Lines({"1,000,000", "cases", "3.14159"}));
+  EXPECT_EQ(WrapText("-5 (a)b", 3), Lines({"-5", "(a)", "b"}));
+  // A word wider than the line alone is split, each piece but the last
+  // marked; the last fills its line.
+  EXPECT_EQ(WrapText("abcdefghij", 4), Lines({"abc\xE2\x86\xB5", "def\xE2\x86\xB5", "ghij"}));
+  EXPECT_EQ(WrapText("2024-03-05", 6, kAsciiSplitMark), Lines({"2024-\\", "03-05"}));
   EXPECT_EQ(WrapText("\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E", 4),
-            Lines({"\xE6\x97\xA5\xE6\x9C\xAC", "\xE8\xAA\x9E"}));
+            Lines({"\xE6\x97\xA5\xE2\x86\xB5", "\xE6\x9C\xAC\xE8\xAA\x9E"}));
   for (const std::string& line : WrapText("a verylongwordthatneverends and more", 7)) {
     EXPECT_LE(DisplayWidth(line), 7) << line;
   }
+  // Too narrow for a character and a mark: the characters, unmarked.
+  EXPECT_EQ(WrapText("abc", 1), Lines({"a", "b", "c"}));
+}
+
+TEST(TextWidth, TheLongestWordIsWhatNoBreakMaySplit) {
+  EXPECT_EQ(LongestWord("Self-reported income"), 8);
+  EXPECT_EQ(LongestWord("on 2024-03-05"), 10);
+  EXPECT_EQ(LongestWord("a\nbbb cc"), 3);
+  EXPECT_EQ(LongestWord("\xE6\x97\xA5\xE6\x9C\xAC"), 4);
+  EXPECT_EQ(LongestWord(""), 0);
 }
 
 class SmallDocument : public ::testing::Test {
@@ -53,11 +72,18 @@ class SmallDocument : public ::testing::Test {
 };
 
 TEST_F(SmallDocument, TextWrapsLongCellsAndAlignsWideCharacters) {
-  Add("\xE6\x97\xA5\xE6\x9C\xAC", std::string(50, 'x'));
+  Add("\xE6\x97\xA5\xE6\x9C\xAC", "alpha beta gamma delta epsilon zeta eta theta");
   std::ostringstream out;
   RenderText(*document, out, TextOptions{false, 20});
   const std::string text = out.str();
-  EXPECT_NE(text.find("│ 日本 │ xxxxxxxxxxxxxxxxxxxx │\n│      │ xxxxxxxxxxxxxxxxxxxx │\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("│ 日本 │ alpha beta gamma   │\n│      │ delta epsilon zeta │\n│      │ eta theta          │\n"),
+            std::string::npos)
+      << text;
+  // Without a screen to fit, a word longer than the column limit widens it.
+  Add("k", std::string(50, 'x'));
+  std::ostringstream wide;
+  RenderText(*document, wide, TextOptions{false, 20});
+  EXPECT_NE(wide.str().find("│ k │ " + std::string(50, 'x') + " │"), std::string::npos) << wide.str();
 }
 
 TEST_F(SmallDocument, MarkdownEscapesTableAndEmphasisCharacters) {
