@@ -80,8 +80,11 @@ void ValueTally::Count(VariableTally& tally, Map& counts, const Key& key) const 
 }
 
 void ValueTally::ObserveWeights(const data::CaseBatch& batch) {
-  if (weight_ == nullptr) return;
   const std::vector<double>& weights = batch.weights();
+  for (std::size_t r = 0; r < batch.cases(); ++r) {
+    if (weights[r] > 0 && std::isfinite(weights[r])) weightedCases_.Add(weights[r]);
+  }
+  if (weight_ == nullptr) return;
   const OBS* raw = batch.Column(static_cast<std::size_t>(weightOffset_));
   for (std::size_t r = 0; r < batch.cases(); ++r) {
     const double weight = weights[r];
