@@ -1,6 +1,7 @@
 #include "platform/output/render/html_chart.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -10,17 +11,17 @@
 namespace codebook::output {
 namespace {
 
-// The groups whose rows are the item's categories. A scale variable's
-// "Labeled Values" are not: they are a few of its values, valid and missing
-// mixed with nothing to tell them apart, and its histogram pictures it.
-bool IsCategoryGroup(std::string_view label) {
-  return label == "Valid Values" || label == "Missing Values" || label == "Multiple Response Categories";
-}
-
 std::string Number(double value, const char* format) {
   char text[32];
   std::snprintf(text, sizeof text, format, value);
   return text;
+}
+
+// A coordinate of a picture, to a tenth: "116", "98.6".
+std::string Coordinate(double value) {
+  std::string text = Number(value, "%.1f");
+  if (text.size() > 2 && text.compare(text.size() - 2, 2, ".0") == 0) text.resize(text.size() - 2);
+  return text == "-0" ? "0" : text;
 }
 
 // A value of the histogram's variable as its tables show it.
@@ -29,18 +30,11 @@ std::string ValueText(const Histogram& histogram, double value) {
   return Number(value, "%g");
 }
 
-// Chart labels are cut to what fits beside the bars.
-std::string Shortened(const std::string& text) {
-  constexpr std::size_t kMaxCharacters = 28;
-  std::size_t characters = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if ((static_cast<unsigned char>(text[i]) & 0xC0) == 0x80) continue;
-    if (++characters > kMaxCharacters) return text.substr(0, i) + "…";
-  }
-  return text;
-}
-
 }  // namespace
+
+bool IsCategoryGroup(std::string_view label) {
+  return label == "Valid Values" || label == "Missing Values" || label == "Multiple Response Categories";
+}
 
 std::vector<ChartBar> ChartBars(const TableView& view) {
   int valueColumn = -1;
@@ -77,57 +71,7 @@ std::vector<ChartBar> ChartBars(const TableView& view) {
   return bars;
 }
 
-void AppendBarChart(std::string& out, const std::vector<ChartBar>& allBars, const std::string& id,
-                    const std::string& title) {
-  if (allBars.empty()) return;
-  // Valid categories first, missing ones apart below them.
-  std::vector<ChartBar> bars;
-  for (const ChartBar& bar : allBars) {
-    if (!bar.missing && bars.size() < static_cast<std::size_t>(ChartLayout::kMaxBars)) bars.push_back(bar);
-  }
-  const std::size_t validCount = bars.size();
-  for (const ChartBar& bar : allBars) {
-    if (bar.missing && bars.size() < static_cast<std::size_t>(ChartLayout::kMaxBars)) bars.push_back(bar);
-  }
-  const bool gap = validCount > 0 && validCount < bars.size();
-  double largest = 0;
-  for (const ChartBar& bar : bars) largest = std::max(largest, bar.percent);
-
-  const int height = static_cast<int>(bars.size()) * ChartLayout::kRowHeight + (gap ? ChartLayout::kRowHeight : 0) + 4;
-  out += "<svg class=\"chart\" role=\"img\" viewBox=\"0 0 " + std::to_string(ChartLayout::kWidth) + " " +
-         std::to_string(height) + "\" width=\"" + std::to_string(ChartLayout::kWidth) + "\" height=\"" +
-         std::to_string(height) + "\" aria-labelledby=\"" + id + "-t " + id + "-d\">";
-  out += "<title id=\"" + id + "-t\">";
-  AppendHtmlEscaped(out, title);
-  out += "</title><desc id=\"" + id + "-d\">";
-  for (std::size_t i = 0; i < bars.size(); ++i) {
-    if (i > 0) out += i == validCount ? "; missing: " : ", ";
-    AppendHtmlEscaped(out, bars[i].label);
-    out += " " + Number(bars[i].percent, "%.1f") + "%";
-  }
-  if (bars.size() < allBars.size()) {
-    out += "; " + std::to_string(allBars.size() - bars.size()) + " more categories not drawn";
-  }
-  out += "</desc>\n";
-  int y = 2;
-  for (std::size_t i = 0; i < bars.size(); ++i) {
-    if (gap && i == validCount) y += ChartLayout::kRowHeight;
-    const ChartBar& bar = bars[i];
-    const double length = largest > 0 ? bar.percent / largest * ChartLayout::kBarWidth : 0.0;
-    out += "<text x=\"" + std::to_string(ChartLayout::kLabelWidth - 6) + "\" y=\"" +
-           std::to_string(y + 13) + "\" text-anchor=\"end\">";
-    AppendHtmlEscaped(out, Shortened(bar.label));
-    out += "</text><rect class=\"bar" + std::string(bar.missing ? " missing" : "") + "\" x=\"" +
-           std::to_string(ChartLayout::kLabelWidth) + "\" y=\"" + std::to_string(y + 2) + "\" width=\"" +
-           Number(length, "%.2f") + "\" height=\"" + std::to_string(ChartLayout::kRowHeight - 4) +
-           "\"/><text x=\"" + Number(ChartLayout::kLabelWidth + length + 4, "%.2f") + "\" y=\"" +
-           std::to_string(y + 13) + "\">" + Number(bar.percent, "%.1f") + "%</text>\n";
-    y += ChartLayout::kRowHeight;
-  }
-  out += "</svg>\n";
-}
-
-void AppendHistogram(std::string& out, const Histogram& histogram, const std::string& id, const std::string& title) {
+void AppendHistogram(std::string& out, const Histogram& histogram, const std::string& title) {
   if (histogram.weights.empty()) return;
   using L = HistogramLayout;
   double largest = 0;
@@ -140,46 +84,48 @@ void AppendHistogram(std::string& out, const Histogram& histogram, const std::st
   const auto xOf = [&](double value) {
     return L::kLeft + (span > 0 ? (value - histogram.low) / span * L::kPlotWidth : L::kPlotWidth / 2.0);
   };
-  out += "<svg class=\"chart histogram\" role=\"img\" viewBox=\"0 0 " + std::to_string(L::kWidth) + " " +
-         std::to_string(L::kHeight) + "\" width=\"" + std::to_string(L::kWidth) + "\" height=\"" +
-         std::to_string(L::kHeight) + "\" aria-labelledby=\"" + id + "-t " + id + "-d\">";
-  out += "<title id=\"" + id + "-t\">";
-  AppendHtmlEscaped(out, title);
-  out += "</title><desc id=\"" + id + "-d\">" + std::to_string(histogram.weights.size()) + " bins from ";
-  AppendHtmlEscaped(out, ValueText(histogram, histogram.low));
-  out += " to ";
-  AppendHtmlEscaped(out, ValueText(histogram, histogram.high));
-  out += ", " + Number(total, "%g") + " valid cases (weighted)";
+  std::string label = title + ": " + std::to_string(histogram.weights.size()) + " bins from " +
+                      ValueText(histogram, histogram.low) + " to " + ValueText(histogram, histogram.high) + ", " +
+                      Number(total, "%g") + " valid cases (weighted)";
   const double quartiles[] = {histogram.p25, histogram.p50, histogram.p75};
   if (!std::isnan(histogram.p50)) {
-    out += "; quartiles ";
-    AppendHtmlEscaped(out, ValueText(histogram, histogram.p25));
-    out += ", ";
-    AppendHtmlEscaped(out, ValueText(histogram, histogram.p50));
-    out += " and ";
-    AppendHtmlEscaped(out, ValueText(histogram, histogram.p75));
+    label += "; quartiles " + ValueText(histogram, histogram.p25) + ", " + ValueText(histogram, histogram.p50) +
+             " and " + ValueText(histogram, histogram.p75);
   }
-  out += "</desc>\n";
+  out += "<svg class=\"chart\" role=\"img\" viewBox=\"0 0 " + std::to_string(L::kWidth) + " " +
+         std::to_string(L::kHeight) + "\" width=\"" + std::to_string(L::kWidth) + "\" height=\"" +
+         std::to_string(L::kHeight) + "\" aria-label=\"";
+  AppendHtmlEscaped(out, label);
+  out += "\" data-weights=\"";
+  char shortest[32];
+  for (std::size_t i = 0; i < histogram.weights.size(); ++i) {
+    if (i > 0) out += ' ';
+    const auto [end, error] = std::to_chars(shortest, shortest + sizeof shortest, histogram.weights[i]);
+    out.append(shortest, error == std::errc() ? end : shortest);
+  }
+  // The bins as one outline from the axis up and along their tops.
   const double barWidth = static_cast<double>(L::kPlotWidth) / static_cast<double>(histogram.weights.size());
+  const int axis = L::kTop + L::kPlotHeight;
+  out += "\">\n<path class=\"bar\" d=\"M" + std::to_string(L::kLeft) + " " + std::to_string(axis);
   for (std::size_t i = 0; i < histogram.weights.size(); ++i) {
     const double height = largest > 0 ? histogram.weights[i] / largest * L::kPlotHeight : 0.0;
-    out += "<rect class=\"bar\" x=\"" + Number(L::kLeft + barWidth * static_cast<double>(i), "%.2f") + "\" y=\"" +
-           Number(L::kTop + L::kPlotHeight - height, "%.2f") + "\" width=\"" + Number(barWidth - 1, "%.2f") +
-           "\" height=\"" + Number(height, "%.2f") + "\" data-weight=\"" + Number(histogram.weights[i], "%.17g") +
-           "\"/>\n";
+    out += "V" + Coordinate(axis - height) + "H" + Coordinate(L::kLeft + barWidth * static_cast<double>(i + 1));
   }
+  out += "V" + std::to_string(axis) + "z\"/>\n";
   const char* names[] = {"P25", "P50", "P75"};
+  std::string lines;
   for (int q = 0; q < 3; ++q) {
     if (std::isnan(quartiles[q])) continue;
-    const std::string x = Number(xOf(quartiles[q]), "%.2f");
-    out += "<line class=\"quartile\" x1=\"" + x + "\" x2=\"" + x + "\" y1=\"" + std::to_string(L::kTop - 4) +
-           "\" y2=\"" + std::to_string(L::kTop + L::kPlotHeight) + "\"/><text x=\"" + x + "\" y=\"" +
-           std::to_string(L::kTop - 6) + "\" text-anchor=\"middle\">" + names[q] + "</text>\n";
+    const std::string x = Coordinate(xOf(quartiles[q]));
+    lines += "M" + x + " " + std::to_string(L::kTop - 4) + "V" + std::to_string(axis);
+    out += "<text x=\"" + x + "\" y=\"" + std::to_string(L::kTop - 6) + "\" text-anchor=\"middle\">" + names[q] +
+           "</text>";
   }
-  const int axis = L::kTop + L::kPlotHeight + 16;
-  out += "<text x=\"" + std::to_string(L::kLeft) + "\" y=\"" + std::to_string(axis) + "\">";
+  if (!lines.empty()) out += "<path class=\"q\" d=\"" + lines + "\"/>";
+  const int below = axis + 16;
+  out += "\n<text x=\"" + std::to_string(L::kLeft) + "\" y=\"" + std::to_string(below) + "\">";
   AppendHtmlEscaped(out, ValueText(histogram, histogram.low));
-  out += "</text><text x=\"" + std::to_string(L::kLeft + L::kPlotWidth) + "\" y=\"" + std::to_string(axis) +
+  out += "</text><text x=\"" + std::to_string(L::kLeft + L::kPlotWidth) + "\" y=\"" + std::to_string(below) +
          "\" text-anchor=\"end\">";
   AppendHtmlEscaped(out, ValueText(histogram, histogram.high));
   out += "</text>\n</svg>\n";

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/output/render/file_summary_words.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
 #include "platform/output/render/terminal_text.h"
@@ -275,6 +276,38 @@ void AppendWrapped(std::string& out, std::string_view text, int width, int inden
   }
 }
 
+// The overview's rows as records, where its box cannot fit the screen: the
+// item's name, then each column's title and value, as many to a line as
+// fit; a field is broken only when it alone is wider than the screen.
+void RenderRecords(std::string& out, const TableView& view, const TextOptions& options) {
+  AppendWrapped(out, EscapeForTerminal(view.Title()), options.width);
+  const std::string_view indent = "    ";
+  for (const ViewEntry& entry : view.entries()) {
+    if (entry.group) continue;
+    const ContentView* label = view.Label(entry.node);
+    AppendWrapped(out, EscapeForTerminal(label != nullptr ? label->text : std::string_view()), options.width, 2);
+    std::string line;
+    for (std::uint32_t i = entry.cellBegin; i < entry.cellEnd;) {
+      const int column = view.cells()[i].column;
+      std::uint32_t end = i;
+      while (end < entry.cellEnd && view.cells()[end].column == column) ++end;
+      std::string field = view.OneDimensional() ? std::string()
+                                                : std::string(view.columns()[static_cast<std::size_t>(column)]->text) + ": ";
+      field = EscapeForTerminal(field + JoinedCellText(view, i, end, column));
+      for (char& c : field) c = c == '\n' ? ' ' : c;
+      i = end;
+      const int room = options.width - static_cast<int>(indent.size());
+      if (!line.empty() && DisplayWidth(line) + 3 + DisplayWidth(field) <= room) {
+        line += "   " + field;
+        continue;
+      }
+      if (!line.empty()) AppendWrapped(out, std::string(indent) + line, options.width, static_cast<int>(indent.size()));
+      line = field;
+    }
+    if (!line.empty()) AppendWrapped(out, std::string(indent) + line, options.width, static_cast<int>(indent.size()));
+  }
+}
+
 void RenderTable(std::string& out, Layout& layout, const TableView& view, const TextOptions& options) {
   const BoxChars& box = options.ascii ? kAsciiBox : kUnicodeBox;
   const int maxWidth = std::max(4, options.maxColumnWidth);
@@ -307,7 +340,18 @@ void RenderTable(std::string& out, Layout& layout, const TableView& view, const 
     }
     for (const ViewEntry& entry : view.entries()) deepest = std::max(deepest, entry.depth);
   }
+  const std::vector<int> natural = widths;
   if (options.width > 0 && FitToScreen(widths, textColumn, widestNumber, 2 * deepest + 1, options.width)) {
+    // The overview has a column per fact: on a screen too narrow for its
+    // box with words in it, it reads better as a record per item.
+    if (view.table().subtype == "Overview") {
+      for (std::size_t c = 0; c < widths.size(); ++c) {
+        if (BoxWidth(widths) > options.width || (textColumn[c] != 0 && widths[c] < std::min(8, natural[c]))) {
+          RenderRecords(out, view, options);
+          return;
+        }
+      }
+    }
     const std::vector<int> fitted = widths;
     BuildRows(layout, view, fitted, true, numericColumn);
     widths = ColumnWidths(layout);
@@ -321,6 +365,18 @@ void RenderTable(std::string& out, Layout& layout, const TableView& view, const 
     AppendRow(out, layout, r, widths, box);
   }
   AppendRule(out, widths, box, box.bottomLeft, box.teeUp, box.bottomRight);
+}
+
+// A file's summary: lines of text above the file's tables.
+void RenderFile(std::string& out, const FileSummary& file, const TextOptions& options) {
+  AppendWrapped(out, "File " + EscapeForTerminal(file.name) + ": " + CasesAndVariables(file), options.width, 2);
+  if (!file.label.empty()) AppendWrapped(out, "Label: " + EscapeForTerminal(file.label), options.width, 2);
+  if (!file.location.empty()) AppendWrapped(out, "Location: " + EscapeForTerminal(file.location), options.width, 2);
+  if (!file.documents.empty()) {
+    out += "Documents:\n";
+    for (const std::string& line : file.documents) AppendWrapped(out, "  " + EscapeForTerminal(line), options.width, 2);
+  }
+  if (!file.weight.empty()) AppendWrapped(out, EscapeForTerminal(WeightingSentence(file)), options.width);
 }
 
 }  // namespace
@@ -353,6 +409,11 @@ void RenderText(const Document& document, std::ostream& out, const TextOptions& 
       WriteMessageText(**held, message);
       AppendWrapped(buffer, message.str(), options.width, 2);
       lastWasTable = false;
+    } else if (const auto* file = std::get_if<Document::FileItem>(&item)) {
+      if (!first) buffer += '\n';
+      RenderFile(buffer, **file, options);
+      // A table after it stands apart, as after a table.
+      lastWasTable = true;
     } else {
       continue;
     }
@@ -362,8 +423,17 @@ void RenderText(const Document& document, std::ostream& out, const TextOptions& 
   if (document.AlertsChecked() && !document.Alerts().empty()) {
     buffer.clear();
     if (!first) buffer += '\n';
-    buffer += "Data-quality alerts\n";
+    // With several files, the alerts of each under its name.
+    const std::vector<const FileSummary*> files = FileSummaries(document);
+    int shownFile = -1;
+    if (files.size() <= 1) buffer += "Data-quality alerts\n";
     for (const Alert& alert : document.Alerts()) {
+      if (files.size() > 1 && alert.file != shownFile) {
+        shownFile = alert.file;
+        const bool named = alert.file >= 0 && static_cast<std::size_t>(alert.file) < files.size();
+        AppendWrapped(buffer, "Data-quality alerts" + (named ? " of " + EscapeForTerminal(files[static_cast<std::size_t>(alert.file)]->name) : std::string()),
+                      options.width, 2);
+      }
       const std::string line = "  " + (alert.item.empty() ? std::string("(file)") : EscapeForTerminal(alert.item)) +
                                ": " + EscapeForTerminal(alert.text);
       AppendWrapped(buffer, line, options.width, 4);
