@@ -69,7 +69,9 @@ int FinishStandardOutput(int status) {
 bool OneCodebookCommand(const std::string& syntax, const Options& options, std::string& error) {
   const std::vector<int> lines = session::CodebookCommandLines(syntax);
   if (lines.size() == 1) return true;
-  const std::string what = options.exportFormat == codebook::cli::ExportFormat::kDdi ? "DDI" : "dictionary";
+  const std::string what = options.exportFormat == codebook::cli::ExportFormat::kDdi          ? "DDI"
+                           : options.exportFormat == codebook::cli::ExportFormat::kDictionary ? "dictionary"
+                                                                                              : "workbook";
   error = options.syntaxFile + ": " + what + " output describes one CODEBOOK command, and this file has ";
   if (lines.empty()) {
     error += "none";

@@ -20,11 +20,13 @@ const char* const kUsage =
     "options:\n"
     "  -x, --syntax FILE   run a syntax file (GET FILE, WEIGHT, FILTER, N OF CASES, CODEBOOK)\n"
     "  -f, --format FMT    text (default), html, json, markdown, csv, or the exports\n"
-    "                      ddi (DDI-Codebook 2.5 XML) and dictionary (one CSV row\n"
-    "                      per variable)\n"
+    "                      ddi (DDI-Codebook 2.5 XML), dictionary (one CSV row per\n"
+    "                      variable) and xlsx (the dictionary as a workbook)\n"
     "  -o, --output FILE   write the output to FILE (- for standard output); without -f,\n"
     "                      its extension chooses the format: .txt .html .json .md,\n"
-    "                      .csv (the tables), .dict.csv (the dictionary), .xml (DDI)\n"
+    "                      .csv (the tables), .dict.csv (the dictionary), .xml (DDI),\n"
+    "                      .xlsx (the workbook); any other extension is refused\n"
+    "      --no-overview   leave out the overview table at the head of each file\n"
     "      --ascii         plain ASCII table borders for text output\n"
     "      --alerts        data-quality alerts after the tables of text and Markdown\n"
     "                      output (HTML and JSON always carry them)\n"
@@ -97,9 +99,13 @@ bool ApplyValue(Options& options, Valued option, const std::string& name, const 
         options.exportFormat = ExportFormat::kDictionary;
         return true;
       }
+      if (lower == "xlsx") {
+        options.exportFormat = ExportFormat::kXlsx;
+        return true;
+      }
       const std::optional<output::OutputFormat> format = output::ParseOutputFormat(value);
       if (!format || *format == output::OutputFormat::kAscii) {
-        error = "unknown output format '" + value + "' (text, html, json, markdown, csv, ddi or dictionary)";
+        error = "unknown output format '" + value + "' (text, html, json, markdown, csv, ddi, dictionary or xlsx)";
         return false;
       }
       options.format = *format;
@@ -141,7 +147,18 @@ ExportFormat ExportForExtension(const std::string& path) {
   if (EndsWith(lower, ".xml")) return ExportFormat::kDdi;
   // Both are CSV: the dictionary says so in its name.
   if (EndsWith(lower, ".dict.csv")) return ExportFormat::kDictionary;
+  if (EndsWith(lower, ".xlsx")) return ExportFormat::kXlsx;
   return ExportFormat::kNone;
+}
+
+const char* const kKnownExtensions = ".txt .html .htm .json .md .markdown .csv .dict.csv .xml .xlsx";
+
+bool HasExtension(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  // A leading dot names a hidden file rather than starting an extension.
+  const std::size_t dot = name.rfind('.');
+  return dot != std::string::npos && dot > 0 && dot + 1 < name.size();
 }
 
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error) {
@@ -200,6 +217,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
       options.ascii = true;
     } else if (name == "--alerts") {
       options.alerts = true;
+    } else if (name == "--no-overview") {
+      options.overview = false;
     } else {
       error = "unknown option " + argument + " (see codebook --help)";
       return std::nullopt;
@@ -208,8 +227,16 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
   if (options.help || options.version) return options;
 
   if (!options.formatGiven && !options.outputFile.empty() && options.outputFile != kStandardStream) {
-    if (const auto format = FormatForExtension(options.outputFile)) options.format = *format;
+    const auto format = FormatForExtension(options.outputFile);
     options.exportFormat = ExportForExtension(options.outputFile);
+    // An extension that names another kind of document (.docx, .tsv, .pdf)
+    // would get text it does not hold: nothing is written without --format.
+    if (!format && options.exportFormat == ExportFormat::kNone && HasExtension(options.outputFile)) {
+      error = "the extension of " + options.outputFile + " chooses no output format; known: " +
+              kKnownExtensions + " (or give --format)";
+      return std::nullopt;
+    }
+    if (format) options.format = *format;
   }
 
   if (!options.syntaxFile.empty()) {
@@ -240,7 +267,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
     }
   }
   if (options.exportFormat != ExportFormat::kNone && options.dataFiles.size() > 1) {
-    error = "DDI and dictionary output describe one dataset file at a time";
+    error = "DDI, dictionary and workbook output describe one dataset file at a time";
     return std::nullopt;
   }
   options.codebookArguments.assign(rest.begin() + static_cast<std::ptrdiff_t>(first), rest.end());
