@@ -268,12 +268,34 @@ void AppendItem(std::string& out, Page& page, const Document::Table& table, std:
 }
 
 // The overview, in a box of its own that scrolls sideways on a narrow
-// screen; each row links to its item.
+// screen; each row links to its item. A long one (a wide file's) is cut
+// into parts of a few hundred rows with the same column widths, so that
+// the browser lays out only the parts on the screen: a single table of ten
+// thousand rows would be laid out whole before the page is loaded.
 void AppendOverview(std::string& out, Page& page, std::size_t index) {
+  constexpr std::size_t kPartRows = 250;
   const int part = page.PartOf(index);
-  out += "<section class=\"overview\" id=\"" + page.Anchor(index) + "\">\n<div class=\"wide\">\n";
+  const TableView& view = page.view();
+  out += "<section class=\"overview\" id=\"" + page.Anchor(index) + "\">\n";
   HtmlTableParts parts{"pivot overview", 0, {}, [&](std::string_view name) { return page.AnchorOf(part, name); }};
-  AppendHtmlTable(out, page.view(), parts);
+  const std::size_t rows = view.entries().size();
+  if (rows <= kPartRows) {
+    out += "<div class=\"wide\">\n";
+    AppendHtmlTable(out, view, parts);
+    out += "</div>\n</section>\n";
+    return;
+  }
+  parts.classes = "pivot overview fixed";
+  parts.columnClasses = true;
+  out += "<div class=\"wide\">\n";
+  for (std::size_t first = 0; first < rows; first += kPartRows) {
+    if (first > 0) out += "<div class=\"part\">\n";
+    parts.firstEntry = first;
+    parts.endEntry = first + kPartRows;
+    parts.caption = first == 0;
+    AppendHtmlTable(out, view, parts);
+    if (first > 0) out += "</div>\n";
+  }
   out += "</div>\n</section>\n";
 }
 

@@ -43,6 +43,14 @@ constexpr const char* kStyle =
     // labels into a column of single words.
     "table.overview{max-width:none}table.overview tbody th{padding-left:.6em}"
     ".overview td:nth-child(3){min-width:12em}\n"
+    // A long overview's parts: the same widths in each, the label's column
+    // the rest; the parts off the screen are not laid out.
+    "table.overview.fixed{table-layout:fixed;width:100%;min-width:80em}"
+    ".overview.fixed th,.overview.fixed td{padding:.2em .4em}.overview.fixed thead td{width:9em}"
+    ".overview th.position{width:5em}.overview th.type{width:8em}.overview th.level{width:5em}"
+    ".overview th.missing-values{width:6em}.overview th.valid,.overview th.missing{width:4.5em}"
+    ".overview th.distinct-values{width:5em}.overview th.minimum,.overview th.maximum{width:6.5em}"
+    "div.part{content-visibility:auto;contain-intrinsic-size:auto 480em}\n"
     "section.alerts table{border-collapse:collapse;margin:0 0 1.5em 0;max-width:100%}"
     "section.alerts th,section.alerts td{border:1px solid var(--line);padding:.2em .6em;text-align:left;"
     "vertical-align:top;overflow-wrap:break-word}\n"
@@ -61,7 +69,7 @@ constexpr const char* kStyle =
     // table fits a phone's width.
     "@media (max-width:40em){body{margin:.6em}table.pivot{font-size:.9em}.pivot th,.pivot td{padding:.15em .3em}"
     ".pivot tbody th{padding-left:1em}.pivot tbody th[scope=rowgroup]{padding-left:.3em}}\n"
-    "@media print{body{margin:0;font-size:9pt}a.top{display:none}main>section{content-visibility:visible}"
+    "@media print{body{margin:0;font-size:9pt}a.top{display:none}main>section,div.part{content-visibility:visible}"
     "div.wide{overflow:visible}.pivot tr,svg.chart,dl.facts{break-inside:avoid}.pivot caption{break-after:avoid}"
     ".pivot td.b{print-color-adjust:exact;-webkit-print-color-adjust:exact}"
     "svg.chart{max-width:26em}nav.contents ol{padding-left:4.5em}}\n";

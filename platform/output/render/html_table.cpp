@@ -42,14 +42,27 @@ void AppendHtmlTable(std::string& out, const TableView& view, const HtmlTablePar
   const auto [percentColumn, largest] = PercentBars(view);
   out += "<table class=\"";
   out += parts.classes;
-  out += "\">\n<caption>";
-  AppendHtmlWrappable(out, view.Title());
-  out += parts.captionExtra;
-  out += "</caption>\n";
+  out += "\">\n";
+  if (parts.caption) {
+    out += "<caption>";
+    AppendHtmlWrappable(out, view.Title());
+    out += parts.captionExtra;
+    out += "</caption>\n";
+  }
   if (!view.OneDimensional()) {
     out += "<thead><tr><td>";
     for (const ContentView* column : view.columns()) {
-      out += "<th scope=\"col\">";
+      out += "<th scope=\"col\"";
+      if (parts.columnClasses) {
+        out += " class=\"";
+        for (const char c : column->text) {
+          if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')) out += c;
+          if (c >= 'A' && c <= 'Z') out += static_cast<char>(c - 'A' + 'a');
+          if (c == ' ') out += '-';
+        }
+        out += "\"";
+      }
+      out += ">";
       AppendHtmlEscaped(out, column->text);
     }
     out += "</thead>\n";
@@ -57,7 +70,9 @@ void AppendHtmlTable(std::string& out, const TableView& view, const HtmlTablePar
   bool bodyOpen = false;
   bool bars = false;  // the rows of the current group draw bars
   std::string cell;
-  for (const ViewEntry& entry : view.entries()) {
+  const std::size_t endEntry = std::min(parts.endEntry, view.entries().size());
+  for (std::size_t e = parts.firstEntry; e < endEntry; ++e) {
+    const ViewEntry& entry = view.entries()[e];
     const ContentView* label = view.Label(entry.node);
     const std::string_view labelText = label ? label->text : std::string_view();
     if (entry.group && entry.depth == 0) {

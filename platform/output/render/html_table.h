@@ -23,6 +23,14 @@ struct HtmlTableParts {
   std::string_view captionExtra;
   // For the overview: the anchor of the item a row names (empty: no link).
   std::function<std::string(std::string_view rowLabel)> rowLink;
+  // A part of a long table: the view's entries [firstEntry, endEntry), its
+  // caption only in the first part. Each part repeats the column headings,
+  // each marked with a class made from its title ("distinct-values"), by
+  // which the style sheet gives the parts the same column widths.
+  std::size_t firstEntry = 0;
+  std::size_t endEntry = static_cast<std::size_t>(-1);
+  bool caption = true;
+  bool columnClasses = false;
 };
 
 void AppendHtmlTable(std::string& out, const TableView& view, const HtmlTableParts& parts = {});
