@@ -34,29 +34,34 @@ constexpr double kLastWorkbookDate = 2958465;  // 31 December 9999
 std::string CellText(std::string_view text) {
   std::string out;
   out.reserve(text.size());
-  std::size_t characters = 0;
+  std::size_t characters = 0;  // of the cell, escapes counted whole
   char escape[16];
   for (std::size_t i = 0; i < text.size();) {
-    if (characters + 1 >= kMaxCharacters) {
-      out += "\xE2\x80\xA6";  // …
-      break;
-    }
     char32_t c = 0;
     const std::size_t length = data::Utf8SequenceAt(text, i, c);
+    std::string_view piece;
     if (length == 0) {
       std::snprintf(escape, sizeof escape, "\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(text[i])));
-      out += escape;
+      piece = escape;
       ++i;
     } else if ((c < 0x20 && c != '\t' && c != '\n' && c != '\r') || (c >= 0x7F && c <= 0x9F) || c == 0xFFFE ||
                c == 0xFFFF) {
       std::snprintf(escape, sizeof escape, c < 0x80 ? "\\x%02X" : "\\u%04X", static_cast<unsigned>(c));
-      out += escape;
+      piece = escape;
       i += length;
     } else {
-      out.append(text.substr(i, length));
+      piece = text.substr(i, length);
       i += length;
     }
-    ++characters;
+    // An escape is as many characters as it has bytes; anything else is one.
+    const std::size_t added = piece.data() == escape ? piece.size() : 1;
+    // Room is kept for the ellipsis that says the text goes on.
+    if (characters + added > kMaxCharacters - 1) {
+      out += "\xE2\x80\xA6";  // …
+      break;
+    }
+    out += piece;
+    characters += added;
   }
   return out;
 }

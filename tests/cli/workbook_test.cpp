@@ -291,7 +291,8 @@ TEST_F(Workbook, TextNoXmlCanHoldStillGivesAValidWorkbook) {
                      .Document({"line one", "line \xFF two"})
                      .Numeric("x").Label("Control\x01 and bad \xC3 byte").ValueLabel(1, "tab\there")
                      .Attribute("Note", {longValue})
-                     .Cases({{1}, {2}})
+                     .Numeric("y").Attribute("Note", {std::string(20000, '\x01')})
+                     .Cases({{1, 1}, {2, 2}})
                      .Build();
   codebook::data::WriteDatasetFile(*dataset, Path("odd.sav").string());
   const json book = Workbook_({Path("odd.sav").string()});
@@ -304,6 +305,10 @@ TEST_F(Workbook, TextNoXmlCanHoldStillGivesAValidWorkbook) {
   const std::string attribute = row[18]["v"];
   EXPECT_LE(attribute.size(), 32767u + 3);
   EXPECT_EQ(attribute.substr(attribute.size() - 3), "\xE2\x80\xA6");
+  // Escapes count as the characters they are: still within a cell.
+  const std::string escaped = book["sheets"]["Variables"]["rows"][2][18]["v"];
+  EXPECT_EQ(escaped.substr(0, 8), "\\x01\\x01");
+  EXPECT_LE(escaped.size(), 32767u + 3);
   std::map<std::string, std::string> file;
   for (const json& line : book["sheets"]["File"]["rows"]) {
     if (!line[1].is_null() && line[1]["t"] == "s") file[line[0]["v"]] += line[1]["v"].get<std::string>() + "|";
