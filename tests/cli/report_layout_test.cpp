@@ -141,6 +141,33 @@ TEST_F(ReportLayout, TheDemoFitsAPhoneAndADesktop) {
   ExpectLaidOut("demo.html", 3, "demo-report-420.png");
 }
 
+// The pages of a PDF that Chromium printed (its page objects).
+int Pages(const std::string& pdf) {
+  int pages = 0;
+  for (std::size_t at = pdf.find("/Type /Page"); at != std::string::npos; at = pdf.find("/Type /Page", at + 1)) {
+    if (pdf.compare(at, 12, "/Type /Pages") != 0) ++pages;
+  }
+  return pages;
+}
+
+TEST_F(ReportLayout, PrintedTheDemoTakesAFewPagesNotOneAVariable) {
+  const std::string chromium = Chromium();
+  if (chromium.empty()) GTEST_SKIP() << "chromium is not installed";
+  const Result written = Run({"--demo", "-o", Path("demo.html").string()});
+  ASSERT_EQ(written.status, 0) << written.err;
+  const Result printed = Shell("timeout 120 " + chromium +
+                               " --headless --no-sandbox --disable-gpu --no-first-run --disable-background-networking"
+                               " --disable-component-update --disable-sync --no-pdf-header-footer --user-data-dir=" +
+                               Path("profile").string() + " --print-to-pdf=" + Path("demo.pdf").string() +
+                               " file://" + Path("demo.html").string() + " 2>/dev/null");
+  ASSERT_EQ(printed.status, 0);
+  const int pages = Pages(Slurp(Path("demo.pdf")));
+  // 39 variables and 2 sets, two columns of them a page after the file's
+  // summary and overview (36 pages when each variable took one).
+  EXPECT_GT(pages, 4);
+  EXPECT_LE(pages, 15);
+}
+
 TEST_F(ReportLayout, LongNamesAndSeveralFilesStayInTheirPlaces) {
   if (Chromium().empty()) GTEST_SKIP() << "chromium is not installed";
   // A name as long as names may be, a label of one long word, and the same

@@ -69,10 +69,18 @@ constexpr const char* kStyle =
     // table fits a phone's width.
     "@media (max-width:40em){body{margin:.6em}table.pivot{font-size:.9em}.pivot th,.pivot td{padding:.15em .3em}"
     ".pivot tbody th{padding-left:1em}.pivot tbody th[scope=rowgroup]{padding-left:.3em}}\n"
-    "@media print{body{margin:0;font-size:9pt}a.top{display:none}main>section,div.part{content-visibility:visible}"
-    "div.wide{overflow:visible}.pivot tr,svg.chart,dl.facts{break-inside:avoid}.pivot caption{break-after:avoid}"
+    // Print: the items in two columns, as many to a page as fit, a table
+    // broken only between rows; the file's part and the overview across
+    // the page, the overview fitted to its width.
+    "@media print{body{margin:0;font-size:8.5pt}a.top{display:none}"
+    "main>section,div.part{content-visibility:visible}main>section,div.wide{overflow:visible}"
+    "main{columns:2;column-gap:1.5em}main>section.file,main>section.overview,main>h2,main>p{column-span:all}"
+    "main>section{break-inside:avoid}main>section.overview{break-inside:auto}"
+    "table.overview,table.overview.fixed{table-layout:auto;min-width:0;width:100%}"
+    ".overview td:nth-child(3){min-width:0}"
+    ".pivot tr,svg.chart,dl.facts{break-inside:avoid}.pivot caption{break-after:avoid}"
     ".pivot td.b{print-color-adjust:exact;-webkit-print-color-adjust:exact}"
-    "svg.chart{max-width:26em}nav.contents ol{padding-left:4.5em}}\n";
+    "svg.chart{max-width:100%}nav.contents ol{padding-left:4.5em}}\n";
 
 }  // namespace
 
