@@ -93,6 +93,8 @@ class ValueTally final : public data::CaseObserver {
   template <typename Map, typename Key>
   void Count(VariableTally& tally, Map& counts, const Key& key) const;
   void ObserveWeights(const data::CaseBatch& batch);
+  struct Column;
+  void ObserveUnitWeights(const Column& column, const data::CaseBatch& batch);
 
   struct Column {
     std::size_t slot;  // in tallies_
