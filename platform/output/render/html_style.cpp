@@ -41,12 +41,12 @@ constexpr const char* kStyle =
     "div.wide{overflow-x:auto;max-width:100%;margin:0 0 1.5em 0}div.wide table.pivot{margin:0}\n"
     // The overview scrolls sideways in its box rather than squeeze its
     // labels into a column of single words.
-    "table.overview{max-width:none}table.overview tbody th{padding-left:.6em}"
-    ".overview td:nth-child(3){min-width:12em}\n"
+    "table.overview{max-width:none}.pivot.overview th,.pivot.overview td{padding:.2em .4em}"
+    ".overview td:nth-child(3){min-width:10em}\n"
     // A long overview's parts: the same widths in each, the label's column
     // the rest; the parts off the screen are not laid out.
     "table.overview.fixed{table-layout:fixed;width:100%;min-width:80em}"
-    ".overview.fixed th,.overview.fixed td{padding:.2em .4em}.overview.fixed thead td{width:9em}"
+    ".overview.fixed thead td{width:9em}"
     ".overview th.position{width:5em}.overview th.type{width:8em}.overview th.level{width:5em}"
     ".overview th.missing-values{width:6em}.overview th.valid,.overview th.missing{width:4.5em}"
     ".overview th.distinct-values{width:5em}.overview th.minimum,.overview th.maximum{width:6.5em}"
