@@ -138,22 +138,25 @@ Paint LoadInChromium(const std::string& chromium, const fs::path& page, int widt
   const nlohmann::json parsed = nlohmann::json::parse(in, nullptr, false);
   if (parsed.is_discarded() || !parsed.contains("traceEvents")) return paint;
   std::string navigation;
+  std::string frame;
   double start = 0;
   for (const auto& event : parsed["traceEvents"]) {
     if (event.value("name", "") != "navigationStart") continue;
     const auto& data = event["args"]["data"];
     if (data.value("documentLoaderURL", "").rfind("file://", 0) == 0) {
       navigation = data.value("navigationId", "");
+      frame = event["args"].value("frame", "");
       start = event["ts"].get<double>();
     }
   }
   for (const auto& event : parsed["traceEvents"]) {
     const std::string name = event.value("name", "");
     const double at = (event.value("ts", 0.0) - start) / 1e6;
-    if (name == "firstContentfulPaint" && event["args"]["data"].value("navigationId", "") == navigation) {
-      paint.firstPaint = at;
-    }
-    if (name == "MarkLoad" && at > 0 && paint.loaded < 0) paint.loaded = at;
+    const auto& data = event["args"].contains("data") ? event["args"]["data"] : nlohmann::json::object();
+    if (!data.is_object()) continue;
+    if (name == "firstContentfulPaint" && data.value("navigationId", "") == navigation) paint.firstPaint = at;
+    // The page's own load, not that of a frame of the browser's.
+    if (name == "MarkLoad" && data.value("frame", "") == frame && at > 0) paint.loaded = at;
   }
   return paint;
 }

@@ -37,7 +37,7 @@ std::string Chromium() {
 // Measures the page it is added to once every section is laid out (the
 // report lets the browser skip those off the screen), and posts the
 // findings to the parent frame as JSON.
-constexpr const char* kProbe = R"(<style>main>section{content-visibility:visible!important}</style>
+constexpr const char* kProbe = R"(<style>div.group,div.part{content-visibility:visible!important}</style>
 <script>
 // A caption's name, without the alerts after it.
 const nameOf = caption => Array.from(caption.childNodes).filter(n => n.nodeName != 'UL').map(n => n.textContent).join('');
@@ -62,9 +62,11 @@ window.addEventListener('load', () => {
   }
   for (const item of document.querySelectorAll('ul.alerts li')) {
     ++found.alerts;
-    const section = item.closest('main > section');
+    const section = item.closest('section[id]');
     const caption = item.closest('caption');
-    if (!section || !caption || !/^(var|set|file-information)/.test(section.id)) found.misplaced.push(item.textContent);
+    if (!section || !caption || !/^(var|set|file-information)/.test(section.id)) {
+      found.misplaced.push(item.textContent + ' in ' + (section ? section.id : 'no section'));
+    }
   }
   for (const link of document.querySelectorAll('section.alerts a[href^="#"]')) {
     const text = link.closest('tr').cells[1].textContent;

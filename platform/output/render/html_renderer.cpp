@@ -372,6 +372,16 @@ void RenderHtml(const Document& document, std::ostream& stream) {
   // its alerts first.
   if (page.Files().empty()) AppendAlerts(out, page, 0);
   stream << out;
+  // Items go in groups of a few dozen sections, each laid out only when on
+  // the screen: one group per item would have the browser check ten
+  // thousand elements against the screen each time it lays out a page
+  // still arriving, which grows with the square of the items.
+  constexpr int kGroupItems = 40;
+  int grouped = 0;  // items in the group open; 0: none open
+  const auto closeGroup = [&] {
+    if (grouped > 0) out += "</div>\n";
+    grouped = 0;
+  };
   const auto& items = document.Items();
   for (std::size_t i = 0; i < items.size(); ++i) {
     out.clear();
@@ -379,21 +389,27 @@ void RenderHtml(const Document& document, std::ostream& stream) {
       if (page.Anchor(i).empty() || page.Lifted(table->get())) continue;  // shown with its file
       page.view().Build(**table);
       if ((*table)->subtype == kOverview) {
+        closeGroup();
         AppendOverview(out, page, i);
       } else {
+        if (grouped == kGroupItems) closeGroup();
+        if (grouped++ == 0) out += "<div class=\"group\">\n";
         AppendItem(out, page, *table, i);
       }
     } else if (const auto* file = std::get_if<Document::FileItem>(&items[i])) {
+      closeGroup();
       AppendFile(out, page, **file, i);
     } else if (const auto* heading = std::get_if<Document::HeadingItem>(&items[i])) {
       // The file's own part names it; a heading stands alone only before a
       // file that could not be read.
       if (i + 1 < items.size() && std::holds_alternative<Document::FileItem>(items[i + 1])) continue;
+      closeGroup();
       out += "<h2 class=\"part\">";
       AppendHtmlEscaped(out, (*heading)->text);
       out += "</h2>\n";
     } else if (const auto* held = std::get_if<Document::MessageItem>(&items[i])) {
       const Message& message = **held;
+      closeGroup();
       out += "<p class=\"";
       out += SeverityName(message.severity);
       out += "\">";
@@ -404,6 +420,9 @@ void RenderHtml(const Document& document, std::ostream& stream) {
     }
     stream << out;
   }
+  out.clear();
+  closeGroup();
+  stream << out;
   stream << "</main>\n</body>\n</html>\n";
 }
 

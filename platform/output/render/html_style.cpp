@@ -56,7 +56,8 @@ constexpr const char* kStyle =
     "vertical-align:top;overflow-wrap:break-word}\n"
     // A table wider than the screen (a word longer than a column can
     // hold) scrolls in its own section rather than the page.
-    "main>section{content-visibility:auto;contain-intrinsic-size:auto 24em;overflow-x:auto;overflow-y:hidden}\n"
+    "div.group{content-visibility:auto;contain-intrinsic-size:auto 960em}"
+    "div.group>section{overflow-x:auto;overflow-y:hidden}\n"
     "nav.contents ol{columns:2 22em;padding-left:4em}nav.contents li{break-inside:avoid}\n"
     "nav.contents .label{color:var(--muted)}nav.contents .level{color:var(--muted);font-size:.9em}\n"
     "a.top{position:fixed;right:.8em;bottom:.8em;background:var(--head);color:inherit;border:1px solid var(--line);"
@@ -73,9 +74,9 @@ constexpr const char* kStyle =
     // broken only between rows; the file's part and the overview across
     // the page, the overview fitted to its width.
     "@media print{body{margin:0;font-size:8.5pt}a.top{display:none}"
-    "main>section,div.part{content-visibility:visible}main>section,div.wide{overflow:visible}"
+    "div.group,div.part{content-visibility:visible}div.group>section,div.wide{overflow:visible}"
     "main{columns:2;column-gap:1.5em}main>section.file,main>section.overview,main>h2,main>p{column-span:all}"
-    "main>section{break-inside:avoid}main>section.overview{break-inside:auto}"
+    "div.group>section{break-inside:avoid}"
     "table.overview,table.overview.fixed{table-layout:auto;min-width:0;width:100%}"
     ".overview td:nth-child(3){min-width:0}"
     ".pivot tr,svg.chart,dl.facts{break-inside:avoid}.pivot caption{break-after:avoid}"
