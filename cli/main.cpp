@@ -134,6 +134,11 @@ int main(int argc, char** argv) {
   if (options.exportFormat != codebook::cli::ExportFormat::kNone && !options.syntaxFile.empty()) {
     if (!OneCodebookCommand(syntax, options, error)) return Fail(session::kExitUsage, error);
   }
+  // A workbook is a zip archive: on a terminal it would be noise.
+  const bool toStandardOutput = options.outputFile.empty() || options.outputFile == codebook::cli::kStandardStream;
+  if (options.exportFormat == codebook::cli::ExportFormat::kXlsx && toStandardOutput && ::isatty(STDOUT_FILENO) != 0) {
+    return Fail(session::kExitUsage, "a workbook is not shown on a terminal: give -o FILE.xlsx or redirect the output");
+  }
 
   // The output may never replace what it is made from.
   std::vector<std::string> inputs;

@@ -31,6 +31,7 @@ using codebook::testing_cli::Result;
 using codebook::testing_cli::Slurp;
 using nlohmann::json;
 using testing::HasSubstr;
+using testing::Not;
 namespace fs = std::filesystem;
 
 // A Python that has openpyxl: Debian's, which CI installs, first.
@@ -336,10 +337,15 @@ TEST_F(Workbook, AWorkbookThatCannotBeWrittenLeavesNothing) {
   EXPECT_EQ(two.status, 2);
   EXPECT_THAT(two.err, HasSubstr("one dataset file at a time"));
   EXPECT_FALSE(fs::exists(Path("two.xlsx")));
-  // To standard output it is written whole.
+  // To standard output it is written whole, but not onto a terminal.
   const Result piped = Run({"--demo", "--format", "xlsx"});
   EXPECT_EQ(piped.status, 0);
   EXPECT_EQ(piped.out.substr(0, 2), "PK");
+  const Result terminal = Shell("script -qec " + Quote(Binary() + " --demo --format xlsx") + " /dev/null");
+  if (terminal.status != 127) {
+    EXPECT_THAT(terminal.out, HasSubstr("a workbook is not shown on a terminal"));
+    EXPECT_THAT(terminal.out, Not(HasSubstr("PK")));
+  }
 }
 
 TEST_F(Workbook, AnExtensionThatChoosesNoFormatIsRefused) {
