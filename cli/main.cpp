@@ -69,7 +69,9 @@ int FinishStandardOutput(int status) {
 bool OneCodebookCommand(const std::string& syntax, const Options& options, std::string& error) {
   const std::vector<int> lines = session::CodebookCommandLines(syntax);
   if (lines.size() == 1) return true;
-  const std::string what = options.exportFormat == codebook::cli::ExportFormat::kDdi ? "DDI" : "dictionary";
+  const std::string what = options.exportFormat == codebook::cli::ExportFormat::kDdi          ? "DDI"
+                           : options.exportFormat == codebook::cli::ExportFormat::kDictionary ? "dictionary"
+                                                                                              : "workbook";
   error = options.syntaxFile + ": " + what + " output describes one CODEBOOK command, and this file has ";
   if (lines.empty()) {
     error += "none";
@@ -131,6 +133,11 @@ int main(int argc, char** argv) {
 
   if (options.exportFormat != codebook::cli::ExportFormat::kNone && !options.syntaxFile.empty()) {
     if (!OneCodebookCommand(syntax, options, error)) return Fail(session::kExitUsage, error);
+  }
+  // A workbook is a zip archive: on a terminal it would be noise.
+  const bool toStandardOutput = options.outputFile.empty() || options.outputFile == codebook::cli::kStandardStream;
+  if (options.exportFormat == codebook::cli::ExportFormat::kXlsx && toStandardOutput && ::isatty(STDOUT_FILENO) != 0) {
+    return Fail(session::kExitUsage, "a workbook is not shown on a terminal: give -o FILE.xlsx or redirect the output");
   }
 
   // The output may never replace what it is made from.

@@ -30,8 +30,9 @@ std::string Usage() {
       "               SORT={ASCENDING|DESCENDING}\n"
       "Defaults: the file's weight variable weights the counts (--no-weight: none);\n"
       "MAXCATS=200, so a variable with more values, like an identifier, lists none.\n"
-      "  -f, --format F  text html json markdown csv pdf ddi (XML) dictionary (CSV)\n"
+      "  -f, --format F  text html json markdown csv pdf, exports ddi dictionary xlsx\n"
       "  -o, --output F  write to F, whole, never partial; its extension sets -f\n"
+      "  --no-overview  no overview table at the head of each file's part\n"
       "  -w, --weight V  weight by V; -w OFF or --no-weight: no weights  -h, --help\n"
       "  -x, --syntax J  run J's commands: GET FILE WEIGHT FILTER N OF CASES CODEBOOK\n"
       "  --width N  text in N columns (30+)  --ascii  plain borders  --demo  demo data\n"
@@ -99,9 +100,13 @@ bool ApplyValue(Options& options, Valued option, const std::string& name, const 
         options.exportFormat = ExportFormat::kDictionary;
         return true;
       }
+      if (lower == "xlsx") {
+        options.exportFormat = ExportFormat::kXlsx;
+        return true;
+      }
       const std::optional<output::OutputFormat> format = output::ParseOutputFormat(value);
       if (!format || *format == output::OutputFormat::kAscii) {
-        error = "unknown output format '" + value + "' (text, html, json, markdown, csv, pdf, ddi or dictionary)";
+        error = "unknown output format '" + value + "' (text, html, json, markdown, csv, pdf, ddi, dictionary or xlsx)";
         return false;
       }
       options.format = *format;
@@ -144,7 +149,18 @@ ExportFormat ExportForExtension(const std::string& path) {
   if (EndsWith(lower, ".xml")) return ExportFormat::kDdi;
   // Both are CSV: the dictionary says so in its name.
   if (EndsWith(lower, ".dict.csv")) return ExportFormat::kDictionary;
+  if (EndsWith(lower, ".xlsx")) return ExportFormat::kXlsx;
   return ExportFormat::kNone;
+}
+
+const char* const kKnownExtensions = ".txt .html .htm .json .md .markdown .csv .dict.csv .xml .xlsx";
+
+bool HasExtension(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  // A leading dot names a hidden file rather than starting an extension.
+  const std::size_t dot = name.rfind('.');
+  return dot != std::string::npos && dot > 0 && dot + 1 < name.size();
 }
 
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error) {
@@ -207,6 +223,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
       options.noWeight = true;
     } else if (name == "-q" || name == "--quiet") {
       options.quiet = true;
+    } else if (name == "--no-overview") {
+      options.overview = false;
     } else {
       error = "unknown option " + argument + " (see codebook --help)";
       return std::nullopt;
@@ -224,8 +242,16 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
   }
 
   if (!options.formatGiven && !options.outputFile.empty() && options.outputFile != kStandardStream) {
-    if (const auto format = FormatForExtension(options.outputFile)) options.format = *format;
+    const auto format = FormatForExtension(options.outputFile);
     options.exportFormat = ExportForExtension(options.outputFile);
+    // An extension that names another kind of document (.docx, .tsv, .pdf)
+    // would get text it does not hold: nothing is written without --format.
+    if (!format && options.exportFormat == ExportFormat::kNone && HasExtension(options.outputFile)) {
+      error = "the extension of " + options.outputFile + " chooses no output format; known: " +
+              kKnownExtensions + " (or give --format)";
+      return std::nullopt;
+    }
+    if (format) options.format = *format;
   }
 
   if (!options.syntaxFile.empty()) {
@@ -257,7 +283,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
     }
   }
   if (options.exportFormat != ExportFormat::kNone && options.dataFiles.size() > 1) {
-    error = "DDI and dictionary output describe one dataset file at a time";
+    error = "DDI, dictionary and workbook output describe one dataset file at a time";
     return std::nullopt;
   }
   options.codebookArguments.assign(rest.begin() + static_cast<std::ptrdiff_t>(first), rest.end());

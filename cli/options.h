@@ -14,7 +14,7 @@ inline constexpr const char* kStandardStream = "-";
 
 // Exports made from a CODEBOOK run and the dictionary rather than rendered
 // from its tables.
-enum class ExportFormat { kNone, kDdi, kDictionary };
+enum class ExportFormat { kNone, kDdi, kDictionary, kXlsx };
 
 struct Options {
   bool help = false;
@@ -24,7 +24,7 @@ struct Options {
   std::vector<std::string> dataFiles;     // the datasets ("-": standard input), unless -x or --demo
   std::vector<std::string> codebookArguments;
   output::OutputFormat format = output::OutputFormat::kText;
-  ExportFormat exportFormat = ExportFormat::kNone;  // -f ddi, -f dictionary, -o *.xml
+  ExportFormat exportFormat = ExportFormat::kNone;  // -f ddi|dictionary|xlsx, -o *.xml|*.dict.csv|*.xlsx
   bool formatGiven = false;               // -f; otherwise -o's extension may choose
   bool ascii = false;
   std::string outputFile;                 // -o; empty or "-": standard output
@@ -36,6 +36,7 @@ struct Options {
   bool alerts = false;                    // --alerts: data-quality alerts in text and Markdown
   std::string hideValues;                 // --hide-values VARLIST|auto
   std::string paper;                      // --paper a4|letter; empty: the locale's, else A4
+  bool overview = true;                   // --no-overview leaves it out
 };
 
 // Parses the arguments after the program name. Returns the options, or sets
@@ -46,8 +47,13 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
 // .csv, .pdf), if any.
 std::optional<output::OutputFormat> FormatForExtension(const std::string& path);
 // Whether the extension asks for an export (.xml: DDI; .dict.csv: the
-// dictionary, where any other .csv is the tables).
+// dictionary, where any other .csv is the tables; .xlsx: the workbook).
 ExportFormat ExportForExtension(const std::string& path);
+// Whether the path's file name has an extension (a dot after its first
+// character): one that chooses no format is refused.
+bool HasExtension(const std::string& path);
+// The extensions that choose a format, for messages.
+extern const char* const kKnownExtensions;
 
 // The CODEBOOK command with the arguments as the shell passed them.
 std::string BuildCodebookSyntax(const std::vector<std::string>& codebookArguments);

@@ -4,27 +4,33 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "cli/cleanup.h"
 #include "cli/output_target.h"
 #include "cli/standard_input.h"
 #include "cli/target_stream.h"
 #include "platform/export/ddi_writer.h"
 #include "platform/export/dictionary_csv.h"
 #include "platform/output/render/pdf/pdf_renderer.h"
+#include "platform/export/xlsx_writer.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/terminal_text.h"
 #include "platform/report/alerts.h"
 #include "platform/report/distributions.h"
+#include "platform/report/file_summary.h"
 #include "platform/report/hidden_values.h"
+#include "platform/report/overview.h"
 #include "platform/session/session.h"
 
 namespace codebook::cli {
@@ -134,7 +140,11 @@ class Run::Impl {
     // HTML and JSON always carry alerts; text and Markdown when asked.
     alerts_ = !exporting_ && (CarriesMessages(format) ||
                               (options.alerts && format != OutputFormat::kCsv));
+    overview_ = !exporting_ && options.overview;
     hide_ = codebook::report::ParseHideRequest(options.hideValues);
+    // The overview takes the scale variables' distinct values and range
+    // from the quartiles' distributions; only the reports draw their histograms.
+    distributions_.KeepHistograms(IsReport(format));
   }
 
   // A dataset file; `heading` introduces its part when there are several.
@@ -143,7 +153,7 @@ class Run::Impl {
   void Dataset(const std::string& file, bool heading) {
     if (writeFailed_) return;
     batch_ = batch_ || heading;
-    const DistributionScope distributions(IsReport(format_) ? &distributions_ : nullptr);
+    const DistributionScope distributions(Distributions());
     if (heading) {
       Document part;
       part.Append(codebook::output::Heading{file});
@@ -194,7 +204,7 @@ class Run::Impl {
   }
 
   void Syntax(const std::string& text, const std::string& file) {
-    const DistributionScope distributions(IsReport(format_) ? &distributions_ : nullptr);
+    const DistributionScope distributions(Distributions());
     session::Session session(SessionOptions());
     current_ = &session;
     session::SyntaxOrigin origin;
@@ -260,6 +270,10 @@ class Run::Impl {
   }
 
  private:
+  codebook::report::DistributionCollector* Distributions() {
+    return IsReport(format_) || overview_ ? &distributions_ : nullptr;
+  }
+
   session::SessionOptions SessionOptions() {
     session::SessionOptions result;
     result.progress = !options_.quiet && ::isatty(STDERR_FILENO) != 0;
@@ -275,29 +289,35 @@ class Run::Impl {
       PostProcess(*current_, first, alerts);
       if (streaming_) Emit(*current_->Document(), first, alerts);
     };
-    if (exporting_ || alerts_ || !hide_.Empty()) {
-      result.passObserver = [this](const codebook::data::Dataset& dataset, int weightIndex) {
-        // Alerts need only the weights; hiding counts the values of the
-        // variables it may hide (up to a limit); an export tallies every
-        // variable, and counts all values when there are weights.
-        codebook::exporting::TallyOptions tally = codebook::report::AlertTallyOptions();
-        if (!hide_.Empty()) tally = codebook::report::HideTallyOptions(hide_, dataset);
-        if (exporting_) {
-          tally.allVariables = true;
-          tally.countValues = tally.countValues || weightIndex >= 0;
-          tally.maxValues = static_cast<std::size_t>(-1);
-        }
-        return std::make_shared<codebook::exporting::ValueTally>(dataset, weightIndex, tally);
-      };
-    }
+    result.passObserver = [this](const codebook::data::Dataset& dataset,
+                                 int weightIndex) -> std::shared_ptr<codebook::data::CaseObserver> {
+      // Alerts and the file's weighted total need only the weights; hiding
+      // counts the values of the variables it may hide (up to a limit); the
+      // overview and the exports tally every variable (the valid and
+      // missing cases, the least and greatest value of an item whose table
+      // lists no values), an export counting all values when there are
+      // weights. Unweighted text without any of these needs no tally.
+      if (!exporting_ && !alerts_ && hide_.Empty() && !overview_ && weightIndex < 0) return nullptr;
+      codebook::exporting::TallyOptions tally = codebook::report::AlertTallyOptions();
+      if (!hide_.Empty()) tally = codebook::report::HideTallyOptions(hide_, dataset);
+      if (overview_) tally.allVariables = true;
+      if (exporting_) {
+        tally.allVariables = true;
+        tally.countValues = tally.countValues || weightIndex >= 0;
+        tally.maxValues = static_cast<std::size_t>(-1);
+      }
+      return std::make_shared<codebook::exporting::ValueTally>(dataset, weightIndex, tally);
+    };
     return result;
   }
 
   // After a CODEBOOK command that ran whole: finds its alerts (into
   // `alerts`, and into the combined document when the output is made at the
-  // end), then hides the values asked to be hidden in its tables. The alerts
-  // read the tables before any value is hidden, so that they are the same
-  // whatever is hidden; they name no value of a hidden variable.
+  // end), then hides the values asked to be hidden in its tables, then puts
+  // the file's summary and the overview at the head of its output. The
+  // alerts read the tables before any value is hidden, so that they are the
+  // same whatever is hidden; they name no value of a hidden variable. The
+  // overview reads them after, so that it shows nothing they hide.
   void PostProcess(session::Session& session, std::size_t first, Document& alerts) {
     const auto& run = session.LastCodebook();
     if (!run || run->firstItem != first || !run->completed || !run->dataset) return;
@@ -307,9 +327,7 @@ class Run::Impl {
     // histogram goes with it.
     if (IsReport(format_)) {
       codebook::report::AttachHistograms(*session.Document(), run->firstItem, run->endItem, *run->dataset, distributions_);
-      DescribeFile(session, *run, tally);
     }
-    distributions_.Clear();
     hidden_.clear();
     if (!hide_.Empty()) {
       std::vector<std::string> unknown;
@@ -322,26 +340,35 @@ class Run::Impl {
     if (!hidden_.empty()) {
       codebook::report::HideValues(*session.Document(), run->firstItem, run->endItem, *run->dataset, hidden_, tally);
     }
+    if (!exporting_) Head(session, *run, tally);
+    distributions_.Clear();
   }
 
-  // What heads the HTML report of the file the command ran on.
-  void DescribeFile(session::Session& session, const session::CodebookRun& run,
-                    const codebook::exporting::ValueTally* tally) {
-    const codebook::data::Dataset& dataset = *run.dataset;
-    codebook::output::FileSummary file;
-    file.name = readingStandardInput_ ? std::string("standard input") : dataset.FileSpec().value_or(fileName_);
-    file.cases = dataset.GetCaseCount();
-    // A file that does not say how many cases it has: the pass counted them
-    // all, unless it stopped early or the cases were selected.
-    if (file.cases < 0 && tally != nullptr && !tally->Partial() && run.expectedCases < 0) file.cases = tally->Cases();
-    file.variables = dataset.ColumnCount();
-    if (run.weightIndex >= 0) file.weight = dataset.GetVariable(run.weightIndex)->GetName();
-    const auto& items = session.Document()->Items();
-    for (std::size_t i = run.firstItem; i < run.endItem && i < items.size(); ++i) {
-      const auto* table = std::get_if<Document::Table>(&items[i]);
-      if (table != nullptr && (*table)->subtype == "FileInformation") file.informationTable = *table;
+  // What heads the output of the command: the file's summary (its File
+  // Information table, if the command made one, says it instead in HTML)
+  // and the overview of its items.
+  void Head(session::Session& session, const session::CodebookRun& run, const codebook::exporting::ValueTally* tally) {
+    Document& document = *session.Document();
+    codebook::report::FileFacts facts;
+    facts.dataset = run.dataset.get();
+    facts.shownName = readingStandardInput_ ? std::string("standard input") : run.dataset->FileSpec().value_or(fileName_);
+    facts.weightIndex = run.weightIndex;
+    facts.tally = tally;
+    facts.expectedCases = run.expectedCases;
+    codebook::output::FileSummary file = codebook::report::SummarizeFile(document, run.firstItem, run.endItem, facts);
+    Document::Table overview;
+    if (overview_) {
+      codebook::report::OverviewSources sources;
+      sources.dataset = run.dataset.get();
+      sources.tally = tally;
+      sources.distributions = &distributions_;
+      sources.hidden = hidden_;
+      sources.maxCategories = codebook::report::MaxCategories(run.command);
+      overview = codebook::report::MakeOverview(document, run.firstItem, run.endItem, sources);
     }
-    session.Document()->Append(std::move(file));
+    document.Insert(run.firstItem, std::move(file));
+    if (overview) document.Insert(run.firstItem + 1, overview);
+    ++files_;
   }
 
   void CollectAlerts(session::Session& session, const session::CodebookRun& run,
@@ -356,8 +383,12 @@ class Run::Impl {
                                             codebook::report::AddItemAlerts(item, *run.dataset, hidden_, found);
                                           });
     codebook::report::AddFileAlerts(*run.dataset, tally, run.weightIndex, found);
+    // Each part of the output shown as it is made holds one file; the
+    // combined document holds them all, in order.
     for (codebook::output::Alert& alert : found) {
+      alert.file = 0;
       alerts.AddAlert(alert);
+      alert.file = files_;
       if (!streaming_) combined_.AddAlert(std::move(alert));
     }
   }
@@ -376,6 +407,10 @@ class Run::Impl {
     input.hidden = hidden_;
     input.version = CODEBOOK_VERSION;
     input.date = ProductionDate();
+    if (options_.exportFormat == codebook::cli::ExportFormat::kXlsx) {
+      ExportWorkbook(input);
+      return;
+    }
     std::ostringstream text;
     if (options_.exportFormat == codebook::cli::ExportFormat::kDdi) {
       codebook::exporting::WriteDdi(input, text);
@@ -395,6 +430,37 @@ class Run::Impl {
       pdf::RenderPdf(combined_, out, pdfOptions);
     } catch (const std::exception& failure) {
       pdfError_ = failure.what();
+    }
+  }
+
+  // The workbook library writes only to files: the workbook is made in a
+  // temporary file (removed on every way out, a signal included) and held
+  // like the other exports until the run's status is known.
+  void ExportWorkbook(const codebook::exporting::ExportInput& input) {
+    std::error_code failure;
+    fs::path folder = fs::temp_directory_path(failure);
+    if (failure) folder = "/tmp";
+    std::string path = (folder / "codebook-workbook-XXXXXX").string();
+    const int fd = ::mkstemp(path.data());
+    if (fd < 0) {
+      Worsen(Fail(session::kExitUsage, "cannot make a temporary file in " + folder.string() + ": " + std::strerror(errno)));
+      return;
+    }
+    ::close(fd);
+    const int slot = codebook::cli::RegisterTemporaryFile(path);
+    std::string error;
+    if (codebook::exporting::WriteXlsx(input, path, error)) {
+      std::ifstream in(path, std::ios::binary);
+      std::ostringstream bytes;
+      bytes << in.rdbuf();
+      if (in.bad()) error = "cannot read back the workbook made in " + path;
+      exported_ = std::move(bytes).str();
+    }
+    fs::remove(path, failure);
+    codebook::cli::ReleaseTemporaryFile(slot);
+    if (!error.empty()) {
+      exported_.clear();
+      Worsen(Fail(session::kExitUsage, error));
     }
   }
 
@@ -446,9 +512,11 @@ class Run::Impl {
   bool streaming_ = false;
   bool exporting_ = false;
   bool alerts_ = false;
+  bool overview_ = false;
+  int files_ = 0;  // the file summaries made so far
   codebook::report::HideRequest hide_;
   std::set<int> hidden_;  // of the last CODEBOOK command
-  codebook::report::DistributionCollector distributions_;  // of the command running, for HTML
+  codebook::report::DistributionCollector distributions_;  // of the command running
   std::string fileName_;  // the dataset as the user named it
   bool readingStandardInput_ = false;
   std::string exported_;  // the export, once made

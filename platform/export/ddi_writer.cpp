@@ -15,15 +15,6 @@ using Attributes = XmlWriter::Attributes;
 
 std::string VariableId(int index) { return "V" + std::to_string(index + 1); }
 
-const char* LayoutName(data::FileCompression compression) {
-  switch (compression) {
-    case data::FileCompression::kNone: return "dataset file, uncompressed";
-    case data::FileCompression::kBytecode: return "dataset file, byte-code compressed";
-    case data::FileCompression::kZlib: return "dataset file, zlib compressed";
-  }
-  return "dataset file";
-}
-
 std::string BaseName(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   return slash == std::string::npos ? path : path.substr(slash + 1);
@@ -285,20 +276,6 @@ class DdiWriter {
     xml_.Close();
   }
 
-  std::optional<std::int64_t> UnweightedCount(int index, const CategoryFact& category) const {
-    if (input_.tally == nullptr || !input_.tally->CountsValues()) return std::nullopt;
-    const VariableTally& tally = input_.tally->Of(index);
-    if (const auto* number = std::get_if<double>(&category.value)) {
-      const auto found = tally.numberCounts.find(*number);
-      return found == tally.numberCounts.end() ? 0 : found->second;
-    }
-    if (const auto* text = std::get_if<std::string>(&category.value)) {
-      const auto found = tally.stringCounts.find(*text);
-      return found == tally.stringCounts.end() ? 0 : found->second;
-    }
-    return std::nullopt;
-  }
-
   void Category(const CategoryFact& category, int index) {
     XmlWriter::Attributes attributes;
     if (category.missing) attributes.emplace_back("missing", "Y");
@@ -314,7 +291,7 @@ class DdiWriter {
       for (const auto& attribute : Weighted()) freq.push_back(attribute);
       xml_.Text("catStat", NumberText(*category.count), freq);
       if (input_.weightIndex >= 0 && !category.systemMissing) {
-        if (const auto unweighted = UnweightedCount(index, category)) {
+        if (const auto unweighted = UnweightedCount(input_.tally, index, category)) {
           xml_.Text("catStat", std::to_string(*unweighted), {{"type", "freq"}, {"wgtd", "not-wgtd"}});
         }
       }
@@ -327,37 +304,9 @@ class DdiWriter {
     xml_.Close();
   }
 
-  // The categories the table shows, then the labelled values it does not:
-  // with a count of 0 when the table counted its values.
+  // The categories the table shows, then the labelled values it does not.
   void Categories(const ItemFacts& item, const data::Variable& variable, int index) {
-    bool counted = false;
-    for (const CategoryFact& category : item.categories) {
-      Category(category, index);
-      counted = counted || (category.count.has_value() && !category.labeledOnly);
-    }
-    const auto& labels = variable.ValueLabels();
-    if (!labels) return;
-    for (std::size_t i = 0; i < labels->Size(); ++i) {
-      CategoryFact category;
-      if (labels->IsString()) {
-        std::string value(labels->StringValue(i));
-        while (!value.empty() && value.back() == ' ') value.pop_back();
-        category.value = value;
-      } else {
-        category.value = labels->NumericValue(i);
-      }
-      const bool shown = std::any_of(item.categories.begin(), item.categories.end(),
-                                     [&](const CategoryFact& met) { return met.value == category.value; });
-      if (shown) continue;
-      category.label = labels->Label(i);
-      category.missing = labels->IsString() ? variable.Missing().IsMissing(std::get<std::string>(category.value))
-                                            : variable.Missing().IsMissing(std::get<double>(category.value));
-      if (counted) {
-        category.count = 0.0;
-        category.percent = 0.0;
-      }
-      Category(category, index);
-    }
+    for (const CategoryFact& category : ExportedCategories(item, variable)) Category(category, index);
   }
 
   const ExportInput& input_;

@@ -80,8 +80,11 @@ void ValueTally::Count(VariableTally& tally, Map& counts, const Key& key) const 
 }
 
 void ValueTally::ObserveWeights(const data::CaseBatch& batch) {
-  if (weight_ == nullptr) return;
   const std::vector<double>& weights = batch.weights();
+  for (std::size_t r = 0; r < batch.cases(); ++r) {
+    if (weights[r] > 0 && std::isfinite(weights[r])) weightedCases_.Add(weights[r]);
+  }
+  if (weight_ == nullptr) return;
   const OBS* raw = batch.Column(static_cast<std::size_t>(weightOffset_));
   for (std::size_t r = 0; r < batch.cases(); ++r) {
     const double weight = weights[r];
@@ -97,6 +100,43 @@ void ValueTally::ObserveWeights(const data::CaseBatch& batch) {
   }
 }
 
+// Every case of the batch weighs 1 and no value is counted (the overview
+// of an unweighted file): the valid and missing cases are counted and
+// added once a batch, the least and greatest value found in one sweep. The
+// sums are those of adding 1 a case, exactly.
+void ValueTally::ObserveUnitWeights(const Column& column, const data::CaseBatch& batch) {
+  VariableTally& tally = tallies_[column.slot];
+  const std::size_t cases = batch.cases();
+  const OBS* first = batch.Column(static_cast<std::size_t>(column.offset));
+  std::int64_t missing = 0;
+  if (column.numeric) {
+    double low = tally.min;
+    double high = tally.max;
+    for (std::size_t r = 0; r < cases; ++r) {
+      const double number = first[r].d;
+      if (number == kSysmis || std::isnan(number) || (column.hasMissing && column.variable->IsMissing(&first[r]))) {
+        ++missing;
+        continue;
+      }
+      low = std::min(low, number);
+      high = std::max(high, number);
+    }
+    tally.min = low;
+    tally.max = high;
+  } else if (column.hasMissing) {
+    for (std::size_t r = 0; r < cases; ++r) {
+      value_.resize(column.cells);
+      for (std::size_t k = 0; k < column.cells; ++k) value_[k] = batch.Column(static_cast<std::size_t>(column.offset) + k)[r];
+      if (column.variable->IsMissing(value_.data()) != 0) ++missing;
+    }
+  }
+  const auto valid = static_cast<std::int64_t>(cases) - missing;
+  tally.validCases += valid;
+  tally.missingCases += missing;
+  tally.validWeight.Add(static_cast<double>(valid));
+  tally.missingWeight.Add(static_cast<double>(missing));
+}
+
 void ValueTally::Observe(const data::CaseBatch& batch) {
   // A case whose weight is zero, negative or missing takes part in no
   // statistic; the unweighted counts are those of every case, as if the
@@ -106,6 +146,11 @@ void ValueTally::Observe(const data::CaseBatch& batch) {
   ObserveWeights(batch);
   const std::vector<double>& weights = batch.weights();
   const bool countValues = options_.countValues;
+  if (!countValues && std::all_of(weights.begin(), weights.begin() + static_cast<std::ptrdiff_t>(cases),
+                                  [](double weight) { return weight == 1.0; })) {
+    for (const Column& column : columns_) ObserveUnitWeights(column, batch);
+    return;
+  }
   for (const Column& column : columns_) {
     VariableTally& tally = tallies_[column.slot];
     const OBS* first = batch.Column(static_cast<std::size_t>(column.offset));

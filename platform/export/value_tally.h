@@ -83,6 +83,9 @@ class ValueTally final : public data::CaseObserver {
   // The cases seen. A pass ends early when no table can take more cases
   // (every one is past MAXCATS); what the tally holds is then a part.
   std::int64_t Cases() const { return cases_; }
+  // The sum of the weights of the cases seen that take part in statistics
+  // (every case counts 1 when unweighted).
+  double WeightedCases() const { return weightedCases_.Value(); }
   void SetPartial() { partial_ = true; }
   bool Partial() const { return partial_; }
 
@@ -90,6 +93,8 @@ class ValueTally final : public data::CaseObserver {
   template <typename Map, typename Key>
   void Count(VariableTally& tally, Map& counts, const Key& key) const;
   void ObserveWeights(const data::CaseBatch& batch);
+  struct Column;
+  void ObserveUnitWeights(const Column& column, const data::CaseBatch& batch);
 
   struct Column {
     std::size_t slot;  // in tallies_
@@ -109,6 +114,7 @@ class ValueTally final : public data::CaseObserver {
   const data::Variable* weight_ = nullptr;
   int weightOffset_ = 0;
   WeightProblems weights_;
+  aggregate::CompensatedSum weightedCases_;
   std::int64_t cases_ = 0;
   bool partial_ = false;
 };

@@ -31,12 +31,28 @@ output::Histogram MakeHistogram(std::span<const aggregate::WeightedValue> sorted
 
 void DistributionCollector::Distribution(int varIndex, std::span<const aggregate::WeightedValue> sorted) {
   // Asked once per percentile; the first time is enough.
-  if (histograms_.count(varIndex) == 0) histograms_.emplace(varIndex, MakeHistogram(sorted));
+  if (seen_.count(varIndex) != 0) return;
+  Seen& seen = seen_[varIndex];
+  bool any = false;
+  for (const aggregate::WeightedValue& entry : sorted) {
+    if (!(entry.weight > 0)) continue;
+    // Sorted, so a value equal to the last one met is the same value again.
+    if (!any || entry.value != seen.range.high) ++seen.range.distinct;
+    if (!any) seen.range.low = entry.value;
+    seen.range.high = entry.value;
+    any = true;
+  }
+  if (histograms_) seen.histogram = MakeHistogram(sorted);
 }
 
 const output::Histogram* DistributionCollector::Of(int varIndex) const {
-  const auto found = histograms_.find(varIndex);
-  return found == histograms_.end() ? nullptr : &found->second;
+  const auto found = seen_.find(varIndex);
+  return found == seen_.end() || !histograms_ ? nullptr : &found->second.histogram;
+}
+
+const ValueRange* DistributionCollector::RangeOf(int varIndex) const {
+  const auto found = seen_.find(varIndex);
+  return found == seen_.end() ? nullptr : &found->second.range;
 }
 
 void AttachHistograms(output::Document& document, std::size_t first, std::size_t end, const data::Dataset& dataset,

@@ -18,14 +18,34 @@ constexpr int kHistogramBins = 20;
 // Equal-width bins over the values with a positive weight.
 output::Histogram MakeHistogram(std::span<const aggregate::WeightedValue> sorted, int bins = kHistogramBins);
 
+// What the overview says of a scale variable's values: how many distinct
+// ones have a positive weight, and the least and greatest of them.
+struct ValueRange {
+  std::size_t distinct = 0;
+  double low = 0;
+  double high = 0;
+};
+
+// Takes each distribution once: the ranges always, the histograms only when
+// asked for (the HTML report draws them).
 class DistributionCollector final : public aggregate::DistributionSink {
  public:
+  explicit DistributionCollector(bool histograms = true) : histograms_(histograms) {}
   void Distribution(int varIndex, std::span<const aggregate::WeightedValue> sorted) override;
+  // Null when the variable's distribution was not seen (or histograms are
+  // not kept).
   const output::Histogram* Of(int varIndex) const;
-  void Clear() { histograms_.clear(); }
+  const ValueRange* RangeOf(int varIndex) const;
+  void KeepHistograms(bool keep) { histograms_ = keep; }
+  void Clear() { seen_.clear(); }
 
  private:
-  std::map<int, output::Histogram> histograms_;
+  struct Seen {
+    ValueRange range;
+    output::Histogram histogram;
+  };
+  bool histograms_;
+  std::map<int, Seen> seen_;
 };
 
 // Gives each scale variable's table among items [first, end) its histogram,

@@ -218,6 +218,7 @@ void Session::RunCodebook(const syntax::Command& command) {
   run.fileInfo = fileInfo_;
   run.weightIndex = selection_->WeightIndex();
   run.expectedCases = selection_->CaseCount();
+  run.command = command.text;
   std::shared_ptr<const ProcedureDataSource::Selection> selection = selection_;
   if (options_.passObserver && run.dataset) {
     run.observer = options_.passObserver(*run.dataset, run.weightIndex);

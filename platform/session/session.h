@@ -75,6 +75,7 @@ struct CodebookRun {
   std::int64_t expectedCases = -1;  // the cases a whole pass delivers; -1 unknown
   std::shared_ptr<data::CaseObserver> observer;
   bool completed = false;  // ran to its end (its tables are whole)
+  std::string command;     // the command's text, for what the program adds around its tables
 };
 
 // Where a syntax text comes from: messages name the file and the command's

@@ -115,17 +115,33 @@ TEST_F(CommandLine, ClosingWarningsFollowTheirTablesOnOneStream) {
   }
 }
 
+// The table the command made, not what the program adds around it.
+nlohmann::json FirstTable(const std::string& json, const std::string& subtype) {
+  const nlohmann::json parsed = nlohmann::json::parse(json);
+  for (const auto& item : parsed["items"]) {
+    if (item["kind"] == "table" && item["subtype"] == subtype) return item;
+  }
+  return {};
+}
+
 TEST_F(CommandLine, FileInformationShowsTheFullPathWhateverWasTyped) {
   const Result result = Shell(In(Binary() + " --format json survey.sav /FILEINFO NAME LOCATION"));
   EXPECT_EQ(result.status, 0) << result.err;
-  const nlohmann::json rows = nlohmann::json::parse(result.out)["items"][0]["rows"];
+  const nlohmann::json rows = FirstTable(result.out, "FileInformation")["rows"];
   ASSERT_EQ(rows.size(), 2u) << result.out;
   EXPECT_EQ(rows[0]["cells"][""]["text"], "survey.sav");
   EXPECT_EQ(rows[1]["cells"][""]["text"], fs::canonical(folder_).string());
+  // The file's summary shows the location only because it was asked for;
+  // its name is the file's, never the path.
+  const nlohmann::json file = nlohmann::json::parse(result.out)["items"][0];
+  EXPECT_EQ(file["name"], "survey.sav");
+  EXPECT_EQ(file["location"], fs::canonical(folder_).string());
+  const Result unasked = Shell(In(Binary() + " --format json " + (folder_ / "survey.sav").string() + " /FILEINFO NAME"));
+  EXPECT_TRUE(nlohmann::json::parse(unasked.out)["items"][0]["location"].is_null()) << unasked.out.substr(0, 300);
   // Standard input has a path too.
   const Result piped = Shell(In("cat survey.sav | " + Binary() + " --format json - /FILEINFO NAME LOCATION"));
   EXPECT_EQ(piped.status, 0) << piped.err;
-  const nlohmann::json pipedRows = nlohmann::json::parse(piped.out)["items"][0]["rows"];
+  const nlohmann::json pipedRows = FirstTable(piped.out, "FileInformation")["rows"];
   ASSERT_EQ(pipedRows.size(), 2u) << piped.out;
   EXPECT_EQ(pipedRows[0]["cells"][""]["text"], "stdin");
   EXPECT_EQ(pipedRows[1]["cells"][""]["text"], "/dev");
@@ -152,7 +168,10 @@ TEST_F(CommandLine, ADatasetFromStandardInput) {
   EXPECT_THAT(piped.out, HasSubstr("Standard Attributes"));
   const Result redirected = Shell(In(Binary() + " - id < survey.sav"));
   EXPECT_EQ(redirected.status, 0) << redirected.err;
-  EXPECT_EQ(redirected.out, piped.out.substr(piped.out.find("id\n")));
+  // The same file summary and overview; the table of id alike.
+  EXPECT_EQ(redirected.out.substr(redirected.out.find("\nid\n")), piped.out.substr(piped.out.find("\nid\n")));
+  EXPECT_EQ(redirected.out.substr(0, redirected.out.find("Overview")), piped.out.substr(0, piped.out.find("Overview")));
+  EXPECT_THAT(redirected.out, HasSubstr("File standard input: 40 cases"));
   const Result empty = Shell(In(Binary() + " - < /dev/null"));
   EXPECT_EQ(empty.status, 3);
   EXPECT_THAT(empty.err, HasSubstr("standard input"));
@@ -189,12 +208,13 @@ TEST_F(CommandLine, TheOutputFileChoosesTheFormatAndValuesMayBeAttached) {
   const Case cases[] = {
       {{"-o", "out.json"}, "out.json", "{\"format\": \"codebook-output\""},
       {{"-o", "out.html"}, "out.html", "<!DOCTYPE html>"},
-      {{"-o", "out.md"}, "out.md", "## id"},
-      {{"-o", "out.txt"}, "out.txt", "id\n"},
+      // Each begins with the file's summary.
+      {{"-o", "out.md"}, "out.md", "**survey.sav**: 40 cases"},
+      {{"-o", "out.txt"}, "out.txt", "File survey.sav: 40 cases"},
       {{"-fjson", "-o", "out.html"}, "out.html", "{\"format\""},
-      {{"--format=markdown", "-oout.csv"}, "out.csv", "## id"},
+      {{"--format=markdown", "-oout.csv"}, "out.csv", "**survey.sav**"},
       // Two kinds of CSV: the tables, and the dictionary by its name.
-      {{"-o", "out.csv"}, "out.csv", "id\r\n"},
+      {{"-o", "out.csv"}, "out.csv", "File\r\nName,survey.sav\r\n"},
       {{"-o", "survey.dict.csv"}, "survey.dict.csv", "position,name,label,"},
       {{"-o", "survey.xml"}, "survey.xml", "<?xml"},
   };

@@ -53,11 +53,13 @@ TEST_F(OutputFiles, NeverReplacesTheInputsEvenThroughLinks) {
     std::vector<std::string> arguments;
     const char* says;
   };
+  // (--format, lest the extensions .sav and .sps be refused first.)
   const Case cases[] = {
-      {{"-o", Survey(), Survey()}, "it is the input file"},
+      {{"-o", Survey(), "--format", "text", Survey()}, "it is the input file"},
       {{"-o", Path("link.txt").string(), Survey()}, "it is the input file"},
       {{"-o", Path("hard.txt").string(), Survey()}, "it is the input file"},
-      {{"-o", Path("job.sps").string(), "-x", Path("job.sps").string()}, "it is the input file"},
+      {{"-o", Path("job.sps").string(), "--format", "text", "-x", Path("job.sps").string()}, "it is the input file"},
+      {{"-o", Survey(), Survey()}, "chooses no output format"},
       // A dataset opened by the syntax file is known only once it has run.
       {{"-o", Path("link.txt").string(), "-x", Path("job.sps").string()}, "it is the input file"},
   };

@@ -61,8 +61,22 @@ TEST_F(Program, SyntaxFileOfSeveralCommands) {
   const Result result = Run({"-x", Path("job.sps").string(), "--format", "json"});
   ASSERT_EQ(result.status, 0) << result.err;
   const nlohmann::json parsed = nlohmann::json::parse(result.out);
-  ASSERT_EQ(parsed["items"].size(), 4u);  // File Information and three tables of w
-  EXPECT_EQ(parsed["items"][0]["title"], "File Information");
+  // Each command's output begins with the file's summary and the overview;
+  // then File Information and three tables of w.
+  std::vector<std::string> tables;
+  std::vector<nlohmann::json> files;
+  for (const auto& item : parsed["items"]) {
+    if (item["kind"] == "file") files.push_back(item);
+    if (item["kind"] == "table" && item["subtype"] != "Overview") tables.push_back(item["title"]);
+  }
+  EXPECT_EQ(tables, (std::vector<std::string>{"File Information", "w", "w", "w"}));
+  ASSERT_EQ(files.size(), 3u);
+  // The file is weighted by w, but not while WEIGHT OFF holds.
+  EXPECT_TRUE(files[0]["weight"].is_null());
+  EXPECT_TRUE(files[1]["weight"].is_null());
+  EXPECT_EQ(files[2]["weight"], "w");
+  EXPECT_THAT(files[2]["weighting"].get<std::string>(), HasSubstr("Counts are weighted by `w`"));
+  EXPECT_EQ(files[2]["name"], "fx06_weight_integer.sav");
 }
 
 TEST_F(Program, DemoVersionAndHelp) {
@@ -131,7 +145,9 @@ TEST_F(Program, NothingIsWrittenToAnOutputFileOnFailure) {
 
   const Result written = Run({"-o", target.string(), "--format", "json", Fixture("fx04_dictionary_meta.sav"), "id"});
   EXPECT_EQ(written.status, 0) << written.err;
-  EXPECT_EQ(nlohmann::json::parse(Slurp(target))["items"][0]["title"], "id");
+  const nlohmann::json items = nlohmann::json::parse(Slurp(target))["items"];
+  EXPECT_EQ(items[0]["kind"], "file");
+  EXPECT_EQ(items[2]["title"], "id");
 }
 
 TEST_F(Program, DamagedDataEndsTheCommandWithoutPartialOutput) {

@@ -1,5 +1,7 @@
 #include "platform/output/document/document.h"
 
+#include <algorithm>
+
 namespace codebook::output {
 
 const char* SeverityName(Severity severity) {
@@ -21,6 +23,16 @@ void Document::Append(Heading heading) { items_.emplace_back(std::make_shared<co
 
 void Document::Append(FileSummary file) {
   items_.emplace_back(std::make_shared<const FileSummary>(std::move(file)));
+}
+
+void Document::Insert(std::size_t index, Table table) {
+  if (!table) return;
+  items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(std::min(index, items_.size())), std::move(table));
+}
+
+void Document::Insert(std::size_t index, FileSummary file) {
+  items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(std::min(index, items_.size())),
+                std::make_shared<const FileSummary>(std::move(file)));
 }
 
 void Document::Replace(std::size_t index, Table table) {

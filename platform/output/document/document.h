@@ -53,6 +53,10 @@ struct Alert {
   std::string item;  // the table's title it is about; empty: the file
   std::string kind;  // a stable code, e.g. "unused-label"
   std::string text;  // one sentence for people
+  // The part of the document it belongs to: the n-th file summary (from 0)
+  // and the items after it. With several files, one item name can stand in
+  // each part.
+  int file = 0;
 };
 
 // What a report says of a dataset file at the head of its part: the file,
@@ -97,6 +101,10 @@ class Document {
   void Append(Message message);
   void Append(Heading heading);
   void Append(FileSummary file);
+  // Puts an item before the one at `index` (at the end when past it): what
+  // heads a command's output once the command has made it.
+  void Insert(std::size_t index, Table table);
+  void Insert(std::size_t index, FileSummary file);
   // Puts another table in an item's place (values hidden, say); what was
   // drawn of the old one goes with it.
   void Replace(std::size_t index, Table table);

@@ -2,11 +2,14 @@
 // a quote or a line break). One block per table: the title, a heading
 // record, then a record per category whose leading fields are its group
 // chain, padded to the table's deepest chain. Blocks are separated by an
-// empty line; a message is a one-field block "warning: text".
+// empty line; a message is a one-field block "warning: text"; a file's
+// summary a block "File" of name, value records.
+#include <cmath>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/output/render/file_summary_words.h"
 #include "platform/output/render/item_writer.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
@@ -67,6 +70,27 @@ void RenderTable(std::string& out, const TableView& view) {
   }
 }
 
+void RenderFile(std::string& out, const FileSummary& file) {
+  Field(out, "File", true);
+  out += "\r\n";
+  const auto record = [&](std::string_view name, std::string_view value) {
+    Field(out, name, true);
+    Field(out, value);
+    out += "\r\n";
+  };
+  record("Name", file.name);
+  if (!file.location.empty()) record("Location", file.location);
+  if (!file.label.empty()) record("Label", file.label);
+  for (const std::string& line : file.documents) record("Document", line);
+  if (file.cases >= 0) record("Cases", std::to_string(file.cases));
+  record("Variables", std::to_string(file.variables));
+  if (!file.weight.empty()) {
+    record("Weight", file.weight);
+    if (std::isfinite(file.weightedCases)) record("Weighted cases", CountText(file.weightedCases));
+    record("Weighting", WeightingSentence(file));
+  }
+}
+
 }  // namespace
 
 void RenderCsv(const Document& document, std::ostream& out) {
@@ -76,7 +100,7 @@ void RenderCsv(const Document& document, std::ostream& out) {
   }, [](std::string& buffer, const Heading& heading) {
     Field(buffer, heading.text, true);
     buffer += "\r\n";
-  });
+  }, RenderFile);
 }
 
 }  // namespace codebook::output

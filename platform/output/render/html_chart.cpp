@@ -1,6 +1,7 @@
 #include "platform/output/render/html_chart.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -9,31 +10,24 @@
 namespace codebook::output {
 namespace {
 
-// The groups whose rows are the item's categories. A scale variable's
-// "Labeled Values" are not: they are a few of its values, valid and missing
-// mixed with nothing to tell them apart, and its histogram pictures it.
-bool IsCategoryGroup(std::string_view label) {
-  return label == "Valid Values" || label == "Missing Values" || label == "Multiple Response Categories";
-}
-
 std::string Number(double value, const char* format) {
   char text[32];
   std::snprintf(text, sizeof text, format, value);
   return text;
 }
 
-// Chart labels are cut to what fits beside the bars.
-std::string Shortened(const std::string& text) {
-  constexpr std::size_t kMaxCharacters = 28;
-  std::size_t characters = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if ((static_cast<unsigned char>(text[i]) & 0xC0) == 0x80) continue;
-    if (++characters > kMaxCharacters) return text.substr(0, i) + "…";
-  }
-  return text;
+// A coordinate of a picture, to a tenth: "116", "98.6".
+std::string Coordinate(double value) {
+  std::string text = Number(value, "%.1f");
+  if (text.size() > 2 && text.compare(text.size() - 2, 2, ".0") == 0) text.resize(text.size() - 2);
+  return text == "-0" ? "0" : text;
 }
 
 }  // namespace
+
+bool IsCategoryGroup(std::string_view label) {
+  return label == "Valid Values" || label == "Missing Values" || label == "Multiple Response Categories";
+}
 
 std::vector<ChartBar> ChartBars(const TableView& view) {
   int valueColumn = -1;
@@ -70,80 +64,46 @@ std::vector<ChartBar> ChartBars(const TableView& view) {
   return bars;
 }
 
-void AppendBarChart(std::string& out, const std::vector<ChartBar>& allBars, const std::string& id,
-                    const std::string& title) {
-  if (allBars.empty()) return;
-  const BarChartModel model = MakeBarChart(allBars);
-  const std::vector<ChartBar>& bars = model.bars;
-  const int height = model.Rows() * ChartLayout::kRowHeight + 4;
-  out += "<svg class=\"chart\" role=\"img\" viewBox=\"0 0 " + std::to_string(ChartLayout::kWidth) + " " +
-         std::to_string(height) + "\" width=\"" + std::to_string(ChartLayout::kWidth) + "\" height=\"" +
-         std::to_string(height) + "\" aria-labelledby=\"" + id + "-t " + id + "-d\">";
-  out += "<title id=\"" + id + "-t\">";
-  AppendHtmlEscaped(out, title);
-  out += "</title><desc id=\"" + id + "-d\">";
-  for (std::size_t i = 0; i < bars.size(); ++i) {
-    if (i > 0) out += i == model.validCount ? "; missing: " : ", ";
-    AppendHtmlEscaped(out, bars[i].label);
-    out += " " + Number(bars[i].percent, "%.1f") + "%";
-  }
-  if (model.notDrawn > 0) out += "; " + std::to_string(model.notDrawn) + " more categories not drawn";
-  out += "</desc>\n";
-  for (std::size_t i = 0; i < bars.size(); ++i) {
-    const int y = 2 + model.RowOf(i) * ChartLayout::kRowHeight;
-    const ChartBar& bar = bars[i];
-    const double length = model.Length(i, ChartLayout::kBarWidth);
-    out += "<text x=\"" + std::to_string(ChartLayout::kLabelWidth - 6) + "\" y=\"" +
-           std::to_string(y + 13) + "\" text-anchor=\"end\">";
-    AppendHtmlEscaped(out, Shortened(bar.label));
-    out += "</text><rect class=\"bar" + std::string(bar.missing ? " missing" : "") + "\" x=\"" +
-           std::to_string(ChartLayout::kLabelWidth) + "\" y=\"" + std::to_string(y + 2) + "\" width=\"" +
-           Number(length, "%.2f") + "\" height=\"" + std::to_string(ChartLayout::kRowHeight - 4) +
-           "\"/><text x=\"" + Number(ChartLayout::kLabelWidth + length + 4, "%.2f") + "\" y=\"" +
-           std::to_string(y + 13) + "\">" + Number(bar.percent, "%.1f") + "%</text>\n";
-  }
-  out += "</svg>\n";
-}
-
-void AppendHistogram(std::string& out, const Histogram& histogram, const std::string& id, const std::string& title) {
+void AppendHistogram(std::string& out, const Histogram& histogram, const std::string& title) {
   if (histogram.weights.empty()) return;
   using L = HistogramLayout;
   const HistogramModel model = MakeHistogram(histogram, L::kPlotWidth, L::kPlotHeight);
-  out += "<svg class=\"chart histogram\" role=\"img\" viewBox=\"0 0 " + std::to_string(L::kWidth) + " " +
-         std::to_string(L::kHeight) + "\" width=\"" + std::to_string(L::kWidth) + "\" height=\"" +
-         std::to_string(L::kHeight) + "\" aria-labelledby=\"" + id + "-t " + id + "-d\">";
-  out += "<title id=\"" + id + "-t\">";
-  AppendHtmlEscaped(out, title);
-  out += "</title><desc id=\"" + id + "-d\">" + std::to_string(model.bins.size()) + " bins from ";
-  AppendHtmlEscaped(out, model.low);
-  out += " to ";
-  AppendHtmlEscaped(out, model.high);
-  out += ", " + Number(model.total, "%g") + " valid cases (weighted)";
+  std::string label = title + ": " + std::to_string(model.bins.size()) + " bins from " + model.low + " to " +
+                      model.high + ", " + Number(model.total, "%g") + " valid cases (weighted)";
   if (model.quartiles.size() == 3) {
-    out += "; quartiles ";
-    AppendHtmlEscaped(out, model.quartiles[0].text);
-    out += ", ";
-    AppendHtmlEscaped(out, model.quartiles[1].text);
-    out += " and ";
-    AppendHtmlEscaped(out, model.quartiles[2].text);
+    label += "; quartiles " + model.quartiles[0].text + ", " + model.quartiles[1].text + " and " +
+             model.quartiles[2].text;
   }
-  out += "</desc>\n";
+  out += "<svg class=\"chart\" role=\"img\" viewBox=\"0 0 " + std::to_string(L::kWidth) + " " +
+         std::to_string(L::kHeight) + "\" width=\"" + std::to_string(L::kWidth) + "\" height=\"" +
+         std::to_string(L::kHeight) + "\" aria-label=\"";
+  AppendHtmlEscaped(out, label);
+  out += "\" data-weights=\"";
+  char shortest[32];
+  for (std::size_t i = 0; i < model.bins.size(); ++i) {
+    if (i > 0) out += ' ';
+    const auto [end, error] = std::to_chars(shortest, shortest + sizeof shortest, model.bins[i].weight);
+    out.append(shortest, error == std::errc() ? end : shortest);
+  }
+  // The bins as one outline from the axis up and along their tops.
+  const int axis = L::kTop + L::kPlotHeight;
+  out += "\">\n<path class=\"bar\" d=\"M" + std::to_string(L::kLeft) + " " + std::to_string(axis);
   for (const HistogramModel::Bin& bin : model.bins) {
-    out += "<rect class=\"bar\" x=\"" + Number(L::kLeft + bin.x, "%.2f") + "\" y=\"" +
-           Number(L::kTop + L::kPlotHeight - bin.height, "%.2f") + "\" width=\"" + Number(bin.width - 1, "%.2f") +
-           "\" height=\"" + Number(bin.height, "%.2f") + "\" data-weight=\"" + Number(bin.weight, "%.17g") +
-           "\"/>\n";
+    out += "V" + Coordinate(axis - bin.height) + "H" + Coordinate(L::kLeft + bin.x + bin.width);
   }
+  out += "V" + std::to_string(axis) + "z\"/>\n";
+  std::string lines;
   for (const HistogramModel::Quartile& quartile : model.quartiles) {
-    const std::string x = Number(L::kLeft + quartile.x, "%.2f");
-    out += "<line class=\"quartile\" x1=\"" + x + "\" x2=\"" + x + "\" y1=\"" + std::to_string(L::kTop - 4) +
-           "\" y2=\"" + std::to_string(L::kTop + L::kPlotHeight) + "\"/><text x=\"" + x + "\" y=\"" +
-           std::to_string(L::kTop - 6) + "\" text-anchor=\"middle\">" + quartile.name + "</text>\n";
+    const std::string x = Coordinate(L::kLeft + quartile.x);
+    lines += "M" + x + " " + std::to_string(L::kTop - 4) + "V" + std::to_string(axis);
+    out += "<text x=\"" + x + "\" y=\"" + std::to_string(L::kTop - 6) + "\" text-anchor=\"middle\">" +
+           quartile.name + "</text>";
   }
-  const int axis = L::kTop + L::kPlotHeight + 16;
-  out += "<text x=\"" + std::to_string(L::kLeft) + "\" y=\"" + std::to_string(axis) + "\">";
+  if (!lines.empty()) out += "<path class=\"q\" d=\"" + lines + "\"/>";
+  const int below = axis + 16;
+  out += "\n<text x=\"" + std::to_string(L::kLeft) + "\" y=\"" + std::to_string(below) + "\">";
   AppendHtmlEscaped(out, model.low);
-  out += "</text><text x=\"" + std::to_string(L::kLeft + L::kPlotWidth) + "\" y=\"" + std::to_string(axis) +
+  out += "</text><text x=\"" + std::to_string(L::kLeft + L::kPlotWidth) + "\" y=\"" + std::to_string(below) +
          "\" text-anchor=\"end\">";
   AppendHtmlEscaped(out, model.high);
   out += "</text>\n</svg>\n";

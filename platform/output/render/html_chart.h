@@ -1,8 +1,11 @@
-// The pictures of the HTML report: a bar chart of each table's category
-// percents, drawn as inline SVG from the numbers the table already shows.
+// The pictures of the HTML report, drawn from the numbers the tables
+// already show: the bars of a table's category percents (which the report
+// draws behind the percents themselves) and a scale variable's histogram
+// as inline SVG.
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/output/document/document.h"
@@ -11,26 +14,14 @@
 
 namespace codebook::output {
 
-// The bars of a table: the rows of its category groups ("Valid Values",
-// "Missing Values", "Multiple Response Categories") that have a percent;
-// not a scale variable's "Labeled Values". Empty when the table shows no
-// percents.
+// The groups whose rows are an item's categories: "Valid Values", "Missing
+// Values", "Multiple Response Categories". A scale variable's "Labeled
+// Values" are not: a few of its values, valid and missing mixed.
+bool IsCategoryGroup(std::string_view label);
+
+// The bars of a table: the rows of its category groups that have a
+// percent. Empty when the table shows no percents.
 std::vector<ChartBar> ChartBars(const TableView& view);
-
-// The chart's geometry, for drawing and for tests.
-struct ChartLayout {
-  static constexpr int kWidth = 520;
-  static constexpr int kLabelWidth = 190;
-  static constexpr int kBarWidth = 250;  // the longest bar
-  static constexpr int kRowHeight = 18;
-  static constexpr int kMaxBars = BarChartModel::kMaxBars;
-};
-
-// Appends an accessible SVG bar chart (role="img", a title and a text
-// description). `id` makes the element ids unique in the page; `title`
-// names what is drawn. Bar lengths are proportional to the percents.
-void AppendBarChart(std::string& out, const std::vector<ChartBar>& bars, const std::string& id,
-                    const std::string& title);
 
 // The histogram's geometry.
 struct HistogramLayout {
@@ -42,10 +33,11 @@ struct HistogramLayout {
   static constexpr int kHeight = 140;
 };
 
-// Appends an accessible SVG histogram: one bar per bin, heights
-// proportional to the bins' weights (each bar's weight in data-weight), the
-// quartiles marked by dashed lines; the ends of the axis and the quartiles
-// of the text description shown in the variable's format.
-void AppendHistogram(std::string& out, const Histogram& histogram, const std::string& id, const std::string& title);
+// Appends an accessible SVG histogram (role="img", its description in
+// aria-label): the bins as one path, heights proportional to their weights
+// (listed in data-weights), the quartiles marked by dashed lines; the ends
+// of the axis and the quartiles of the description shown in the variable's
+// format. `title` names what is drawn.
+void AppendHistogram(std::string& out, const Histogram& histogram, const std::string& title);
 
 }  // namespace codebook::output

@@ -37,4 +37,38 @@ inline void AppendHtmlEscaped(std::string& out, std::string_view text) {
   }
 }
 
+// The same, with places to break a long run of characters without a blank
+// (a long variable name, a label of one word): after a '_', '-' or '/' that
+// ends at least three characters, and after every fourteen characters
+// otherwise. A table's column can then be as narrow as a screen needs
+// without any ordinary word being cut.
+inline void AppendHtmlWrappable(std::string& out, std::string_view text) {
+  constexpr int kLongestRun = 14;
+  int run = 0;  // characters since a blank or a place to break
+  std::size_t start = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if ((byte & 0xC0) == 0x80) continue;  // inside a character
+    const char c = text[i];
+    if (c == ' ' || c == '\t' || c == '\n') {
+      run = 0;
+      continue;
+    }
+    ++run;
+    // The character ends at the next one's start.
+    std::size_t end = i + 1;
+    while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) ++end;
+    const bool mark = c == '_' || c == '-' || c == '/';
+    if ((mark && run >= 3) || run >= kLongestRun) {
+      if (end < text.size() && text[end] != ' ') {
+        AppendHtmlEscaped(out, text.substr(start, end - start));
+        out += "<wbr>";
+        start = end;
+      }
+      run = 0;
+    }
+  }
+  AppendHtmlEscaped(out, text.substr(start));
+}
+
 }  // namespace codebook::output

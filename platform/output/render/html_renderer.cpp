@@ -1,15 +1,30 @@
-// One self-contained HTML file: inline CSS, no script. Each table is a
-// <table> with its title as <caption>, column headings in <thead>, a
-// <tbody> per top-level row group whose heading row is a
-// <th scope="rowgroup">, and a <th scope="row"> per category.
+// One self-contained HTML file: inline CSS, no script. The page opens with
+// what made it (program, version, date) and, per dataset file, its name
+// (never the folder it was read from unless the command asked for its
+// location), label, documents, cases and weighting, its data-quality
+// alerts and its overview, whose rows link to the items; then each item in
+// a section of its own, anchored by its name (#var-q1), its alerts after
+// its name. A link in the corner leads back to the contents.
+//
+// A wide file's report holds a hundred thousand sections, so what repeats
+// is kept small: the style sheet says what every table shares, optional end
+// tags are left out, percents carry their bar as a class, and sections off
+// the screen are not laid out until they are scrolled to.
 #include <algorithm>
-#include <unordered_map>
-#include <vector>
+#include <map>
 #include <string>
 #include <string_view>
+#include <optional>
+#include <unordered_map>
+#include <utility>
+#include <vector>
 
+#include "platform/output/render/file_summary_words.h"
+#include "platform/output/render/html_anchors.h"
 #include "platform/output/render/html_chart.h"
 #include "platform/output/render/html_escape.h"
+#include "platform/output/render/html_style.h"
+#include "platform/output/render/html_table.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
 
@@ -17,120 +32,11 @@ namespace codebook::output {
 
 namespace {
 
-constexpr int kMaxIndentClass = 8;
+constexpr std::string_view kOverview = "Overview";
+constexpr std::string_view kFileInformation = "FileInformation";
 
-constexpr const char* kStyle =
-    "body{font-family:system-ui,sans-serif;margin:1.5em;color:#222}\n"
-    "table.pivot{border-collapse:collapse;margin:0 0 1.5em 0}\n"
-    "table.pivot caption{text-align:left;font-weight:bold;padding:0 0 .4em 0}\n"
-    "table.pivot th,table.pivot td{border:1px solid #bbb;padding:.2em .6em;vertical-align:top;"
-    "text-align:left;white-space:pre-wrap}\n"
-    "table.pivot thead th{background:#eee}\n"
-    "table.pivot th[scope=rowgroup]{background:#f6f6f6}\n"
-    "table.pivot th[scope=row]{font-weight:normal}\n"
-    "table.pivot .num{text-align:right;font-variant-numeric:tabular-nums}\n"
-    ".d1{padding-left:1.6em!important}.d2{padding-left:2.6em!important}"
-    ".d3{padding-left:3.6em!important}.d4{padding-left:4.6em!important}"
-    ".d5{padding-left:5.6em!important}.d6{padding-left:6.6em!important}"
-    ".d7{padding-left:7.6em!important}.d8{padding-left:8.6em!important}\n"
-    "p.warning{color:#8a5a00}p.error{color:#b00020}p.note{color:#555}\n"
-    "nav.contents ol{columns:2 22em;padding-left:1.5em}nav.contents li{break-inside:avoid}\n"
-    "nav.contents .label{color:#555}nav.contents .level{color:#777;font-size:.9em}\n"
-    "svg.chart{display:block;max-width:100%;height:auto;margin:0 0 1.5em 0}\n"
-    "svg.chart text{font:12px system-ui,sans-serif;fill:currentColor}\n"
-    "svg.chart .bar{fill:#3b6ea5}svg.chart .bar.missing{fill:#c0842a}\n"
-    "svg.chart .quartile{stroke:currentColor;stroke-dasharray:4 3}\n"
-    "@media (prefers-color-scheme:dark){body{background:#161616;color:#ddd}"
-    "table.pivot th,table.pivot td{border-color:#555}table.pivot thead th{background:#2a2a2a}"
-    "table.pivot th[scope=rowgroup]{background:#202020}nav.contents .label{color:#aaa}"
-    "svg.chart .bar{fill:#79a7dc}svg.chart .bar.missing{fill:#e0a85a}"
-    "p.warning{color:#e0b050}p.error{color:#ff7080}a{color:#8ab4f8}}\n"
-    "section.alerts table{border-collapse:collapse;margin:0 0 1.5em 0}"
-    "section.alerts th,section.alerts td{border:1px solid #bbb;padding:.2em .6em;text-align:left;vertical-align:top}\n"
-    "ul.item-alerts{margin:.2em 0 .6em 0;padding-left:1.2em;color:#8a5a00}\n"
-    "ul.item-alerts li::marker{content:\"\\26A0  \"}\n"
-    "@media print{body{margin:0}svg.chart .bar{fill:#444}svg.chart .bar.missing{fill:#aaa}"
-    "section.item{break-inside:avoid}}\n";
-
-// What the contents list says of one table: the row values of its
-// "Label" and "Measurement" (or a set's "Type") rows.
-void Escape(std::string& out, std::string_view text) { AppendHtmlEscaped(out, text); }
-
-void IndentClass(std::string& out, int depth, bool numeric) {
-  const int level = depth > kMaxIndentClass ? kMaxIndentClass : depth;
-  if (level <= 0 && !numeric) return;
-  out += " class=\"";
-  if (level > 0) out += "d" + std::to_string(level);
-  if (numeric) out += level > 0 ? " num" : "num";
-  out += "\"";
-}
-
-void RenderTable(std::string& out, const TableView& view) {
-  const int valueColumns = view.ValueColumnCount();
-  out += "<table class=\"pivot\">\n<caption>";
-  Escape(out, view.Title());
-  out += "</caption>\n";
-  if (!view.OneDimensional()) {
-    out += "<thead><tr><td></td>";
-    for (const ContentView* column : view.columns()) {
-      out += "<th scope=\"col\">";
-      Escape(out, column->text);
-      out += "</th>";
-    }
-    out += "</tr></thead>\n";
-  }
-  bool bodyOpen = false;
-  for (const ViewEntry& entry : view.entries()) {
-    const ContentView* label = view.Label(entry.node);
-    const std::string_view labelText = label ? label->text : std::string_view();
-    if (entry.group && entry.depth == 0) {
-      if (bodyOpen) out += "</tbody>\n";
-      out += "<tbody>\n";
-      bodyOpen = true;
-    } else if (!bodyOpen) {
-      out += "<tbody>\n";
-      bodyOpen = true;
-    }
-    if (entry.group) {
-      out += "<tr><th scope=\"rowgroup\" colspan=\"" + std::to_string(valueColumns + 1) + "\"";
-      IndentClass(out, entry.depth, false);
-      out += ">";
-      Escape(out, labelText);
-      out += "</th></tr>\n";
-      continue;
-    }
-    out += "<tr><th scope=\"row\"";
-    IndentClass(out, entry.depth, false);
-    out += ">";
-    Escape(out, labelText);
-    out += "</th>";
-    std::uint32_t i = entry.cellBegin;
-    for (int column = 0; column < valueColumns; ++column) {
-      const std::uint32_t begin = i;
-      bool numeric = true;
-      for (; i < entry.cellEnd && view.cells()[i].column == column; ++i) {
-        numeric = numeric && view.cells()[i].content->numeric;
-      }
-      const bool any = i > begin;
-      std::string cell;
-      bool firstLine = true;
-      ForEachCellLine(view, begin, i, column, [&](std::string_view line) {
-        if (!firstLine) cell += "<br>";
-        Escape(cell, line);
-        firstLine = false;
-      });
-      out += "<td";
-      IndentClass(out, 0, any && numeric);
-      out += ">";
-      out += cell;
-      out += "</td>";
-    }
-    out += "</tr>\n";
-  }
-  if (bodyOpen) out += "</tbody>\n";
-  out += "</table>\n";
-}
-
+// What a contents entry says of one table: the values of its "Label" and
+// "Measurement" (or a set's "Type") rows.
 struct ContentsEntry {
   std::string label;
   std::string level;
@@ -153,28 +59,110 @@ ContentsEntry DescribeTable(const TableView& view) {
   return entry;
 }
 
-void RenderContents(std::string& out, const Document& document, TableView& view) {
-  // Made while the tables are counted: a contents list is shown only for
-  // two tables or more.
+// The page: where each item is, its anchor, and which file's part it is in.
+class Page {
+ public:
+  explicit Page(const Document& document) : document_(document) {
+    const auto& items = document.Items();
+    anchors_.resize(items.size());
+    part_.resize(items.size(), 0);
+    int part = -1;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+      if (const auto* file = std::get_if<Document::FileItem>(&items[i])) {
+        ++part;
+        files_.push_back(file->get());
+        anchors_[i] = names_.Make("file-", std::to_string(part + 1));
+        if ((*file)->informationTable) lifted_.emplace((*file)->informationTable.get(), items.size());
+      }
+      part_[i] = std::max(part, 0);
+      const auto* table = std::get_if<Document::Table>(&items[i]);
+      if (table == nullptr) continue;
+      view_.Build(**table);
+      if (!view_.Visible()) continue;
+      ++tables_;
+      const std::string_view subtype = (*table)->subtype;
+      anchors_[i] = names_.ForTable(subtype, view_.Title());
+      if (const auto found = lifted_.find(table->get()); found != lifted_.end()) found->second = i;
+      if (subtype == kOverview) {
+        if (overview_.empty()) overview_ = anchors_[i];
+        ++overviews_;
+      } else {
+        byTitle_.emplace(std::make_pair(part_[i], std::string(view_.Title())), i);
+      }
+    }
+    for (const Alert& alert : document.Alerts()) {
+      alertsOf_[{alert.file, alert.item}].push_back(&alert);
+    }
+  }
+
+  const Document& document() const { return document_; }
+  TableView& view() { return view_; }
+  const std::string& Anchor(std::size_t item) const { return anchors_[item]; }
+  int PartOf(std::size_t item) const { return part_[item]; }
+  const std::vector<const FileSummary*>& Files() const { return files_; }
+  int Tables() const { return tables_; }
+  bool HasOverview() const { return overviews_ > 0; }
+  // Where the link back to the contents leads.
+  std::string ContentsAnchor() const {
+    if (!HasOverview()) return "contents";
+    return overviews_ == 1 && files_.size() <= 1 ? overview_ : std::string("top");
+  }
+  // A file's File Information table, which its summary shows: the item it
+  // is, or none.
+  std::optional<std::size_t> Lifted(const bp::TableNode* table) const {
+    const auto found = lifted_.find(table);
+    if (found == lifted_.end() || found->second >= anchors_.size()) return std::nullopt;
+    return found->second;
+  }
+  // The anchor of the item of a file's part whose table has this title.
+  std::string AnchorOf(int part, std::string_view title) const {
+    const auto found = byTitle_.find(std::make_pair(part, std::string(title)));
+    return found == byTitle_.end() ? std::string() : anchors_[found->second];
+  }
+  const std::vector<const Alert*>* AlertsOf(int part, std::string_view item) const {
+    const auto found = alertsOf_.find({part, item});
+    return found == alertsOf_.end() ? nullptr : &found->second;
+  }
+
+ private:
+  const Document& document_;
+  TableView view_;
+  AnchorNames names_;
+  std::vector<std::string> anchors_;  // by item: its section's id
+  std::vector<int> part_;             // by item: the file summary it follows
+  std::vector<const FileSummary*> files_;
+  std::map<std::pair<int, std::string>, std::size_t> byTitle_;
+  std::map<std::pair<int, std::string_view>, std::vector<const Alert*>> alertsOf_;
+  std::unordered_map<const bp::TableNode*, std::size_t> lifted_;
+  std::string overview_;
+  int overviews_ = 0;
+  int tables_ = 0;
+};
+
+// The page's title names what it describes.
+std::string PageTitle(const Page& page) {
+  std::string names;
+  for (const FileSummary* file : page.Files()) names += (names.empty() ? "" : ", ") + file->name;
+  return names.empty() ? std::string("Codebook") : "Codebook of " + names;
+}
+
+// Without an overview, a list of every table.
+void AppendContents(std::string& out, Page& page) {
   std::string list;
-  int tables = 0;
-  std::size_t index = 0;
-  for (const Document::Item& item : document.Items()) {
-    ++index;
-    if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
+  const auto& items = page.document().Items();
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    if (const auto* heading = std::get_if<Document::HeadingItem>(&items[i])) {
       list += "</ol>\n<h3>";
       AppendHtmlEscaped(list, (*heading)->text);
       list += "</h3>\n<ol>\n";
       continue;
     }
-    const auto* table = std::get_if<Document::Table>(&item);
-    if (table == nullptr) continue;
-    view.Build(**table);
-    if (!view.Visible()) continue;
-    ++tables;
-    const ContentsEntry entry = DescribeTable(view);
-    list += "<li><a href=\"#item-" + std::to_string(index) + "\">";
-    AppendHtmlEscaped(list, view.Title());
+    const auto* table = std::get_if<Document::Table>(&items[i]);
+    if (table == nullptr || page.Anchor(i).empty()) continue;
+    page.view().Build(**table);
+    const ContentsEntry entry = DescribeTable(page.view());
+    list += "<li><a href=\"#" + page.Anchor(i) + "\">";
+    AppendHtmlEscaped(list, page.view().Title());
     list += "</a>";
     if (!entry.label.empty()) {
       list += " <span class=\"label\">";
@@ -186,193 +174,256 @@ void RenderContents(std::string& out, const Document& document, TableView& view)
       AppendHtmlEscaped(list, entry.level);
       list += "</span>";
     }
-    list += "</li>\n";
+    list += "\n";
   }
-  if (tables < 2) return;
-  out += "<nav class=\"contents\" aria-label=\"Contents\">\n<h2>Contents</h2>\n<ol>\n";
+  out += "<nav class=\"contents\" id=\"contents\" aria-label=\"Contents\">\n<h2>Contents</h2>\n<ol>\n";
   out += list;
   out += "</ol>\n</nav>\n";
 }
 
-// The alerts of each item, in order, by the title they name.
-using AlertsByItem = std::unordered_map<std::string_view, std::vector<const Alert*>>;
+// What made the page, the files it describes and, without an overview,
+// the contents.
+void AppendHeader(std::string& out, Page& page) {
+  out += "<header id=\"top\">\n<h1>";
+  AppendHtmlEscaped(out, PageTitle(page));
+  out += "</h1>\n";
+  if (const auto& provenance = page.document().GetProvenance()) {
+    out += "<p class=\"made\">Made with ";
+    AppendHtmlEscaped(out, provenance->program + (provenance->version.empty() ? "" : " " + provenance->version));
+    if (!provenance->date.empty()) {
+      out += " on ";
+      AppendHtmlEscaped(out, provenance->date);
+    }
+    out += ".</p>\n";
+  }
+  if (page.Files().size() > 1) {
+    out += "<nav class=\"files\" aria-label=\"Files\">\n<ol>\n";
+    for (std::size_t f = 0; f < page.Files().size(); ++f) {
+      out += "<li><a href=\"#file-" + std::to_string(f + 1) + "\">";
+      AppendHtmlEscaped(out, page.Files()[f]->name);
+      out += "</a>\n";
+    }
+    out += "</ol>\n</nav>\n";
+  }
+  if (!page.HasOverview() && page.Tables() >= 2) AppendContents(out, page);
+  out += "</header>\n";
+}
 
-// The alerts first: a table of every alert, each item linked.
-void RenderAlertSummary(std::string& out, const Document& document,
-                        const std::unordered_map<std::string_view, std::size_t>& anchors) {
+// A file's alerts, each item linked to its section.
+void AppendAlerts(std::string& out, const Page& page, int part) {
+  const Document& document = page.document();
   if (!document.AlertsChecked()) return;
-  out += "<section class=\"alerts\" id=\"alerts\">\n<h2>Data-quality alerts</h2>\n";
-  if (document.Alerts().empty()) {
+  out += "<section class=\"alerts\" id=\"alerts-" + std::to_string(part + 1) + "\">\n<h3>Data-quality alerts</h3>\n";
+  std::string rows;
+  for (const Alert& alert : document.Alerts()) {
+    if (alert.file != part) continue;
+    rows += "<tr><th scope=\"row\">";
+    const std::string anchor = alert.item.empty() ? std::string() : page.AnchorOf(part, alert.item);
+    if (alert.item.empty()) {
+      rows += "(file)";
+    } else if (!anchor.empty()) {
+      rows += "<a href=\"#" + anchor + "\">";
+      AppendHtmlWrappable(rows, alert.item);
+      rows += "</a>";
+    } else {
+      AppendHtmlWrappable(rows, alert.item);
+    }
+    rows += "<td>";
+    AppendHtmlWrappable(rows, alert.text);
+    rows += "</tr>\n";
+  }
+  if (rows.empty()) {
     out += "<p>None found.</p>\n</section>\n";
     return;
   }
-  out += "<table>\n<thead><tr><th scope=\"col\">Item</th><th scope=\"col\">Alert</th></tr></thead>\n<tbody>\n";
-  for (const Alert& alert : document.Alerts()) {
-    out += "<tr><th scope=\"row\">";
-    const auto anchor = anchors.find(alert.item);
-    if (alert.item.empty()) {
-      out += "(file)";
-    } else if (anchor != anchors.end()) {
-      out += "<a href=\"#item-" + std::to_string(anchor->second) + "\">";
-      AppendHtmlEscaped(out, alert.item);
-      out += "</a>";
-    } else {
-      AppendHtmlEscaped(out, alert.item);
-    }
-    out += "</th><td>";
-    AppendHtmlEscaped(out, alert.text);
-    out += "</td></tr>\n";
-  }
+  out += "<table>\n<thead><tr><th scope=\"col\">Item<th scope=\"col\">Alert</thead>\n<tbody>\n";
+  out += rows;
   out += "</tbody>\n</table>\n</section>\n";
 }
 
-// The marker on an affected item: its alerts, above its table.
-void RenderItemAlerts(std::string& out, const AlertsByItem& alerts, std::string_view title) {
-  const auto found = alerts.find(title);
-  if (found == alerts.end()) return;
-  out += "<ul class=\"item-alerts\" aria-label=\"Alerts\">\n";
-  for (const Alert* alert : found->second) {
+// An item's alerts, after its name in the caption.
+std::string ItemAlerts(const Page& page, int part, std::string_view title) {
+  const std::vector<const Alert*>* alerts = page.AlertsOf(part, title);
+  if (alerts == nullptr) return {};
+  std::string out = "<ul class=\"alerts\" aria-label=\"Alerts\">";
+  for (const Alert* alert : *alerts) {
     out += "<li>";
-    AppendHtmlEscaped(out, alert->text);
-    out += "</li>\n";
+    AppendHtmlWrappable(out, alert->text);
   }
-  out += "</ul>\n";
+  out += "</ul>";
+  return out;
 }
 
-// A table in its section, with its alerts above it and its pictures below.
-void RenderItem(std::string& out, const Document& document, const Document::Table& table, const TableView& view,
-                std::size_t index, const AlertsByItem& alerts) {
-  const std::string id = "item-" + std::to_string(index);
-  out += "<section class=\"item\" id=\"" + id + "\">\n";
-  RenderItemAlerts(out, alerts, view.Title());
-  RenderTable(out, view);
-  AppendBarChart(out, ChartBars(view), id + "-chart", "Percents of " + std::string(view.Title()));
-  if (const Histogram* histogram = document.HistogramOf(table)) {
-    AppendHistogram(out, *histogram, id + "-histogram", "Distribution of " + std::string(view.Title()));
+// A table in its section, its alerts after its name, its picture below.
+void AppendItem(std::string& out, Page& page, const Document::Table& table, std::size_t index) {
+  const TableView& view = page.view();
+  const int part = page.PartOf(index);
+  out += "<section id=\"" + page.Anchor(index) + "\">\n";
+  const std::string alerts = ItemAlerts(page, part, view.Title());
+  AppendHtmlTable(out, view, HtmlTableParts{"pivot", 1, alerts, {}});
+  if (const Histogram* histogram = page.document().HistogramOf(table)) {
+    AppendHistogram(out, *histogram, "Distribution of " + std::string(view.Title()));
   }
   out += "</section>\n";
 }
 
-bool IsFileInformation(const Document::Table& table) { return table->subtype == "FileInformation"; }
-
-void RenderFileSummary(std::string& out, const FileSummary& file) {
-  out += "<section class=\"file\">\n<table class=\"pivot\">\n<caption>File</caption>\n<tbody>\n";
-  const auto row = [&](const char* name, const std::string& value, bool numeric) {
-    out += "<tr><th scope=\"row\">";
-    out += name;
-    out += numeric ? "</th><td class=\"num\">" : "</th><td>";
-    AppendHtmlEscaped(out, value);
-    out += "</td></tr>\n";
-  };
-  row("Name", file.name, false);
-  row("Cases", file.cases >= 0 ? std::to_string(file.cases) : std::string("not stated in the file"), file.cases >= 0);
-  row("Variables", std::to_string(file.variables), true);
-  row("Weight", file.weight.empty() ? std::string("none") : file.weight, false);
-  out += "</tbody>\n</table>\n</section>\n";
+// The overview, in a box of its own that scrolls sideways on a narrow
+// screen; each row links to its item. A long one (a wide file's) is cut
+// into parts of a few hundred rows with the same column widths, so that
+// the browser lays out only the parts on the screen: a single table of ten
+// thousand rows would be laid out whole before the page is loaded.
+void AppendOverview(std::string& out, Page& page, std::size_t index) {
+  constexpr std::size_t kPartRows = 250;
+  const int part = page.PartOf(index);
+  const TableView& view = page.view();
+  out += "<section class=\"overview\" id=\"" + page.Anchor(index) + "\">\n";
+  HtmlTableParts parts{"pivot overview", 0, {}, [&](std::string_view name) { return page.AnchorOf(part, name); }};
+  const std::size_t rows = view.entries().size();
+  if (rows <= kPartRows) {
+    out += "<div class=\"wide\">\n";
+    AppendHtmlTable(out, view, parts);
+    out += "</div>\n</section>\n";
+    return;
+  }
+  parts.classes = "pivot overview fixed";
+  parts.columnClasses = true;
+  out += "<div class=\"wide\">\n";
+  for (std::size_t first = 0; first < rows; first += kPartRows) {
+    if (first > 0) out += "<div class=\"part\">\n";
+    parts.firstEntry = first;
+    parts.endEntry = first + kPartRows;
+    parts.caption = first == 0;
+    AppendHtmlTable(out, view, parts);
+    if (first > 0) out += "</div>\n";
+  }
+  out += "</div>\n</section>\n";
 }
 
-// The report begins with its files: each one's File Information table, or
-// a short summary where the command made none. Returns the tables shown
-// here, which are not shown again in their place.
-std::vector<const bp::TableNode*> RenderFiles(std::string& out, const Document& document, TableView& view,
-                                              const AlertsByItem& alerts) {
-  std::vector<std::pair<const bp::TableNode*, std::size_t>> informationTables;  // and their items
-  std::size_t index = 0;
-  for (const Document::Item& item : document.Items()) {
-    ++index;
-    const auto* table = std::get_if<Document::Table>(&item);
-    if (table != nullptr && IsFileInformation(*table)) informationTables.emplace_back(table->get(), index);
+// A file's part begins: its name, label, documents, cases and weighting,
+// its File Information table where the command made one, and its alerts.
+void AppendFile(std::string& out, Page& page, const FileSummary& file, std::size_t index) {
+  const int part = page.PartOf(index);
+  out += "<section class=\"file\" id=\"" + page.Anchor(index) + "\">\n<h2>";
+  AppendHtmlEscaped(out, file.name);
+  out += "</h2>\n";
+  if (!file.label.empty()) {
+    out += "<p class=\"label\">";
+    AppendHtmlEscaped(out, file.label);
+    out += "</p>\n";
   }
-  std::vector<const bp::TableNode*> shown;
-  const auto show = [&](const bp::TableNode* table) {
-    for (const auto& [candidate, position] : informationTables) {
-      if (candidate != table || std::find(shown.begin(), shown.end(), table) != shown.end()) continue;
-      const Document::Table& held = std::get<Document::Table>(document.Items()[position - 1]);
-      view.Build(*held);
-      if (view.Visible()) RenderItem(out, document, held, view, position, alerts);
-      shown.push_back(table);
-      return true;
+  if (!file.documents.empty()) {
+    out += "<pre class=\"documents\" aria-label=\"Documents\">";
+    for (std::size_t i = 0; i < file.documents.size(); ++i) {
+      if (i > 0) out += '\n';
+      AppendHtmlEscaped(out, file.documents[i]);
     }
-    return false;
+    out += "</pre>\n";
+  }
+  out += "<dl class=\"facts\">\n";
+  const auto fact = [&](const char* name, const std::string& value) {
+    out += "<dt>";
+    out += name;
+    out += "<dd>";
+    AppendHtmlEscaped(out, value);
+    out += "\n";
   };
-  for (const Document::Item& item : document.Items()) {
-    const auto* file = std::get_if<Document::FileItem>(&item);
-    if (file == nullptr) continue;
-    if (!(*file)->informationTable || !show((*file)->informationTable.get())) RenderFileSummary(out, **file);
+  if (!file.location.empty()) fact("Location", file.location);
+  fact("Cases", file.cases >= 0 ? std::to_string(file.cases) : std::string("not stated in the file"));
+  fact("Variables", std::to_string(file.variables));
+  fact("Weight", file.weight.empty() ? std::string("none") : file.weight);
+  out += "</dl>\n";
+  if (const std::optional<WeightingWords> words = Weighting(file)) {
+    out += "<p class=\"weighting\">";
+    AppendHtmlEscaped(out, words->before);
+    out += "<code>";
+    AppendHtmlEscaped(out, words->name);
+    out += "</code>";
+    AppendHtmlEscaped(out, words->after);
+    out += "</p>\n";
   }
-  for (const auto& [table, position] : informationTables) show(table);
-  return shown;
-}
-
-// The page's title names what it describes.
-std::string PageTitle(const Document& document) {
-  std::string names;
-  for (const Document::Item& item : document.Items()) {
-    const auto* file = std::get_if<Document::FileItem>(&item);
-    if (file == nullptr) continue;
-    const std::string& name = (*file)->name;
-    const std::size_t slash = name.rfind('/');
-    names += (names.empty() ? "" : ", ") + (slash == std::string::npos ? name : name.substr(slash + 1));
+  const std::optional<std::size_t> information =
+      file.informationTable ? page.Lifted(file.informationTable.get()) : std::nullopt;
+  if (information && !page.Anchor(*information).empty()) {
+    page.view().Build(*file.informationTable);
+    if (page.view().Visible()) {
+      out += "<section id=\"" + page.Anchor(*information) + "\">\n";
+      AppendHtmlTable(out, page.view(), HtmlTableParts{"pivot", 1, ItemAlerts(page, part, page.view().Title()), {}});
+      out += "</section>\n";
+    }
   }
-  return names.empty() ? std::string("Codebook") : "Codebook of " + names;
+  AppendAlerts(out, page, part);
+  out += "</section>\n";
 }
 
 }  // namespace
 
-void RenderHtml(const Document& document, std::ostream& out) {
-  std::string buffer = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>";
-  AppendHtmlEscaped(buffer, PageTitle(document));
-  buffer += "</title>\n<style>\n";
-  buffer += kStyle;
-  buffer += "</style>\n</head>\n<body>\n";
-  TableView view;
-  AlertsByItem alerts;
-  for (const Alert& alert : document.Alerts()) alerts[alert.item].push_back(&alert);
-  // Where the first table of each item with alerts is, for the summary's
-  // links.
-  std::unordered_map<std::string_view, std::size_t> anchors;
-  std::size_t position = 0;
-  for (const Document::Item& item : document.Items()) {
-    ++position;
-    if (alerts.empty()) break;
-    if (const auto* table = std::get_if<Document::Table>(&item)) {
-      view.Build(**table);
-      if (const auto found = alerts.find(view.Title()); found != alerts.end()) {
-        anchors.emplace(found->first, position);
+void RenderHtml(const Document& document, std::ostream& stream) {
+  Page page(document);
+  std::string out = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+                    "<meta name=\"viewport\" content=\"width=device-width,initial-scale=1\">\n<title>";
+  AppendHtmlEscaped(out, PageTitle(page));
+  out += "</title>\n<style>\n";
+  AppendHtmlStyle(out);
+  out += "</style>\n</head>\n<body>\n";
+  AppendHeader(out, page);
+  if (page.Tables() >= 2) out += "<a class=\"top\" href=\"#" + page.ContentsAnchor() + "\">&#8593; Contents</a>\n";
+  out += "<main>\n";
+  // A document without a file summary (made by a test, say) still shows
+  // its alerts first.
+  if (page.Files().empty()) AppendAlerts(out, page, 0);
+  stream << out;
+  // Items go in groups of a few dozen sections, each laid out only when on
+  // the screen: one group per item would have the browser check ten
+  // thousand elements against the screen each time it lays out a page
+  // still arriving, which grows with the square of the items.
+  constexpr int kGroupItems = 40;
+  int grouped = 0;  // items in the group open; 0: none open
+  const auto closeGroup = [&] {
+    if (grouped > 0) out += "</div>\n";
+    grouped = 0;
+  };
+  const auto& items = document.Items();
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    out.clear();
+    if (const auto* table = std::get_if<Document::Table>(&items[i])) {
+      if (page.Anchor(i).empty() || page.Lifted(table->get())) continue;  // shown with its file
+      page.view().Build(**table);
+      if ((*table)->subtype == kOverview) {
+        closeGroup();
+        AppendOverview(out, page, i);
+      } else {
+        if (grouped == kGroupItems) closeGroup();
+        if (grouped++ == 0) out += "<div class=\"group\">\n";
+        AppendItem(out, page, *table, i);
       }
-    }
-  }
-  // The files first, then what is wrong with them, then what they hold.
-  const std::vector<const bp::TableNode*> lifted = RenderFiles(buffer, document, view, alerts);
-  RenderAlertSummary(buffer, document, anchors);
-  RenderContents(buffer, document, view);
-  out << buffer;
-  std::size_t index = 0;
-  for (const Document::Item& item : document.Items()) {
-    buffer.clear();
-    ++index;
-    if (const auto* table = std::get_if<Document::Table>(&item)) {
-      if (std::find(lifted.begin(), lifted.end(), table->get()) != lifted.end()) continue;
-      view.Build(**table);
-      if (!view.Visible()) continue;
-      RenderItem(buffer, document, *table, view, index, alerts);
-    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&item)) {
-      buffer += "<h1>";
-      Escape(buffer, (*heading)->text);
-      buffer += "</h1>\n";
-    } else if (const auto* held = std::get_if<Document::MessageItem>(&item)) {
+    } else if (const auto* file = std::get_if<Document::FileItem>(&items[i])) {
+      closeGroup();
+      AppendFile(out, page, **file, i);
+    } else if (const auto* heading = std::get_if<Document::HeadingItem>(&items[i])) {
+      // The file's own part names it; a heading stands alone only before a
+      // file that could not be read.
+      if (i + 1 < items.size() && std::holds_alternative<Document::FileItem>(items[i + 1])) continue;
+      closeGroup();
+      out += "<h2 class=\"part\">";
+      AppendHtmlEscaped(out, (*heading)->text);
+      out += "</h2>\n";
+    } else if (const auto* held = std::get_if<Document::MessageItem>(&items[i])) {
       const Message& message = **held;
-      buffer += "<p class=\"";
-      buffer += SeverityName(message.severity);
-      buffer += "\">";
-      buffer += SeverityName(message.severity);
-      buffer += ": ";
-      Escape(buffer, message.text);
-      buffer += "</p>\n";
+      closeGroup();
+      out += "<p class=\"";
+      out += SeverityName(message.severity);
+      out += "\">";
+      out += SeverityName(message.severity);
+      out += ": ";
+      AppendHtmlEscaped(out, message.text);
+      out += "</p>\n";
     }
-    out << buffer;
+    stream << out;
   }
-  out << "</body>\n</html>\n";
+  out.clear();
+  closeGroup();
+  stream << out;
+  stream << "</main>\n</body>\n</html>\n";
 }
 
 }  // namespace codebook::output

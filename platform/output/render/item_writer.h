@@ -1,6 +1,6 @@
 // The walk over a document shared by the line-oriented renderers: every
-// visible table and every message, in order, a separator between items, each
-// item built in a buffer and written whole.
+// visible table, message, heading and file summary, in order, a separator
+// between items, each item built in a buffer and written whole.
 #pragma once
 
 #include <ostream>
@@ -13,9 +13,9 @@
 
 namespace codebook::output {
 
-template <typename WriteTable, typename WriteMessage, typename WriteHeading>
+template <typename WriteTable, typename WriteMessage, typename WriteHeading, typename WriteFile>
 void WriteItems(const Document& document, std::ostream& out, std::string_view separator,
-                WriteTable writeTable, WriteMessage writeMessage, WriteHeading writeHeading) {
+                WriteTable writeTable, WriteMessage writeMessage, WriteHeading writeHeading, WriteFile writeFile) {
   std::string buffer;
   bool first = true;
   TableView view;
@@ -32,6 +32,9 @@ void WriteItems(const Document& document, std::ostream& out, std::string_view se
     } else if (const auto* message = std::get_if<Document::MessageItem>(&item)) {
       if (!first) buffer += separator;
       writeMessage(buffer, **message);
+    } else if (const auto* file = std::get_if<Document::FileItem>(&item)) {
+      if (!first) buffer += separator;
+      writeFile(buffer, **file);
     } else {
       continue;
     }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/data/obs.h"
+#include "platform/output/render/file_summary_words.h"
 #include "platform/output/render/json_writer.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
@@ -101,6 +102,103 @@ void WriteTable(std::string& out, const TableView& view, std::vector<const Conte
   out += "]}";
 }
 
+// The key of an overview column: its title in lower case, words joined by
+// underscores ("Missing Values" -> "missing_values").
+std::string KeyOf(std::string_view title) {
+  std::string key;
+  for (const char c : title) key += c == ' ' ? '_' : static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+  return key;
+}
+
+// The overview's rows as data: per item its name and each column's value
+// (a number, a data value, a text, or null where the table shows none).
+void WriteOverviewRows(std::string& out, const TableView& view) {
+  out += "[";
+  bool firstRow = true;
+  for (const ViewEntry& entry : view.entries()) {
+    if (entry.group) continue;
+    out += firstRow ? "\n    {\"name\": " : ",\n    {\"name\": ";
+    firstRow = false;
+    const ContentView* label = view.Label(entry.node);
+    AppendJsonString(out, label ? label->text : std::string_view());
+    std::uint32_t i = entry.cellBegin;
+    for (std::size_t c = 0; c < view.columns().size(); ++c) {
+      out += ", ";
+      AppendJsonString(out, KeyOf(view.columns()[c]->text));
+      out += ": ";
+      while (i < entry.cellEnd && view.cells()[i].column < static_cast<int>(c)) ++i;
+      if (i >= entry.cellEnd || view.cells()[i].column != static_cast<int>(c)) {
+        out += "null";
+        continue;
+      }
+      const ContentView& content = *view.cells()[i].content;
+      if (content.kind == CellContent::Kind::kNumber) {
+        AppendJsonNumber(out, content.number);
+      } else if (content.kind == CellContent::Kind::kDataValue) {
+        WriteDataValue(out, content);
+      } else {
+        AppendJsonString(out, content.text);
+      }
+    }
+    out += "}";
+  }
+  out += "]";
+}
+
+// A file's summary, and with it the overview that follows it in the
+// document (before the next file's), as data.
+void WriteFile(std::string& out, const FileSummary& file, const Document& document, std::size_t index,
+               TableView& view) {
+  out += "  {\"kind\": \"file\", \"name\": ";
+  AppendJsonString(out, file.name);
+  out += ", \"location\": ";
+  if (file.location.empty()) {
+    out += "null";
+  } else {
+    AppendJsonString(out, file.location);
+  }
+  out += ", \"label\": ";
+  if (file.label.empty()) {
+    out += "null";
+  } else {
+    AppendJsonString(out, file.label);
+  }
+  out += ",\n   \"documents\": [";
+  for (std::size_t i = 0; i < file.documents.size(); ++i) {
+    if (i > 0) out += ", ";
+    AppendJsonString(out, file.documents[i]);
+  }
+  out += "],\n   \"cases\": ";
+  out += file.cases >= 0 ? std::to_string(file.cases) : std::string("null");
+  out += ", \"variables\": " + std::to_string(file.variables) + ", \"weight\": ";
+  if (file.weight.empty()) {
+    out += "null";
+  } else {
+    AppendJsonString(out, file.weight);
+  }
+  out += ", \"weighted_cases\": ";
+  AppendJsonNumber(out, file.weight.empty() ? std::nan("") : file.weightedCases);
+  out += ",\n   \"weighting\": ";
+  if (file.weight.empty()) {
+    out += "null";
+  } else {
+    AppendJsonString(out, WeightingSentence(file));
+  }
+  const auto& items = document.Items();
+  for (std::size_t i = index + 1; i < items.size(); ++i) {
+    if (std::holds_alternative<Document::FileItem>(items[i]) || std::holds_alternative<Document::HeadingItem>(items[i])) {
+      break;
+    }
+    const auto* table = std::get_if<Document::Table>(&items[i]);
+    if (table == nullptr || (*table)->subtype != "Overview") continue;
+    view.Build(**table);
+    out += ",\n   \"overview\": ";
+    WriteOverviewRows(out, view);
+    break;
+  }
+  out += "}";
+}
+
 void WriteMessage(std::string& out, const Message& message) {
   out += "  {\"kind\": \"message\", \"severity\": ";
   AppendJsonString(out, SeverityName(message.severity));
@@ -119,7 +217,9 @@ void RenderJson(const Document& document, std::ostream& stream) {
   bool first = true;
   TableView view;
   std::vector<const ContentView*> groups;
+  std::size_t index = 0;
   for (const Document::Item& item : document.Items()) {
+    ++index;
     if (const auto* table = std::get_if<Document::Table>(&item)) {
       view.Build(**table);
       if (!view.Visible()) continue;
@@ -139,6 +239,11 @@ void RenderJson(const Document& document, std::ostream& stream) {
       out += "}";
       stream << out;
       out.clear();
+    } else if (const auto* file = std::get_if<Document::FileItem>(&item)) {
+      out += (first ? "\n" : ",\n");
+      WriteFile(out, **file, document, index - 1, view);
+      stream << out;
+      out.clear();
     } else {
       continue;
     }
@@ -155,7 +260,7 @@ void RenderJson(const Document& document, std::ostream& stream) {
       AppendJsonString(out, alert.kind);
       out += ", \"text\": ";
       AppendJsonString(out, alert.text);
-      out += "}";
+      out += ", \"file\": " + std::to_string(alert.file) + "}";
       firstAlert = false;
     }
     out += "]";

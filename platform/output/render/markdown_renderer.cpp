@@ -1,10 +1,13 @@
 // Markdown: a level-2 heading and a pipe table per table. Row groups are
 // bold rows naming the group path ("**Outer › Inner**"); line breaks inside
-// a cell become <br>.
+// a cell become <br>. A file's summary is a few paragraphs: its name, cases
+// and variables, label, location, documents as a quotation, and the
+// weighting.
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/output/render/file_summary_words.h"
 #include "platform/output/render/item_writer.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
@@ -98,6 +101,46 @@ void RenderTable(std::string& out, const TableView& view) {
   }
 }
 
+void RenderFile(std::string& out, const FileSummary& file) {
+  // Paragraphs, a blank line between them.
+  std::vector<std::string> paragraphs;
+  std::string text = "**";
+  Escape(text, file.name);
+  text += "**: " + CasesAndVariables(file);
+  paragraphs.push_back(std::move(text));
+  const auto named = [&](const char* name, const std::string& value) {
+    if (value.empty()) return;
+    std::string paragraph = std::string("**") + name + ":** ";
+    Escape(paragraph, value);
+    paragraphs.push_back(std::move(paragraph));
+  };
+  named("Label", file.label);
+  named("Location", file.location);
+  if (!file.documents.empty()) {
+    paragraphs.emplace_back("**Documents:**");
+    std::string quote;
+    for (std::size_t i = 0; i < file.documents.size(); ++i) {
+      quote += "> ";
+      Escape(quote, file.documents[i]);
+      if (i + 1 < file.documents.size()) quote += "<br>\n";
+    }
+    paragraphs.push_back(std::move(quote));
+  }
+  if (const std::optional<WeightingWords> words = Weighting(file)) {
+    // Names hold no backquote: the name goes into a code span as it is.
+    std::string paragraph;
+    Escape(paragraph, words->before);
+    paragraph += "`" + EscapeForTerminal(words->name) + "`";
+    Escape(paragraph, words->after);
+    paragraphs.push_back(std::move(paragraph));
+  }
+  for (std::size_t i = 0; i < paragraphs.size(); ++i) {
+    if (i > 0) out += "\n";
+    out += paragraphs[i];
+    out += "\n";
+  }
+}
+
 }  // namespace
 
 void RenderMarkdown(const Document& document, std::ostream& out) {
@@ -111,11 +154,23 @@ void RenderMarkdown(const Document& document, std::ostream& out) {
     buffer += "# ";
     Escape(buffer, heading.text);
     buffer += "\n";
-  });
+  }, RenderFile);
   if (document.AlertsChecked() && !document.Alerts().empty()) {
     std::string buffer = document.Items().empty() ? "" : "\n";
+    const std::vector<const FileSummary*> files = FileSummaries(document);
+    int shownFile = -1;
     buffer += "## Data-quality alerts\n\n";
     for (const Alert& alert : document.Alerts()) {
+      // With several files, the alerts of each under its name.
+      if (files.size() > 1 && alert.file != shownFile) {
+        if (shownFile >= 0) buffer += "\n";
+        shownFile = alert.file;
+        if (alert.file >= 0 && static_cast<std::size_t>(alert.file) < files.size()) {
+          buffer += "### ";
+          Escape(buffer, files[static_cast<std::size_t>(alert.file)]->name);
+          buffer += "\n\n";
+        }
+      }
       buffer += "- **";
       Escape(buffer, alert.item.empty() ? std::string("(file)") : alert.item);
       buffer += "**: ";

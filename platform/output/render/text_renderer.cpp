@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/output/render/file_summary_words.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
 #include "platform/output/render/terminal_text.h"
@@ -26,6 +27,9 @@
 namespace codebook::output {
 
 namespace {
+
+// Where a word too wide for its line is split: a mark the reader sees.
+std::string_view SplitMark(const TextOptions& options) { return options.ascii ? kAsciiSplitMark : kSplitMark; }
 
 // One printed line of a block: its text after `indent` blanks, and its
 // display width with them.
@@ -228,9 +232,41 @@ bool FitToScreen(std::vector<int>& widths, const std::vector<char>& textColumn, 
   return BoxWidth(widths) <= screen;
 }
 
+// The overview's rows as records, where its box cannot fit the screen: the
+// item's name, then each column's title and value, as many to a line as
+// fit; a field is broken only when it alone is wider than the screen.
+void RenderRecords(std::string& out, const TableView& view, const TextOptions& options) {
+  AppendWrapped(out, EscapeForTerminal(view.Title()), options.width, 0, SplitMark(options));
+  const std::string_view indent = "    ";
+  for (const ViewEntry& entry : view.entries()) {
+    if (entry.group) continue;
+    const ContentView* label = view.Label(entry.node);
+    AppendWrapped(out, EscapeForTerminal(label != nullptr ? label->text : std::string_view()), options.width, 2, SplitMark(options));
+    std::string line;
+    for (std::uint32_t i = entry.cellBegin; i < entry.cellEnd;) {
+      const int column = view.cells()[i].column;
+      std::uint32_t end = i;
+      while (end < entry.cellEnd && view.cells()[end].column == column) ++end;
+      std::string field = view.OneDimensional() ? std::string()
+                                                : std::string(view.columns()[static_cast<std::size_t>(column)]->text) + ": ";
+      field = EscapeForTerminal(field + JoinedCellText(view, i, end, column));
+      for (char& c : field) c = c == '\n' ? ' ' : c;
+      i = end;
+      const int room = options.width - static_cast<int>(indent.size());
+      if (!line.empty() && DisplayWidth(line) + 3 + DisplayWidth(field) <= room) {
+        line += "   " + field;
+        continue;
+      }
+      if (!line.empty()) AppendWrapped(out, std::string(indent) + line, options.width, static_cast<int>(indent.size()), SplitMark(options));
+      line = field;
+    }
+    if (!line.empty()) AppendWrapped(out, std::string(indent) + line, options.width, static_cast<int>(indent.size()), SplitMark(options));
+  }
+}
+
 void RenderTable(std::string& out, Layout& layout, const TableView& view, const TextOptions& options) {
   const BoxChars& box = options.ascii ? kAsciiBox : kUnicodeBox;
-  const std::string_view mark = options.ascii ? kAsciiSplitMark : kSplitMark;
+  const std::string_view mark = SplitMark(options);
   layout.SetMark(mark);
   const int maxWidth = std::max(4, options.maxColumnWidth);
   const std::size_t columnCount = 1 + static_cast<std::size_t>(view.ValueColumnCount());
@@ -270,7 +306,21 @@ void RenderTable(std::string& out, Layout& layout, const TableView& view, const 
   BuildRows(layout, view, limits, false, numericColumn);
   std::vector<int> widths = ColumnWidths(layout);
   if (options.width > 0 && BoxWidth(widths) > options.width) {
-    if (!FitToScreen(widths, textColumn, words, options.width)) {
+    const std::vector<int> natural = widths;
+    const bool fits = FitToScreen(widths, textColumn, words, options.width);
+    // The overview has a column per fact: on a screen too narrow for its
+    // box with words in it, it reads better as a record per item.
+    if (view.table().subtype == "Overview") {
+      bool squeezed = !fits;
+      for (std::size_t c = 0; c < widths.size(); ++c) {
+        squeezed = squeezed || (textColumn[c] != 0 && widths[c] < std::min(8, natural[c]));
+      }
+      if (squeezed) {
+        RenderRecords(out, view, options);
+        return;
+      }
+    }
+    if (!fits) {
       // No grid fits: a column of rows, which keeps every word whole.
       RenderTableAsList(out, view, options, box, mark);
       return;
@@ -290,6 +340,18 @@ void RenderTable(std::string& out, Layout& layout, const TableView& view, const 
   AppendRule(out, widths, box, box.bottomLeft, box.teeUp, box.bottomRight);
 }
 
+// A file's summary: lines of text above the file's tables.
+void RenderFile(std::string& out, const FileSummary& file, const TextOptions& options) {
+  AppendWrapped(out, "File " + EscapeForTerminal(file.name) + ": " + CasesAndVariables(file), options.width, 2, SplitMark(options));
+  if (!file.label.empty()) AppendWrapped(out, "Label: " + EscapeForTerminal(file.label), options.width, 2, SplitMark(options));
+  if (!file.location.empty()) AppendWrapped(out, "Location: " + EscapeForTerminal(file.location), options.width, 2, SplitMark(options));
+  if (!file.documents.empty()) {
+    out += "Documents:\n";
+    for (const std::string& line : file.documents) AppendWrapped(out, "  " + EscapeForTerminal(line), options.width, 2, SplitMark(options));
+  }
+  if (!file.weight.empty()) AppendWrapped(out, EscapeForTerminal(WeightingSentence(file)), options.width, 0, SplitMark(options));
+}
+
 }  // namespace
 
 void WriteMessageText(const Message& message, std::ostream& out) {
@@ -297,7 +359,7 @@ void WriteMessageText(const Message& message, std::ostream& out) {
 }
 
 void RenderText(const Document& document, std::ostream& out, const TextOptions& options) {
-  const std::string_view mark = options.ascii ? kAsciiSplitMark : kSplitMark;
+  const std::string_view mark = SplitMark(options);
   bool first = true;
   bool lastWasTable = false;
   TableView view;
@@ -321,6 +383,11 @@ void RenderText(const Document& document, std::ostream& out, const TextOptions& 
       WriteMessageText(**held, message);
       AppendWrapped(buffer, message.str(), options.width, 2, mark);
       lastWasTable = false;
+    } else if (const auto* file = std::get_if<Document::FileItem>(&item)) {
+      if (!first) buffer += '\n';
+      RenderFile(buffer, **file, options);
+      // A table after it stands apart, as after a table.
+      lastWasTable = true;
     } else {
       continue;
     }
@@ -330,8 +397,17 @@ void RenderText(const Document& document, std::ostream& out, const TextOptions& 
   if (document.AlertsChecked() && !document.Alerts().empty()) {
     buffer.clear();
     if (!first) buffer += '\n';
-    buffer += "Data-quality alerts\n";
+    // With several files, the alerts of each under its name.
+    const std::vector<const FileSummary*> files = FileSummaries(document);
+    int shownFile = -1;
+    if (files.size() <= 1) buffer += "Data-quality alerts\n";
     for (const Alert& alert : document.Alerts()) {
+      if (files.size() > 1 && alert.file != shownFile) {
+        shownFile = alert.file;
+        const bool named = alert.file >= 0 && static_cast<std::size_t>(alert.file) < files.size();
+        AppendWrapped(buffer, "Data-quality alerts" + (named ? " of " + EscapeForTerminal(files[static_cast<std::size_t>(alert.file)]->name) : std::string()),
+                      options.width, 2, mark);
+      }
       const std::string line = "  " + (alert.item.empty() ? std::string("(file)") : EscapeForTerminal(alert.item)) +
                                ": " + EscapeForTerminal(alert.text);
       AppendWrapped(buffer, line, options.width, 4, mark);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/output/bp_procedure.h"
+#include "platform/output/document/table_model.h"
 #include "platform/data/active_dataset.h"
 #include "platform/output/current_output.h"
 #include "testing/dataset_builder.h"
@@ -125,6 +126,33 @@ void IncomeTable(BpProcedure& procedure, const VELA_Variable& income) {
   // No percent cell anywhere in this table: the column is not shown.
 }
 
+// What the program puts at the head of a command's output: an overview
+// row per item, as platform/report makes it (here by hand: the output
+// library's tests see no report library).
+std::shared_ptr<const bp::TableNode> Overview() {
+  auto table = std::make_shared<bp::TableNode>();
+  table->subtype = "Overview";
+  const auto text = [](const char* words, bool fixed) { return *BpString(words, fixed).content(); };
+  table->SetTitle(text("Overview", true));
+  const int rows = table->AddDimension(text("Variable", true));
+  const int columns = table->AddDimension(text("Statistics", true));
+  table->Position(rows, 0, 0, true, true);
+  table->Position(columns, 1, 0, false, true);
+  const int label = table->AddChild(columns, bp::NodeKind::kCategory, text("Label", true), true);
+  const int valid = table->AddChild(columns, bp::NodeKind::kCategory, text("Valid", true), true);
+  const int distinct = table->AddChild(columns, bp::NodeKind::kCategory, text("Distinct Values", true), true);
+  const BpFormatSpec count(BpFormatSpec::kCount, VELA_Format());
+  table->AddChild(rows, bp::NodeKind::kCategory, text("sex", false), true);
+  table->SetCell(label, text("Sex of respondent", false));
+  table->SetCell(valid, *BpNumber(27, count).content());
+  table->SetCell(distinct, *BpNumber(2, count).content());
+  table->AddChild(rows, bp::NodeKind::kCategory, text("income", false), true);
+  table->SetCell(valid, *BpNumber(28, count).content());
+  table->SetCell(distinct, text("more than 200", false));
+  table->Seal();
+  return table;
+}
+
 }  // namespace
 
 std::shared_ptr<Document> BuildSampleCodebook() {
@@ -145,6 +173,21 @@ std::shared_ptr<Document> BuildSampleCodebook() {
   }
   AddMessage(*document, Severity::kWarning, "CODEBOOK", 3, "No Variable Information for x .");
   data::SetActiveSelection(nullptr);
+
+  FileSummary file;
+  file.name = "survey.sav";
+  file.label = "Household survey, wave 3";
+  file.documents = {"Collected in spring.", "Weighted to the census."};
+  file.cases = 30;
+  file.weightedCases = 29.5;
+  file.variables = 2;
+  file.weight = "w";
+  file.informationTable = std::get<Document::Table>(document->Items().front());
+  document->Insert(0, std::move(file));
+  document->Insert(1, Overview());
+  document->SetProvenance({"codebook", "1.0", "2026-01-31"});
+  document->SetAlertsChecked();
+  document->AddAlert({"sex", "unused-label", "Value labels with no cases: 3 \"Unused\".", 0});
   return document;
 }
 

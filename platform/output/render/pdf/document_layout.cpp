@@ -106,7 +106,7 @@ void DocumentLayout::PlaceTable(std::size_t index, const Document::Table& table,
     block.emplace(text_, view_, page.ColumnWidth(), links);
     wide = !block->Fits();
   }
-  if (wide) block.emplace(text_, view_, page.BodyWidth(), links);
+  if (wide) block.emplace(text_, view_, page.BodyWidth(), links, true);
   const double width = wide ? page.BodyWidth() : page.ColumnWidth();
 
   const std::string title(view_.Title());

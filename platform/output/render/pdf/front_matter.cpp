@@ -5,32 +5,11 @@
 #include <cmath>
 #include <cstdio>
 
+#include "platform/output/render/file_summary_words.h"
 #include "platform/output/render/pdf/document_layout.h"
 
 namespace codebook::output::pdf {
 namespace {
-
-// 1234567 as "1,234,567".
-std::string Grouped(std::int64_t value) {
-  std::string digits = std::to_string(value < 0 ? -value : value);
-  for (int at = static_cast<int>(digits.size()) - 3; at > 0; at -= 3) {
-    digits.insert(static_cast<std::size_t>(at), ",");
-  }
-  return value < 0 ? "-" + digits : digits;
-}
-
-// A weighted count with at most two decimals, the zeros after them dropped.
-std::string Weighted(double value) {
-  if (std::isfinite(value) && std::fabs(value) < 9e15 && value == std::floor(value)) {
-    return Grouped(static_cast<std::int64_t>(value));
-  }
-  char text[64];
-  std::snprintf(text, sizeof text, "%.2f", value);
-  std::string result = text;
-  while (!result.empty() && result.back() == '0') result.pop_back();
-  if (!result.empty() && result.back() == '.') result.pop_back();
-  return result;
-}
 
 std::string Made(const Document& document) {
   const auto& provenance = document.GetProvenance();
@@ -75,16 +54,12 @@ void DocumentLayout::TitleBlock(const Part& part) {
       for (const std::string& line : file->documents) Paragraph(Font::kBody, line.empty() ? " " : line, colors::kText, 0);
     }
     flow_.Advance(4, true);
-    std::string cases;
-    if (file->cases >= 0) cases = Grouped(file->cases) + (file->cases == 1 ? " case" : " cases");
-    if (!std::isnan(file->weightedCases)) {
-      cases = "Weighted cases: " + Weighted(file->weightedCases) + (cases.empty() ? "" : " (" + cases + " unweighted)");
-    }
-    if (!cases.empty()) Paragraph(Font::kBody, cases, colors::kText, 1);
-    Paragraph(Font::kBody, Grouped(file->variables) + (file->variables == 1 ? " variable" : " variables"),
-              colors::kText, 1);
-    if (!file->weight.empty()) Paragraph(Font::kBody, "Counts are weighted by " + file->weight + ".", colors::kText, 1);
+    Paragraph(Font::kBody, CasesAndVariables(*file), colors::kText, 1);
   }
+  // The weighting in the words every format uses, also where the File
+  // Information table stands for the rest.
+  const std::string weighting = WeightingSentence(*file);
+  if (!weighting.empty()) Paragraph(Font::kBody, weighting, colors::kText, 1);
   const std::string made = Made(document_);
   if (!made.empty()) Paragraph(Font::kSmall, made, colors::kMuted, 2);
   if (scan_.parts.size() == 1) {

@@ -15,7 +15,8 @@ constexpr Font kHeadFont = Font::kBold;
 
 }  // namespace
 
-TableBlock::TableBlock(TextEngine& text, const TableView& view, double maxWidth, const Links* links)
+TableBlock::TableBlock(TextEngine& text, const TableView& view, double maxWidth, const Links* links,
+                       bool wholeWords)
     : text_(text), view_(view), links_(links) {
   const int valueColumns = view.ValueColumnCount();
   std::vector<double> natural(static_cast<std::size_t>(valueColumns) + 1, 2 * kPadX);
@@ -24,6 +25,9 @@ TableBlock::TableBlock(TextEngine& text, const TableView& view, double maxWidth,
       const ContentView* label = view.columns()[static_cast<std::size_t>(c)];
       const double width = text.Measure(kHeadFont, label != nullptr ? label->text : std::string_view()).width;
       natural[static_cast<std::size_t>(c) + 1] = std::max(natural[static_cast<std::size_t>(c) + 1], width + 2 * kPadX);
+    }
+    if (const ContentView* corner = view.RowDimensionTitle()) {
+      natural[0] = std::max(natural[0], text.Measure(kHeadFont, corner->text).width + 2 * kPadX);
     }
   }
   for (const ViewEntry& entry : view.entries()) {
@@ -36,7 +40,9 @@ TableBlock::TableBlock(TextEngine& text, const TableView& view, double maxWidth,
       natural[static_cast<std::size_t>(c) + 1] = std::max(natural[static_cast<std::size_t>(c) + 1], width + 2 * kPadX);
     }
   }
-  FitColumns(natural, maxWidth);
+  const double total = std::accumulate(natural.begin(), natural.end(), 0.0);
+  FitColumns(natural, wholeWords && total > maxWidth ? WidestWords() : std::vector<double>(natural.size(), 0.0),
+             maxWidth);
 
   if (!view.OneDimensional()) {
     double tallest = text.LineHeight(kHeadFont);
@@ -44,6 +50,9 @@ TableBlock::TableBlock(TextEngine& text, const TableView& view, double maxWidth,
       const ContentView* label = view.columns()[static_cast<std::size_t>(c)];
       const double inner = columnWidths_[static_cast<std::size_t>(c) + 1] - 2 * kPadX;
       tallest = std::max(tallest, text.Measure(kHeadFont, label != nullptr ? label->text : "", inner).height);
+    }
+    if (const ContentView* corner = view.RowDimensionTitle()) {
+      tallest = std::max(tallest, text.Measure(kHeadFont, corner->text, columnWidths_[0] - 2 * kPadX).height);
     }
     headerHeight_ = tallest + 2 * kPadY;
   }
@@ -65,18 +74,56 @@ TableBlock::TableBlock(TextEngine& text, const TableView& view, double maxWidth,
   }
 }
 
+std::vector<double> TableBlock::WidestWords() const {
+  const int valueColumns = view_.ValueColumnCount();
+  std::vector<double> words(static_cast<std::size_t>(valueColumns) + 1, 0.0);
+  const auto widen = [&](std::size_t column, Font font, std::string_view text, double extra) {
+    std::size_t start = 0;
+    while (start < text.size()) {
+      std::size_t end = text.find_first_of(" \n", start);
+      if (end == std::string_view::npos) end = text.size();
+      if (end > start) {
+        const double width = text_.Measure(font, text.substr(start, end - start)).width + 2 * kPadX + extra;
+        words[column] = std::max(words[column], width);
+      }
+      start = end + 1;
+    }
+  };
+  if (!view_.OneDimensional()) {
+    for (int c = 0; c < valueColumns; ++c) {
+      const ContentView* label = view_.columns()[static_cast<std::size_t>(c)];
+      if (label != nullptr) widen(static_cast<std::size_t>(c) + 1, kHeadFont, label->text, 0);
+    }
+  }
+  for (const ViewEntry& entry : view_.entries()) {
+    if (entry.group) continue;
+    const ContentView* label = view_.Label(entry.node);
+    if (label != nullptr) widen(0, kCellFont, label->text, Indent(entry));
+    for (int c = 0; c < valueColumns; ++c) widen(static_cast<std::size_t>(c) + 1, kCellFont, CellText(entry, c), 0);
+  }
+  return words;
+}
+
 // The widths: natural where they fit; else the widest columns are cut to
 // one common width (the narrower keep theirs) so that the table fills
-// `maxWidth`, none below kMinColumn unless even that does not fit.
-void TableBlock::FitColumns(const std::vector<double>& natural, double maxWidth) {
+// `maxWidth`, none below kMinColumn, nor below its longest word where
+// `words` gives it, unless even that does not fit.
+void TableBlock::FitColumns(const std::vector<double>& natural, const std::vector<double>& words, double maxWidth) {
   columnWidths_ = natural;
   const double total = std::accumulate(natural.begin(), natural.end(), 0.0);
   if (total > maxWidth) {
-    double floor = 0;
-    for (const double width : natural) floor += std::min(width, kMinColumn);
+    std::vector<double> least(natural.size());
+    for (std::size_t c = 0; c < natural.size(); ++c) least[c] = std::min(natural[c], std::max(kMinColumn, words[c]));
+    double floor = std::accumulate(least.begin(), least.end(), 0.0);
+    if (floor > maxWidth) {
+      // Whole words do not fit: the plain least widths, scaled down if need
+      // be, but for the row labels (names, which read worst broken).
+      for (std::size_t c = 1; c < natural.size(); ++c) least[c] = std::min(natural[c], kMinColumn);
+      floor = std::accumulate(least.begin(), least.end(), 0.0);
+    }
     if (floor > maxWidth) {
       fits_ = false;
-      for (double& width : columnWidths_) width = std::min(width, kMinColumn) * maxWidth / floor;
+      for (std::size_t c = 0; c < natural.size(); ++c) columnWidths_[c] = least[c] * maxWidth / floor;
     } else {
       // The common width of the cut columns, found by halving.
       double low = kMinColumn;
@@ -84,10 +131,10 @@ void TableBlock::FitColumns(const std::vector<double>& natural, double maxWidth)
       for (int step = 0; step < 40; ++step) {
         const double cap = (low + high) / 2;
         double sum = 0;
-        for (const double width : natural) sum += std::min(width, std::max(cap, std::min(width, kMinColumn)));
+        for (std::size_t c = 0; c < natural.size(); ++c) sum += std::min(natural[c], std::max(cap, least[c]));
         (sum > maxWidth ? high : low) = cap;
       }
-      for (double& width : columnWidths_) width = std::min(width, std::max(low, std::min(width, kMinColumn)));
+      for (std::size_t c = 0; c < natural.size(); ++c) columnWidths_[c] = std::min(natural[c], std::max(low, least[c]));
     }
   }
   width_ = std::accumulate(columnWidths_.begin(), columnWidths_.end(), 0.0);
@@ -120,6 +167,11 @@ bool TableBlock::Numeric(const ViewEntry& entry, int column) const {
 void TableBlock::DrawHeader(Canvas& canvas, double x, double y) const {
   if (headerHeight_ <= 0) return;
   canvas.FillRect(x, y, width_, headerHeight_, colors::kHeaderFill);
+  // The rows' dimension named in the corner where the table names it (the
+  // overview's "Variable").
+  if (const ContentView* corner = view_.RowDimensionTitle()) {
+    canvas.Write(kHeadFont, corner->text, x + kPadX, y + kPadY, colors::kText, columnWidths_[0] - 2 * kPadX);
+  }
   double left = x + columnWidths_[0];
   for (std::size_t c = 0; c < view_.columns().size(); ++c) {
     const ContentView* label = view_.columns()[c];

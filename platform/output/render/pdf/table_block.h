@@ -19,7 +19,11 @@ class TableBlock {
   // sections), by label text.
   using Links = std::unordered_map<std::string_view, std::string>;
 
-  TableBlock(TextEngine& text, const TableView& view, double maxWidth, const Links* links = nullptr);
+  // `wholeWords`: no column is made narrower than its longest word where
+  // the table can be, so that names and words are not broken (for a table
+  // across the page, where the room is there; measuring every word costs).
+  TableBlock(TextEngine& text, const TableView& view, double maxWidth, const Links* links = nullptr,
+             bool wholeWords = false);
 
   // Whether every column kept a readable width in `maxWidth`.
   bool Fits() const { return fits_; }
@@ -36,7 +40,9 @@ class TableBlock {
   std::string CellText(const ViewEntry& entry, int column) const;
   bool Numeric(const ViewEntry& entry, int column) const;
   double Indent(const ViewEntry& entry) const;
-  void FitColumns(const std::vector<double>& natural, double maxWidth);
+  void FitColumns(const std::vector<double>& natural, const std::vector<double>& words, double maxWidth);
+  // The widest word of each column, padding included.
+  std::vector<double> WidestWords() const;
 
   TextEngine& text_;
   const TableView& view_;

@@ -1,43 +1,43 @@
-// The HTML report's bar charts: which rows become bars, geometry that is
-// proportional to the percents, missing values drawn apart, a text
-// alternative, and bounded size.
+// The HTML report's pictures and anchors: which rows get a percent bar and
+// how long, the histogram's shape and text alternative, and anchors that
+// stay unique and fit for a link whatever the names hold.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <limits>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "host/output/bp_procedure.h"
 #include "platform/output/current_output.h"
+#include "platform/output/render/html_anchors.h"
 #include "platform/output/render/html_chart.h"
+#include "platform/output/render/html_table.h"
 #include "platform/output/render/renderers.h"
 #include "tests/platform/output/sample_document.h"
 
 namespace codebook::output {
 namespace {
 
-std::vector<double> RectWidths(const std::string& svg) {
-  std::vector<double> widths;
-  for (std::size_t at = svg.find("<rect class=\"bar"); at != std::string::npos;
-       at = svg.find("<rect class=\"bar", at + 1)) {
-    const std::size_t width = svg.find(" width=\"", at);
-    widths.push_back(std::atof(svg.c_str() + width + 8));
+std::vector<const bp::TableNode*> Tables(const Document& document, std::string_view subtype) {
+  std::vector<const bp::TableNode*> tables;
+  for (const auto& item : document.Items()) {
+    if (const auto* table = std::get_if<Document::Table>(&item); table != nullptr && (*table)->subtype == subtype) {
+      tables.push_back(table->get());
+    }
   }
-  return widths;
+  return tables;
 }
 
 TEST(HtmlChart, BarsComeFromTheValueRowsThatHavePercents) {
   const std::shared_ptr<Document> document = testing::BuildSampleCodebook();
-  std::vector<std::vector<ChartBar>> charts;
-  for (const auto& item : document->Items()) {
-    if (const auto* table = std::get_if<Document::Table>(&item)) charts.push_back(ChartBars(TableView(**table)));
-  }
-  ASSERT_EQ(charts.size(), 3u);
-  EXPECT_TRUE(charts[0].empty());  // File Information: no values
-  EXPECT_TRUE(charts[2].empty());  // income: counts without percents
-  const std::vector<ChartBar>& sex = charts[1];
+  EXPECT_TRUE(ChartBars(TableView(*Tables(*document, "FileInformation").at(0))).empty());
+  const std::vector<const bp::TableNode*> variables = Tables(*document, "Variable Information");
+  ASSERT_EQ(variables.size(), 2u);
+  EXPECT_TRUE(ChartBars(TableView(*variables[1])).empty());  // income: counts without percents
+  const std::vector<ChartBar> sex = ChartBars(TableView(*variables[0]));
   ASSERT_EQ(sex.size(), 4u);
   EXPECT_EQ(sex[0].label, "Male");
   EXPECT_FALSE(sex[0].missing);
@@ -46,42 +46,30 @@ TEST(HtmlChart, BarsComeFromTheValueRowsThatHavePercents) {
   EXPECT_TRUE(sex[3].missing);
 }
 
-TEST(HtmlChart, LengthsAreProportionalAndMissingValuesComeApart) {
-  const std::vector<ChartBar> bars = {
-      {"Missing first", 5.0, true}, {"A", 20.0, false}, {"B", 50.0, false}, {"C", 25.0, false}};
-  std::string svg;
-  AppendBarChart(svg, bars, "c1", "Percents of q");
-  const std::vector<double> widths = RectWidths(svg);
-  ASSERT_EQ(widths.size(), 4u);
-  // Valid bars first, in their order; the longest spans the bar width.
-  EXPECT_DOUBLE_EQ(widths[1], ChartLayout::kBarWidth);
-  for (std::size_t i = 0; i < widths.size(); ++i) {
-    const double percent = i < 3 ? bars[i + 1].percent : bars[0].percent;
-    EXPECT_NEAR(widths[i] / ChartLayout::kBarWidth, percent / 50.0, 0.001) << i;
+TEST(HtmlChart, PercentBarsAreProportionalToTheLargestAndMissingRowsStandApart) {
+  const std::shared_ptr<Document> document = testing::BuildSampleCodebook();
+  std::string html;
+  AppendHtmlTable(html, TableView(*Tables(*document, "Variable Information").at(0)));
+  // sex: 12, 15, 2 and 1 of 30 cases; 15 draws the longest bar (w50, a
+  // step per 2 percent of it).
+  const std::string bar = "<td class=\"n b w";
+  std::vector<std::pair<int, double>> bars;
+  for (std::size_t at = html.find(bar); at != std::string::npos; at = html.find(bar, at + 1)) {
+    const std::size_t step = at + bar.size();
+    const std::size_t percent = html.find("\">", step) + 2;
+    bars.emplace_back(std::stoi(html.substr(step)), std::stod(html.substr(percent)));
   }
-  EXPECT_NE(svg.find("class=\"bar missing\""), std::string::npos);
-  // The missing bar sits a row below the last valid one.
-  EXPECT_NE(svg.find("y=\"76\" width=\"25.00\""), std::string::npos) << svg;
-  EXPECT_NE(svg.find("role=\"img\""), std::string::npos);
-  EXPECT_NE(svg.find("<title id=\"c1-t\">Percents of q</title>"), std::string::npos);
-  EXPECT_NE(svg.find("<desc id=\"c1-d\">A 20.0%, B 50.0%, C 25.0%; missing: Missing first 5.0%</desc>"),
-            std::string::npos)
-      << svg;
-}
-
-TEST(HtmlChart, ManyCategoriesStaySmallAndLabelsAreEscaped) {
-  std::vector<ChartBar> bars;
-  for (int i = 0; i < 500; ++i) bars.push_back({"<v" + std::to_string(i) + "&\"", 0.2, false});
-  std::string svg;
-  AppendBarChart(svg, bars, "c2", "many");
-  EXPECT_EQ(RectWidths(svg).size(), static_cast<std::size_t>(ChartLayout::kMaxBars));
-  EXPECT_NE(svg.find("460 more categories not drawn"), std::string::npos);
-  EXPECT_EQ(svg.find("<v"), std::string::npos);
-  EXPECT_NE(svg.find("&lt;v0&amp;&quot;"), std::string::npos);
-  EXPECT_LT(svg.size(), 12000u);
-  std::string none;
-  AppendBarChart(none, {}, "c3", "nothing");
-  EXPECT_TRUE(none.empty());
+  ASSERT_EQ(bars.size(), 4u) << html;
+  for (const auto& [step, percent] : bars) EXPECT_NEAR(step / 50.0, percent / 50.0, 0.011) << html;
+  EXPECT_EQ(bars[1].first, 50);
+  // The missing values' group is set apart for its own colour.
+  EXPECT_LT(html.find("<tbody class=\"m\">"), html.find("No answer"));
+  EXPECT_GT(html.find("<tbody class=\"m\">"), html.find("Female"));
+  // No bars where the table has no percents, nor on the labelled values of
+  // a scale variable.
+  std::string income;
+  AppendHtmlTable(income, TableView(*Tables(*document, "Variable Information").at(1)));
+  EXPECT_EQ(income.find(" b w"), std::string::npos) << income;
 }
 
 TEST(HtmlChart, HistogramsNameValuesInTheVariablesFormat) {
@@ -94,13 +82,17 @@ TEST(HtmlChart, HistogramsNameValuesInTheVariablesFormat) {
   money.p75 = 1200;
   money.format = VELA_Format(VELA_Format::DOLLAR, 10, 2);
   std::string svg;
-  AppendHistogram(svg, money, "h1", "Distribution of price");
-  EXPECT_NE(svg.find("2 bins from $400.00 to $1,250.50, 3 valid cases (weighted); quartiles $400.00, $800.00 and "
-                     "$1,200.00</desc>"),
+  AppendHistogram(svg, money, "Distribution of price");
+  EXPECT_NE(svg.find("aria-label=\"Distribution of price: 2 bins from $400.00 to $1,250.50, 3 valid cases "
+                     "(weighted); quartiles $400.00, $800.00 and $1,200.00\""),
             std::string::npos)
       << svg;
   EXPECT_NE(svg.find(">$400.00</text>"), std::string::npos) << svg;
   EXPECT_NE(svg.find(">$1,250.50</text>"), std::string::npos) << svg;
+  // The bins' outline: the first twice as high as the second, each half the
+  // plot's width.
+  EXPECT_NE(svg.find("d=\"M10 116V16H260V66H510V116z\""), std::string::npos) << svg;
+  EXPECT_NE(svg.find("data-weights=\"2 1\""), std::string::npos) << svg;
 
   // Seconds since the calendar's origin read as dates; without a format,
   // plain numbers.
@@ -110,13 +102,42 @@ TEST(HtmlChart, HistogramsNameValuesInTheVariablesFormat) {
   dates.p25 = dates.p50 = dates.p75 = std::numeric_limits<double>::quiet_NaN();
   dates.format = VELA_Format(VELA_Format::DATE, 11, 0);
   svg.clear();
-  AppendHistogram(svg, dates, "h2", "Distribution of day");
+  AppendHistogram(svg, dates, "Distribution of day");
   EXPECT_NE(svg.find("from 01-JAN-2024 to 31-DEC-2024"), std::string::npos) << svg;
   EXPECT_EQ(svg.find("e+10"), std::string::npos) << svg;
+  EXPECT_EQ(svg.find("class=\"q\""), std::string::npos) << svg;  // no quartiles to mark
   dates.format.reset();
   svg.clear();
-  AppendHistogram(svg, dates, "h3", "Distribution of day");
+  AppendHistogram(svg, dates, "Distribution of day");
   EXPECT_NE(svg.find("from 1.39234e+10"), std::string::npos) << svg;
+}
+
+TEST(HtmlAnchors, NamesBecomeLinkableAnchorsThatNeverMeet) {
+  AnchorNames names;
+  EXPECT_EQ(names.ForTable("Variable Information", "q1"), "var-q1");
+  EXPECT_EQ(names.ForTable("Variable Information", "$brands"), "set-brands");
+  EXPECT_EQ(names.ForTable("Overview", "Overview"), "overview");
+  EXPECT_EQ(names.ForTable("Overview", "Overview"), "overview-2");
+  // The same name in another file, or another case of it.
+  EXPECT_EQ(names.ForTable("Variable Information", "Q1"), "var-Q1-2");
+  EXPECT_EQ(names.ForTable("Variable Information", "q1"), "var-q1-3");
+  // Characters a fragment may not hold, and letters of other scripts,
+  // written as bytes; '-' is no name's character, so no two names meet.
+  EXPECT_EQ(names.ForTable("Variable Information", "a#b@c.d_e"), "var-a-23b-40c.d_e");
+  EXPECT_EQ(names.ForTable("Variable Information", "\xCE\xB1"), "var--CE-B1");
+  EXPECT_EQ(names.ForTable("Variable Information", "$a#b"), "set-a-23b");
+  // The page's own anchors are never given to a table.
+  EXPECT_EQ(names.Make("", "top"), "top-2");
+  std::set<std::string> seen;
+  for (const char* name : {"x", "X", "x#", "x-23", "x\x01", "x y", "\"x\"", "<x>"}) {
+    const std::string anchor = names.ForTable("Variable Information", name);
+    EXPECT_EQ(anchor.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.-"),
+              std::string::npos)
+        << anchor;
+    std::string lower = anchor;
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    EXPECT_TRUE(seen.insert(lower).second) << anchor;
+  }
 }
 
 }  // namespace
