@@ -16,7 +16,7 @@
 
 #include <string>
 
-#include "platform/export/export_input.h"
+#include "platform/export/codebook_model.h"
 
 namespace codebook::exporting {
 
@@ -24,5 +24,6 @@ namespace codebook::exporting {
 // library writes only to files). False, with `error` set, when it could
 // not be written; what is left at `path` is then the caller's to remove.
 bool WriteXlsx(const ExportInput& input, const std::string& path, std::string& error);
+bool WriteXlsx(const CodebookModel& model, const std::string& path, std::string& error);
 
 }  // namespace codebook::exporting
