@@ -86,6 +86,9 @@ class Runner {
     settings.encoding = options.encoding;
     settings.onProgress = options.progress;
     settings.stop = options.cancel;
+    // A file without cases still has its dictionary, which is what a
+    // caller asking for the codebook as data wants (as the exports do).
+    settings.describeEmptyFiles = true;
     settings.afterCommand = [this](std::size_t first) { AfterCommand(first); };
     settings.passObserver = [this](const data::Dataset& dataset, int weightIndex) {
       return finisher_.Observer(dataset, weightIndex);
@@ -158,6 +161,7 @@ class Runner {
     // Every value is counted, as for an export: the packages' values carry
     // their unweighted counts, and the exports are made from the same run.
     choices.exporting = false;
+    choices.countAll = true;
     choices.histograms = true;
     choices.hide = report::ParseHideRequest(options.hide);
     return choices;

@@ -27,11 +27,12 @@ std::shared_ptr<data::CaseObserver> CommandFinisher::Observer(const data::Datase
   // values), an export counting all values when there are weights.
   // Unweighted text without any of these needs no tally.
   const bool overview = choices_.overview && !choices_.exporting;
-  if (!choices_.exporting && !choices_.alerts && choices_.hide.Empty() && !overview && weightIndex < 0) return nullptr;
+  const bool countAll = choices_.exporting || choices_.countAll;
+  if (!countAll && !choices_.alerts && choices_.hide.Empty() && !overview && weightIndex < 0) return nullptr;
   exporting::TallyOptions tally = report::AlertTallyOptions();
   if (!choices_.hide.Empty()) tally = report::HideTallyOptions(choices_.hide, dataset);
   if (overview) tally.allVariables = true;
-  if (choices_.exporting) {
+  if (countAll) {
     tally.allVariables = true;
     tally.countValues = tally.countValues || weightIndex >= 0;
     tally.maxValues = static_cast<std::size_t>(-1);
@@ -46,7 +47,9 @@ CommandFinisher::Finished CommandFinisher::Finish(session::Session& session, std
                                                   const std::string& shownName, bool forceName) {
   Finished finished;
   const auto& run = session.LastCodebook();
-  if (!run || run->firstItem != first || !run->completed || !run->dataset) return finished;
+  // The command's own items start after whatever it said before its pass
+  // (a file without cases is described with a warning).
+  if (!run || run->firstItem < first || !run->completed || !run->dataset) return finished;
   finished.done = true;
   auto* tally = dynamic_cast<exporting::ValueTally*>(run->observer.get());
   if (tally != nullptr && run->expectedCases >= 0 && tally->Cases() < run->expectedCases) tally->SetPartial();

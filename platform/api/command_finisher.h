@@ -27,6 +27,7 @@ struct FinishChoices {
   bool overview = true;     // put the overview at the head of the output
   bool exporting = false;   // the run is for an export: no summary or overview, every value counted
   bool histograms = false;  // the reports draw the scale variables' histograms
+  bool countAll = false;    // every value counted, as for an export, the output headed all the same
   report::HideRequest hide;
 };
 
