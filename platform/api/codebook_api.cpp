@@ -189,6 +189,13 @@ class Runner {
         std::fprintf(messages_.Stream(), "codebook: warning: hide: the dataset has no variable %s\n", name.c_str());
       }
     }
+    // A command the procedure refused (an unknown name in its list) ran
+    // whole but made no codebook: no result of it.
+    const auto& said = session.Document()->Items();
+    for (std::size_t i = first; i < said.size(); ++i) {
+      const auto* message = std::get_if<output::Document::MessageItem>(&said[i]);
+      if (message != nullptr && (*message)->severity == output::Severity::kError) return;
+    }
     CommandResult command;
     exporting::ExportInput input = finisher_.ExportInputOf(session, shown, CODEBOOK_VERSION);
     if (input.dataset != nullptr) command.model = exporting::MakeCodebookModel(input);

@@ -41,8 +41,10 @@ def frame_columns(df: pd.DataFrame, value_labels, missing, labels, levels) -> li
         if unknown:
             raise ValueError(f"{option}: the frame has no column {', '.join(map(repr, unknown))}")
     described = []
-    for column in df.columns:
-        series = df[column]
+    # By position: a frame may hold two columns of one name, which the
+    # library then refuses by name.
+    for position, column in enumerate(df.columns):
+        series = df.iloc[:, position]
         name = str(column)
         wanted = {
             "name": name,
