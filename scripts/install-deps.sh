@@ -12,7 +12,7 @@ packages=(
   libxlsxwriter-dev python3-openpyxl
   # The Python and R packages (python/, r/) and their tests.
   python3-dev python3-pybind11 python3-numpy python3-pandas python3-pytest python3-setuptools python3-pip
-  r-base-dev r-cran-rcpp r-cran-testthat
+  r-base-dev r-cran-rcpp r-cran-testthat r-cran-jsonlite
 )
 # The browser test of the HTML output and the fuzzer are optional locally and
 # installed when asked (CI asks).

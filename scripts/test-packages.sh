@@ -23,3 +23,12 @@ if [[ -x $python ]] && $python -c "import pybind11, pandas, numpy, pytest, setup
 else
   echo "skipped: the Python package (needs python3-pybind11 python3-pandas python3-numpy python3-pytest)"
 fi
+
+if command -v Rscript >/dev/null && Rscript -e 'for (p in c("Rcpp", "testthat", "jsonlite")) stopifnot(requireNamespace(p, quietly = TRUE))' >/dev/null 2>&1; then
+  echo "== the R package, installed with R CMD INSTALL =="
+  mkdir -p "$scratch/r"
+  R CMD INSTALL --clean --no-test-load -l "$scratch/r" r >"$scratch/r-install.log" 2>&1 || { cat "$scratch/r-install.log"; exit 1; }
+  (cd r/tests && R_LIBS="$scratch/r" Rscript testthat.R)
+else
+  echo "skipped: the R package (needs r-base-dev r-cran-rcpp r-cran-testthat r-cran-jsonlite)"
+fi

@@ -1,0 +1,78 @@
+# Every shared fixture read through the package: its data frames hold the
+# fixture's truth and say what the program's dictionary CSV says.
+
+test_that("every fixture's dictionary, statistics and counts are its truth", {
+  files <- fixture_files()
+  expect_gt(length(files), 10)
+  read_any <- 0
+  for (path in files) {
+    book <- read_fixture(path)
+    if (is.null(book)) next
+    read_any <- read_any + 1
+    truth <- truth_of(path)
+    where <- basename(path)
+    v <- book$variables
+    expect_identical(v$name, vapply(truth$variables, function(x) x$name, ""), label = where)
+    expect_equal(book$file$cases, truth$case_count, label = where)
+    for (want in truth$variables) {
+      got <- v[v$name == want$name, ]
+      expect_equal(got$position, want$position, label = paste(where, want$name))
+      expect_identical(got$type, want$type, label = paste(where, want$name))
+      if (is.null(want$label)) expect_true(is.na(got$label)) else expect_identical(got$label, want$label)
+      if (!is.null(want$measure)) expect_identical(got$measure, want$measure, label = paste(where, want$name))
+    }
+    weighted <- !is.na(book$file$weight)
+    stats <- if (!weighted && !is.null(truth$stats_unweighted)) truth$stats_unweighted else truth$stats
+    if (truth$case_count == 0) next
+    for (name in intersect(names(stats), v$name)) {
+      got <- v[v$name == name, ]
+      want <- stats[[name]]
+      expect_true(same_number(got$valid, want$valid), label = paste(where, name, "valid"))
+      expect_true(same_number(got$missing, want$missing), label = paste(where, name, "missing"))
+      if (!is.na(got$mean)) expect_true(same_number(got$mean, want$mean), label = paste(where, name, "mean"))
+      if (!is.na(got$std_dev)) expect_true(same_number(got$std_dev, want$sd), label = paste(where, name, "sd"))
+    }
+    values <- book$values
+    for (i in seq_len(nrow(values))) {
+      name <- values$variable[i]
+      value <- values$value[[i]]
+      if (!(name %in% names(stats)) || values$system_missing[i] || is.null(value) || is.na(values$count[i])) next
+      counts <- stats[[name]]$counts
+      keys <- vapply(counts, function(pair) if (is.character(pair[[1]])) sub(" +$", "", pair[[1]]) else
+        format(pair[[1]], digits = 17), "")
+      key <- if (is.character(value)) sub(" +$", "", value) else format(value, digits = 17)
+      want <- if (key %in% keys) counts[[match(key, keys)]][[2]] else 0
+      expect_true(same_number(values$count[i], want), label = paste(where, name, key))
+    }
+  }
+  expect_gt(read_any, 10)
+})
+
+test_that("the variables frame is the program's dictionary CSV", {
+  skip_if_not(file.exists(program), "no program")
+  numbers <- c("valid", "missing", "mean", "std_dev", "percentile_25", "median", "percentile_75")
+  for (path in fixture_files()) {
+    book <- read_fixture(path)
+    if (is.null(book)) next
+    csv_text <- system2(program, c("-q", "-f", "dictionary", shQuote(path)), stdout = TRUE, stderr = FALSE)
+    Encoding(csv_text) <- "UTF-8"
+    csv <- read.csv(text = csv_text, colClasses = "character", check.names = FALSE, na.strings = character(),
+                    encoding = "UTF-8")
+    expect_identical(names(book$variables), names(csv), label = basename(path))
+    # The package's own rendering of the same facts is the program's, byte for byte.
+    expect_identical(render_codebook(book, "dictionary"), paste0(paste(csv_text, collapse = "\n"), "\n"),
+                     label = basename(path))
+    for (column in setdiff(names(csv), numbers)) {
+      got <- book$variables[[column]]
+      got <- ifelse(is.na(got), "", as.character(got))
+      expect_identical(got, csv[[column]], label = paste(basename(path), column))
+    }
+    for (column in numbers) {
+      plain <- suppressWarnings(as.numeric(csv[[column]]))
+      shown <- !is.na(plain)
+      expect_equal(book$variables[[column]][shown], plain[shown], tolerance = 1e-12,
+                   label = paste(basename(path), column))
+      expect_true(all(is.na(book$variables[[column]][csv[[column]] == ""])), label = paste(basename(path), column))
+    }
+  }
+})
