@@ -224,6 +224,14 @@ class TestProgressAndInterrupt:
         with pytest.raises(dscodebook.CodebookError, match="interrupted"):
             dscodebook.from_frame(df, progress=lambda read, total: read < 10_000)
 
+    def test_an_exception_of_the_progress_function_stops_the_pass_and_is_raised(self):
+        def progress(read, total):
+            raise LookupError("from the callback")
+
+        with pytest.raises(LookupError, match="from the callback"):
+            dscodebook.from_frame(big_frame(50_000), progress=progress)
+        assert dscodebook.from_frame(big_frame(10), overview=False).file["cases"] == 10
+
     def test_ctrl_c_stops_a_long_pass_and_the_process_stays_usable(self):
         if threading.current_thread() is not threading.main_thread():
             pytest.skip("signals reach only the main thread")
