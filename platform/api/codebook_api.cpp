@@ -1,6 +1,7 @@
 #include "platform/api/codebook_api.h"
 
 #include <dlfcn.h>
+#include <iconv.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -236,6 +237,29 @@ class Runner {
 
 }  // namespace
 
+namespace {
+
+// An encoding the converter does not know is the caller's mistake, refused
+// as the program refuses it, not the file's (whose reader would warn and
+// use the file's own).
+bool RefusedEncoding(const RunOptions& options, RunResult& result) {
+  if (options.encoding.empty()) return false;
+  const iconv_t converter = ::iconv_open("UTF-8", options.encoding.c_str());
+  if (converter != reinterpret_cast<iconv_t>(-1)) {
+    ::iconv_close(converter);
+    return false;
+  }
+  Message message;
+  message.severity = output::Severity::kError;
+  message.text = "unknown encoding '" + OneLine(options.encoding) + "' (see iconv --list)";
+  message.printed = "codebook: " + message.text;
+  result.messages.push_back(message);
+  result.status = session::kExitUsage;
+  return true;
+}
+
+}  // namespace
+
 std::string RunResult::ErrorText() const {
   std::string text;
   for (const Message& message : messages) {
@@ -248,6 +272,7 @@ std::string RunResult::ErrorText() const {
 }
 
 RunResult ReadFile(const std::string& path, const RunOptions& options) {
+  if (RunResult refused; RefusedEncoding(options, refused)) return refused;
   Runner runner(options, true, false);
   runner.Name(path);
   const report::DistributionScope distributions(runner.Distributions());
@@ -257,6 +282,7 @@ RunResult ReadFile(const std::string& path, const RunOptions& options) {
 }
 
 RunResult RunSyntax(const std::string& text, const RunOptions& options, const std::string& folder) {
+  if (RunResult refused; RefusedEncoding(options, refused)) return refused;
   Runner runner(options, false, false);
   const report::DistributionScope distributions(runner.Distributions());
   session::SyntaxOrigin origin;

@@ -98,6 +98,17 @@ class TestOptions:
         assert hidden["values"] != ""
         assert book.values[book.values["variable"] == "q_d1"]["count"].isna().all()
 
+    def test_an_encoding_read_instead_of_the_files_and_an_unknown_one_refused(self):
+        path = FIXTURES / "fx08_cp1252.sav"
+        truth = truth_of(path)
+        assert quiet_read(path).file["label"] == truth["file_label"]
+        latin1 = quiet_read(path, encoding="ISO-8859-1")
+        assert latin1.file["encoding"] == "ISO-8859-1"
+        assert latin1.file["label"] != truth["file_label"] and latin1.file["label"].startswith("Übersicht")
+        with pytest.raises(dscodebook.CodebookError, match="unknown encoding 'NO-SUCH'") as raised:
+            dscodebook.read(path, encoding="NO-SUCH")
+        assert raised.value.status == 2
+
     def test_statistics_subcommand(self):
         book = quiet_read(LABELLED, variables=["longlabel"], statistics="MEAN")
         row = book.variables.iloc[0]
