@@ -90,13 +90,22 @@ class TestOptions:
         assert off.values["unweighted_count"].isna().all()
 
     def test_variables_maxcats_and_hide(self):
-        book = quiet_read(LABELLED, variables="nolabel q_d1", maxcats=3, hide=["q_d1"])
-        assert list(book.variables["name"]) == ["nolabel", "q_d1"]
-        listed = book.values[(book.values["variable"] == "nolabel") & ~book.values["missing"]]
-        assert listed["count"].isna().all() or len(listed) <= 5
-        hidden = book.variables.set_index("name").loc["q_d1"]
-        assert hidden["values"] != ""
-        assert book.values[book.values["variable"] == "q_d1"]["count"].isna().all()
+        truth = truth_of(LABELLED)["stats"]
+        plain = quiet_read(LABELLED, variables="nolabel q_d1")
+        assert list(plain.variables["name"]) == ["nolabel", "q_d1"]
+        counted = plain.values[plain.values["variable"] == "nolabel"]
+        assert dict(zip(counted["value"], counted["count"])) == {v: c for v, c in truth["nolabel"]["counts"]}
+        # Five values are past MAXCATS=3: the labels are listed, uncounted.
+        capped = quiet_read(LABELLED, variables=["nolabel"], maxcats=3)
+        listed = capped.values[capped.values["variable"] == "nolabel"]
+        assert list(listed["label"]) == list(counted["label"]) and listed["count"].isna().all()
+        hidden = quiet_read(LABELLED, variables="nolabel q_d1", hide=["q_d1"])
+        row = hidden.variables.set_index("name").loc["q_d1"]
+        assert row["values"].startswith("values hidden")
+        assert hidden.values[hidden.values["variable"] == "q_d1"]["count"].isna().all()
+        assert hidden.values[hidden.values["variable"] == "nolabel"]["count"].notna().all()
+        with pytest.warns(dscodebook.CodebookWarning, match="no variable nosuch"):
+            dscodebook.read(LABELLED, variables=["nolabel"], hide="nosuch")
 
     def test_an_encoding_read_instead_of_the_files_and_an_unknown_one_refused(self):
         path = FIXTURES / "fx08_cp1252.sav"
