@@ -246,7 +246,9 @@ class DdiWriter {
 
   void MissingValues(const data::Variable& variable) {
     const data::MissingValues& missing = variable.Missing();
-    if (missing.Empty()) return;
+    // Extended missing codes are no declared range: their categories say
+    // they are missing.
+    if (!missing.DeclaresValues()) return;
     xml_.Open("invalrng");
     for (const double value : missing.Discrete()) xml_.Empty("item", {{"VALUE", NumberText(value)}});
     for (const std::string& value : missing.StringValues()) xml_.Empty("item", {{"VALUE", value}});

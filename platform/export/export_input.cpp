@@ -3,9 +3,12 @@
 #include <charconv>
 #include <cmath>
 
+#include "platform/data/extended_missing.h"
+
 namespace codebook::exporting {
 
 std::string NumberText(double value) {
+  if (const char code = data::ExtendedMissingCode(value)) return data::ExtendedMissingText(code);
   if (std::isnan(value)) return "NaN";
   if (std::isinf(value)) return value > 0 ? "INF" : "-INF";
   char text[32];

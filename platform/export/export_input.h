@@ -30,7 +30,8 @@ struct ExportInput {
 // values it has, when the tally knows.
 std::string HiddenValuesText(const ValueTally* tally, int index);
 
-// A number as short as it can be written and read back unchanged.
+// A number as short as it can be written and read back unchanged; an
+// extended missing code as ".a".
 std::string NumberText(double value);
 
 // The measurement level's name ("nominal", "ordinal", "scale", "unknown")
