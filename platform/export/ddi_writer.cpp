@@ -107,7 +107,9 @@ class DdiWriter {
     if (dataset.GetCaseCount() >= 0) xml_.Text("caseQnty", std::to_string(dataset.GetCaseCount()));
     xml_.Text("varQnty", std::to_string(dataset.ColumnCount()));
     xml_.Close();
-    xml_.Text("fileType", LayoutName(input_.fileInfo.compression), {{"charset", input_.fileInfo.encoding}});
+    const std::string& format = input_.fileInfo.format;
+    xml_.Text("fileType", format.empty() ? LayoutName(input_.fileInfo.compression) : format,
+              {{"charset", input_.fileInfo.encoding}});
     xml_.Close();
     for (const DSDocument& document : dataset.GetDocumentList()) {
       std::string text;
