@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/data/data_error.h"
+#include "platform/data/extended_missing.h"
 #include "platform/data/sav/bytecode_decoder.h"
 #include "platform/data/sav/data_stream.h"
 #include "platform/data/sav/file_error.h"
@@ -26,6 +27,13 @@ namespace {
 constexpr std::size_t kBlockBytes = 256 * 1024;
 constexpr std::size_t kWindowBytes = 1024 * 1024;
 constexpr std::uint64_t kSysmisBits = 0xFFEFFFFFFFFFFFFFull;
+// A valid value inside the band of extended missing codes is lowered below
+// it, so that it is never taken for one (platform/data/extended_missing.h).
+constexpr std::uint64_t kBandFirstBits = std::bit_cast<std::uint64_t>(*ExtendedMissingValue('a'));
+constexpr std::uint64_t kBelowBandBits = std::bit_cast<std::uint64_t>(kBelowReservedBand);
+static_assert(kBandFirstBits == kBelowBandBits + 1);
+
+constexpr std::uint64_t OutOfBand(std::uint64_t bits) { return bits - kBandFirstBits < 64 ? kBelowBandBits : bits; }
 
 bool HasHighByte(const std::uint8_t* p, std::size_t n) {
   std::size_t i = 0;
@@ -152,7 +160,7 @@ class SavCaseStream final : public CaseStream {
         if (numeric[slot] != 0) {
           if (swap) bits = __builtin_bswap64(bits);
           const bool nan = (bits & 0x7FFFFFFFFFFFFFFFull) > 0x7FF0000000000000ull;
-          bits = (nan || bits == declared) ? kSysmisBits : bits;
+          bits = (nan || bits == declared) ? kSysmisBits : OutOfBand(bits);
         }
         std::memcpy(columns[slot]++, &bits, 8);
         if (++slot == S) {
@@ -307,7 +315,7 @@ class SavCaseStream final : public CaseStream {
   }
   std::uint64_t NumberBits(std::uint64_t bits) const {
     if (plan_->bigEndian) bits = __builtin_bswap64(bits);
-    return IsSysmis(bits) ? kSysmisBits : bits;
+    return IsSysmis(bits) ? kSysmisBits : OutOfBand(bits);
   }
 
   // Converts the next `k` cases of the block (k <= kTile) and writes them to
@@ -348,7 +356,7 @@ class SavCaseStream final : public CaseStream {
     const auto number = [declared](std::uint64_t bits) {
       if (kSwap) bits = __builtin_bswap64(bits);
       const bool nan = (bits & 0x7FFFFFFFFFFFFFFFull) > 0x7FF0000000000000ull;
-      return (nan || bits == declared) ? kSysmisBits : bits;
+      return (nan || bits == declared) ? kSysmisBits : OutOfBand(bits);
     };
     for (std::size_t c = 0; c < cells; ++c) {
       OBS* __restrict column = batch.Column(c) + at;
