@@ -10,12 +10,13 @@ const char* const kUsage =
     "       codebook [options] -x SYNTAX-FILE\n"
     "       codebook [options] --demo [CODEBOOK arguments...]\n"
     "\n"
-    "Writes the data dictionary (codebook) of dataset files (.sav, .zsav).\n"
+    "Writes the data dictionary (codebook) of dataset files: .sav and .zsav,\n"
+    "Stata .dta, SAS .sas7bdat and SAS transport .xpt (chosen by their contents).\n"
     "The CODEBOOK arguments are the command's variable list and subcommands,\n"
     "for example:  codebook survey.sav age income '$brands' /STATISTICS COUNT MEAN\n"
     "FILE - reads the dataset from standard input. Further files after the\n"
-    "first are taken while their names end in .sav or .zsav; each gets its own\n"
-    "part of the output, introduced by its name.\n"
+    "first are taken while their names end in .sav, .zsav, .dta, .sas7bdat or\n"
+    ".xpt; each gets its own part of the output, introduced by its name.\n"
     "\n"
     "options:\n"
     "  -x, --syntax FILE   run a syntax file (GET FILE, WEIGHT, FILTER, N OF CASES, CODEBOOK)\n"
@@ -35,7 +36,10 @@ const char* const kUsage =
     "                      terminal's width or $COLUMNS; 0: no limit)\n"
     "  -w, --weight VAR    weight the cases by VAR (overrides the file's weight)\n"
     "      --encoding NAME read the file's text in NAME (e.g. windows-1252), whatever\n"
-    "                      code page the file declares\n"
+    "                      code page the file declares (.dta before release 118:\n"
+    "                      windows-1252 unless given)\n"
+    "      --catalog FILE  the format catalog (.sas7bcat) of a .sas7bdat file (default:\n"
+    "                      one beside it)\n"
     "      --demo          use the bundled demo dataset\n"
     "      --version       print the version and exit\n"
     "  -h, --help          print this help and exit\n"
@@ -58,14 +62,18 @@ bool EndsWith(const std::string& text, const std::string& suffix) {
 
 // Arguments after the first dataset that are datasets too. A variable name
 // cannot be "-" and rarely ends in ".sav"; "--" before the CODEBOOK
-// arguments settles any doubt.
+// arguments settles any doubt. (The reader goes by a file's contents; only
+// here does the name count.)
 bool LooksLikeDataset(const std::string& argument) {
   const std::string lower = Lower(argument);
-  return argument == kStandardStream || EndsWith(lower, ".sav") || EndsWith(lower, ".zsav");
+  for (const char* extension : {".sav", ".zsav", ".dta", ".sas7bdat", ".xpt"}) {
+    if (EndsWith(lower, extension)) return true;
+  }
+  return argument == kStandardStream;
 }
 
 // The options that take a value, by every name they go by.
-enum class Valued { kNone, kSyntax, kOutput, kWeight, kFormat, kWidth, kEncoding, kHideValues };
+enum class Valued { kNone, kSyntax, kOutput, kWeight, kFormat, kWidth, kEncoding, kCatalog, kHideValues };
 
 Valued ValuedOption(const std::string& name) {
   if (name == "-x" || name == "--syntax") return Valued::kSyntax;
@@ -74,6 +82,7 @@ Valued ValuedOption(const std::string& name) {
   if (name == "-f" || name == "--format") return Valued::kFormat;
   if (name == "--width") return Valued::kWidth;
   if (name == "--encoding") return Valued::kEncoding;
+  if (name == "--catalog") return Valued::kCatalog;
   if (name == "--hide-values") return Valued::kHideValues;
   return Valued::kNone;
 }
@@ -85,6 +94,7 @@ bool ApplyValue(Options& options, Valued option, const std::string& name, const 
     case Valued::kOutput: options.outputFile = value; return true;
     case Valued::kWeight: options.weight = value; return true;
     case Valued::kEncoding: options.encoding = value; return true;
+    case Valued::kCatalog: options.catalog = value; return true;
     case Valued::kHideValues: options.hideValues = value; return true;
     case Valued::kFormat: {
       options.formatGiven = true;

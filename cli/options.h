@@ -30,6 +30,7 @@ struct Options {
   std::string outputFile;                 // -o; empty or "-": standard output
   std::string weight;                     // --weight
   std::string encoding;                   // --encoding
+  std::string catalog;                    // --catalog: a .sas7bdat file's format catalog
   int width = -1;                         // --width; -1: the terminal's
   bool alerts = false;                    // --alerts: data-quality alerts in text and Markdown
   std::string hideValues;                 // --hide-values VARLIST|auto

@@ -230,6 +230,7 @@ class Run::Impl {
     session::SessionOptions result;
     result.progress = ::isatty(STDERR_FILENO) != 0;
     result.encoding = options_.encoding;
+    result.catalog = options_.catalog;
     result.holdMessages = streaming_;
     // A dictionary-only file exports its dictionary; its codebook is the
     // procedure's error.

@@ -90,7 +90,8 @@ ReadResult OpenDatasetFile(const std::string& path, const ReadOptions& options) 
     const std::filesystem::path absolute = std::filesystem::absolute(path, error);
     fileSpec = error ? path : absolute.lexically_normal().string();
   }
-  return Read(sav::OpenFileSource(path, options.name), options, std::move(fileSpec), path);
+  return Read(sav::OpenFileSource(path, options.name), options, std::move(fileSpec),
+              options.catalogBeside ? path : std::string());
 }
 
 ReadResult ReadDatasetBytes(std::vector<std::uint8_t> bytes, const std::string& name, const ReadOptions& options) {

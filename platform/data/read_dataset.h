@@ -45,8 +45,9 @@ struct ReadOptions {
   // absolute, whatever the user typed).
   std::optional<std::string> fileSpec;
   // A .sas7bdat file's format catalog (.sas7bcat) for its value labels;
-  // empty: a catalog beside the file, when there is one.
+  // empty: a catalog beside the file, when there is one and catalogBeside.
   std::string catalog;
+  bool catalogBeside = true;
 };
 
 enum class FileCompression { kNone = 0, kBytecode = 1, kZlib = 2 };
