@@ -4,3 +4,8 @@ codebook_add_test(formats_fixtures_test
   SOURCES formats_fixtures_test.cpp
   LIBS cb_data)
 add_dependencies(formats_fixtures_test codebook codebook_module)
+
+# The readers on files made here: every .dta release and byte order.
+codebook_add_test(formats_reader_test
+  SOURCES dta_releases_test.cpp
+  LIBS cb_data)
