@@ -39,6 +39,9 @@ std::vector<std::uint8_t> ReadRange(const sav::ByteSource& source, std::uint64_t
 
 void Expect(ByteCursor& cursor, std::string_view tag, const sav::ByteSource& source) {
   if (!cursor.Consume(tag)) {
+    if (cursor.Remaining() < tag.size() && cursor.Position() + tag.size() > source.Size()) {
+      throw FileError(source.Name(), "the file ends inside " + cursor.What());
+    }
     throw FileError(source.Name(), "expected " + std::string(tag) + " at byte " + std::to_string(cursor.Position()) +
                                        " of " + cursor.What());
   }

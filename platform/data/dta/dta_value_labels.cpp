@@ -97,8 +97,13 @@ std::vector<RawLabelTable> ReadValueLabelTables(const sav::ByteSource& source, c
   std::uint64_t at = layout.labelsBegin;
   for (;;) {
     if (tagged) {
-      const auto end = ReadBytes(source, at, std::min<std::uint64_t>(15, source.Size() - std::min(source.Size(), at)));
-      if (ByteCursor(end, false, "the value labels").Consume("</value_labels>")) break;
+      const auto end = ReadBytes(source, at, std::min<std::uint64_t>(27, source.Size() - std::min(source.Size(), at)));
+      ByteCursor c(end, false, "the value labels");
+      if (c.Consume("</value_labels>")) {
+        // The closing tag of the file is the last sign that it is whole.
+        if (!c.Consume("</stata_dta>")) throw FileError(source.Name(), "the file ends before </stata_dta>");
+        break;
+      }
     } else if (layout.labelsEnd - at < headSize) {
       // Before 117 the tables run to the end of the file; a few stray bytes
       // after the last are no table.

@@ -79,6 +79,7 @@ class LayoutReader {
     c.Seek(216 + a1 + a2);
     layout_.release = std::string(UpToNul(c.Text(8)));
     const std::uint64_t size = source_.Size();
+    if (layout_.headerLength > size) Fail("the file ends inside its header of " + std::to_string(layout_.headerLength) + " bytes");
     if (layout_.headerLength < 288 || layout_.headerLength > size || layout_.pageSize < 64 ||
         layout_.pageSize > (64u << 20)) {
       Fail("a header length of " + std::to_string(layout_.headerLength) + " and pages of " +
