@@ -137,7 +137,10 @@ SasDisplay MapSasFormat(const SasFormat& f, bool isString, int stringWidth) {
     if (StartsWithAny(n, {"E8601", "IS8601", "B8601"})) {
       d.format = VELA_Format(VELA_Format::YMDHMS, 19, 0);
     } else {
-      d.format = Fitted(VELA_Format::DATETIME, n == "DATETIME" && w != 0 ? w : 20, n == "DATETIME" ? f.decimals : 0);
+      // Decimals of seconds need their room: DATETIME22.3 shows as 24.3.
+      const int decimals = n == "DATETIME" ? f.decimals : 0;
+      const int width = std::max(n == "DATETIME" && w != 0 ? w : 20, decimals > 0 ? 21 + decimals : 0);
+      d.format = Fitted(VELA_Format::DATETIME, width, decimals);
     }
     return d;
   }
