@@ -186,7 +186,7 @@ void StringCellWriter::Put(std::string_view value, CaseBatch& batch, std::size_t
     return;
   }
   padded_.assign(cells * 8, ' ');
-  std::memcpy(padded_.data(), value.data(), n);
+  if (n > 0) std::memcpy(padded_.data(), value.data(), n);
   for (std::size_t k = 0; k < cells; ++k) std::memcpy(batch.Column(firstCell + k)[record].c, padded_.data() + 8 * k, 8);
 }
 
