@@ -1,6 +1,7 @@
 // Extended missing values: the codes .a to .z of .dta files and ._, .A to .Z
 // of the SAS formats. Each code is a distinct number that nothing else can
-// be: one of the 64 largest finite doubles. So a code is an ordinary number
+// be: one of the 64 largest finite doubles (the largest itself is not used,
+// being the "highest" value of missing ranges). So a code is an ordinary number
 // to everything that only stores, compares, sorts and hashes numbers (it
 // sorts after every valid value, the codes in their own order), and the few
 // places that must know (IsMissing, the display of values) recognise it by
@@ -22,8 +23,9 @@ namespace codebook::data {
 namespace extended_missing_detail {
 
 inline constexpr std::uint64_t kHighestBits = 0x7FEFFFFFFFFFFFFFull;  // the largest finite double
-inline constexpr std::uint64_t kBandSize = 64;
-inline constexpr std::uint64_t kFirstBits = kHighestBits - (kBandSize - 1);
+inline constexpr std::uint64_t kFirstBits = kHighestBits - 63;
+// The slots codes use: past the last, the band is free.
+inline constexpr std::uint64_t kSlots = 59;
 // Slots within the band: .a-.z at 0..25; ._ at 32 and .A-.Z at 33..58, so
 // that ._ sorts before .A as it does where these codes come from.
 inline constexpr int kLowerFirst = 0;
@@ -65,12 +67,11 @@ constexpr char ExtendedMissingCode(double value) {
 
 constexpr bool IsExtendedMissing(double value) { return ExtendedMissingCode(value) != 0; }
 
-// True for a number inside the band that no code uses, or a code: what a
+// True for a code, or a number among the codes that no code uses: what a
 // reader of plain doubles must not hand on as a valid value.
 constexpr bool InReservedBand(double value) {
   using namespace extended_missing_detail;
-  const auto bits = std::bit_cast<std::uint64_t>(value);
-  return bits >= kFirstBits && bits <= kHighestBits;
+  return std::bit_cast<std::uint64_t>(value) - kFirstBits < kSlots;
 }
 
 // The largest double below the band: where a reader puts a stored valid

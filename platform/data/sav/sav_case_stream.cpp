@@ -33,7 +33,9 @@ constexpr std::uint64_t kBandFirstBits = std::bit_cast<std::uint64_t>(*ExtendedM
 constexpr std::uint64_t kBelowBandBits = std::bit_cast<std::uint64_t>(kBelowReservedBand);
 static_assert(kBandFirstBits == kBelowBandBits + 1);
 
-constexpr std::uint64_t OutOfBand(std::uint64_t bits) { return bits - kBandFirstBits < 64 ? kBelowBandBits : bits; }
+constexpr std::uint64_t OutOfBand(std::uint64_t bits) {
+  return InReservedBand(std::bit_cast<double>(bits)) ? kBelowBandBits : bits;
+}
 
 bool HasHighByte(const std::uint8_t* p, std::size_t n) {
   std::size_t i = 0;

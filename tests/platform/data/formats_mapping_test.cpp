@@ -12,7 +12,10 @@
 #include "platform/data/dta/dta_mapping.h"
 #include "platform/data/extended_missing.h"
 #include "platform/data/sas/sas_formats.h"
+#include "platform/data/read_dataset.h"
 #include "platform/data/sas/sas_numbers.h"
+#include "platform/data/sav/write_dataset.h"
+#include "testing/dataset_builder.h"
 #include "platform/data/time_origin.h"
 #include "platform/data/variable.h"
 #include "platform/output/format/value_format.h"
@@ -215,6 +218,25 @@ TEST(ExtendedMissing, DistinctAfterEveryValueInTheirOrderAndShownAsCodes) {
   EXPECT_EQ(coded.IsMissing(&valid), 0);
   EXPECT_FALSE(coded.Missing().Empty());
   EXPECT_FALSE(coded.Missing().DeclaresValues());
+}
+
+// A .sav file can store any double: one inside the band is read as the
+// largest double below it, never as a code.
+TEST(ExtendedMissing, NoValidValueOfASavFilePassesForACode) {
+  const double inBand = *ExtendedMissingValue('q');
+  DatasetBuilder b;
+  b.Numeric("x");
+  b.Cases({{inBand}, {1.7976931348623157e308}, {2.0}});
+  const auto dataset = b.Build();
+  for (const FileCompression compression : {FileCompression::kNone, FileCompression::kBytecode}) {
+    WriteOptions options;
+    options.compression = compression;
+    const ReadResult read = ReadDatasetBytes(WriteDatasetBytes(*dataset, options), "band.sav");
+    auto stream = read.dataset->OpenCases();
+    EXPECT_EQ(stream->Next()->d, kBelowReservedBand);
+    EXPECT_EQ(stream->Next()->d, 1.7976931348623157e308);
+    EXPECT_EQ(stream->Next()->d, 2.0);
+  }
 }
 
 TEST(DefaultLevel, LabelsOfValidValuesMakeACode) {
