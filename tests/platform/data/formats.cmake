@@ -1,7 +1,7 @@
 # Tests of the .dta, .sas7bdat and .xpt readers; those that run the program
 # need it and the procedure module built.
 codebook_add_test(formats_fixtures_test
-  SOURCES formats_fixtures_test.cpp formats_malformed_test.cpp
+  SOURCES formats_fixtures_test.cpp formats_malformed_test.cpp formats_program_test.cpp
   LIBS cb_data)
 add_dependencies(formats_fixtures_test codebook codebook_module)
 

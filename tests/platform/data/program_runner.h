@@ -35,18 +35,19 @@ inline std::string ReadWhole(const std::filesystem::path& path) {
   return text.str();
 }
 
-// `input` is what standard input reads (a shell redirection or pipe source
-// placed before the program: "cat file |"), empty for /dev/null.
+// `input` is what standard input reads: a pipe's source ("cat file |"), a
+// redirection ("<file"), or empty for /dev/null.
 inline ProgramResult RunProgram(const std::vector<std::string>& arguments, const std::string& input = "") {
   static int serial = 0;
   const std::filesystem::path folder = std::filesystem::temp_directory_path();
   const std::string stem = "codebook-formats-" + std::to_string(getpid()) + "-" + std::to_string(serial++);
   const std::filesystem::path out = folder / (stem + ".out");
   const std::filesystem::path err = folder / (stem + ".err");
-  std::string command = input.empty() ? std::string() : input + " ";
+  const bool pipe = !input.empty() && input.back() == '|';
+  std::string command = pipe ? input + " " : std::string();
   command += ShellQuote(std::string(CODEBOOK_BINARY_DIR) + "/bin/codebook");
   for (const std::string& argument : arguments) command += " " + ShellQuote(argument);
-  if (input.empty()) command += " </dev/null";
+  if (!pipe) command += " " + (input.empty() ? std::string("</dev/null") : input);
   command = "(" + command + ") >" + ShellQuote(out.string()) + " 2>" + ShellQuote(err.string());
   const int raw = std::system(command.c_str());
   ProgramResult result;
