@@ -313,7 +313,6 @@ class Writer {
   }
 
   void Descriptors(bool tagged) {
-    const std::size_t labelSize = tagged ? sizes_.variableLabel : sizes_.variableLabel;
     for (const Column& c : columns_) out_.Fixed(Encode(c.variable->Name()), sizes_.name, "a name");
     if (tagged) out_.Text("</varnames><sortlist>");
     const int sortEntry = options_.release >= 119 ? 4 : 2;
@@ -323,7 +322,7 @@ class Writer {
     if (tagged) out_.Text("</formats><value_label_names>");
     for (const Column& c : columns_) out_.Fixed(Encode(c.table), sizes_.labelName, "a table name");
     if (tagged) out_.Text("</value_label_names><variable_labels>");
-    for (const Column& c : columns_) out_.Fixed(Encode(c.variable->Label().value_or("")), labelSize, "a label");
+    for (const Column& c : columns_) out_.Fixed(Encode(c.variable->Label().value_or("")), sizes_.variableLabel, "a label");
   }
 
   void Binary() {

@@ -147,7 +147,11 @@ class Builder {
     const bool isString = raw.storage == Storage::kString || raw.storage == Storage::kStrL;
     int width = 0;
     if (raw.storage == Storage::kString) width = static_cast<int>(std::max<std::uint32_t>(raw.bytes, 1));
-    if (raw.storage == Storage::kStrL) width = static_cast<int>(std::clamp<std::uint32_t>(strls_.Longest(), 1, kLongestStrL));
+    // As wide as the longest strL stored for this variable: the cells of a
+    // case then take no more than the file holds.
+    if (raw.storage == Storage::kStrL) {
+      width = static_cast<int>(std::clamp<std::uint32_t>(strls_.LongestOf(static_cast<std::uint32_t>(i + 1)), 1, kLongestStrL));
+    }
     const DtaDisplay display = MapStataFormat(Decode(raw.format), raw.storage, width);
     std::unique_ptr<Variable> variable;
     // Text converted to UTF-8 may grow up to threefold.

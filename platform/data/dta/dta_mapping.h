@@ -43,7 +43,9 @@ struct DtaDictionary {
 };
 
 // strL values longer than this are cut to it (at a character boundary):
-// a codebook lists values, and every distinct value is held in full.
+// a codebook lists values, and every distinct value is held in full. A
+// strL variable is as wide as the longest value stored for it (a cell that
+// refers to a longer value of another variable is cut to that width).
 inline constexpr std::uint32_t kLongestStrL = 32767;
 
 DtaDictionary BuildDtaDictionary(const DtaLayout& layout, const std::vector<RawLabelTable>& tables,

@@ -74,7 +74,6 @@ StrLIndex StrLIndex::Build(const sav::ByteSource& source, const DtaLayout& layou
     e.offset = window.Offset();
     window.Skip(length);
     if (!index.entries_.empty() && !Before(index.entries_.back(), e)) sorted = false;
-    index.longest_ = std::max(index.longest_, e.length);
     index.entries_.push_back(e);
   }
   if (!sorted) std::stable_sort(index.entries_.begin(), index.entries_.end(), Before);

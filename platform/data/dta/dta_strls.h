@@ -36,11 +36,9 @@ class StrLIndex {
   std::size_t Size() const { return entries_.size(); }
   // The longest contents of the records of variable v (1-based).
   std::uint32_t LongestOf(std::uint32_t v) const;
-  std::uint32_t Longest() const { return longest_; }
 
  private:
   std::vector<Entry> entries_;  // sorted by (v, o)
-  std::uint32_t longest_ = 0;
 };
 
 // A cell's reference, as the release and byte order store it: release 117
