@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <optional>
 #include <vector>
 
 #include "platform/data/data_error.h"
@@ -55,15 +56,26 @@ class RowCaseStream final : public CaseStream {
         if (next_ == inBlock_ && !FillBlock()) break;
         const std::size_t n = std::min(inBlock_ - next_, batch.capacity() - batch.size());
         const std::size_t first = batch.Grow(n);
-        try {
-          decoder_->Decode(block_.data() + next_ * layout_.rowBytes, n, layout_.rowBytes, batch, first);
-        } catch (const DataError& e) {
-          // Cases before the damaged one are kept: the decoder says which
-          // row of the run it could not read through the case number.
-          const auto bad = static_cast<std::size_t>(std::max<std::int64_t>(e.CaseNumber(), 1) - 1);
-          batch.Truncate(first + std::min(bad, n));
-          delivered_ += static_cast<std::int64_t>(std::min(bad, n));
-          throw DataError(layout_.fileName, delivered_ + 1, Detail(e.Detail()));
+        // The decoder goes column by column: when a row is damaged, the rows
+        // before it are decoded again, whole, and kept; the damage is
+        // reported after them.
+        std::size_t good = n;
+        std::optional<DataError> damage;
+        for (;;) {
+          try {
+            if (good > 0) decoder_->Decode(block_.data() + next_ * layout_.rowBytes, good, layout_.rowBytes, batch, first);
+            break;
+          } catch (const DataError& e) {
+            // The decoder names the row of the run through the case number.
+            good = std::min(good - 1, static_cast<std::size_t>(std::max<std::int64_t>(e.CaseNumber(), 1) - 1));
+            damage = e;
+          }
+        }
+        if (damage) {
+          batch.Truncate(first + good);
+          next_ += good;
+          delivered_ += static_cast<std::int64_t>(good);
+          throw DataError(layout_.fileName, delivered_ + 1, Detail(damage->Detail()));
         }
         next_ += n;
         delivered_ += static_cast<std::int64_t>(n);

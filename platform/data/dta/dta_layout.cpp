@@ -10,17 +10,21 @@ namespace codebook::data::dta {
 DtaLayout ReadDtaLayout(const sav::ByteSource& source, sav::Warnings& warnings) {
   std::uint8_t head[11] = {};
   const std::size_t got = source.ReadAt(0, head);
+  DtaLayout layout;
   try {
     if (got == sizeof head && std::memcmp(head, "<stata_dta>", sizeof head) == 0) {
-      return detail::ReadTaggedLayout(source, warnings);
-    }
-    if (got < 4 || head[0] < 104 || head[0] > 115 || head[2] != 1) {
+      layout = detail::ReadTaggedLayout(source, warnings);
+    } else if (got < 4 || head[0] < 104 || head[0] > 115 || head[2] != 1) {
       throw FileError(source.Name(), "not a Stata .dta file of a release read here (104 to 119)");
+    } else {
+      layout = detail::ReadBinaryLayout(source, warnings);
     }
-    return detail::ReadBinaryLayout(source, warnings);
   } catch (const TruncatedInput& e) {
     throw FileError(source.Name(), e.what());
   }
+  // Offsets within a row are kept in 32 bits.
+  if (layout.rowBytes > 0xFFFFFFFFu) throw FileError(source.Name(), "a row of this file would be too large");
+  return layout;
 }
 
 std::string StorageName(Storage storage, std::uint32_t bytes) {

@@ -10,7 +10,10 @@
 #include <string>
 #include <vector>
 
+#include "platform/data/data_error.h"
 #include "platform/data/dta/dta_layout.h"
+#include "platform/data/sav/byte_source.h"
+#include "platform/data/sav/warnings.h"
 #include "platform/data/extended_missing.h"
 #include "platform/data/read_dataset.h"
 #include "testing/dataset_builder.h"
@@ -42,17 +45,17 @@ std::shared_ptr<Dataset> Sample(const Layout& layout) {
   if (codes) agree->Set(kA, "Refused");
   DatasetBuilder b;
   b.Numeric("id").Label("Case");
+  if (layout.release >= 117) b.String("essay", 3000).Label("Long");
   b.Numeric("q1").Label("First").ValueLabels(agree);
   b.Numeric("q2").Label("Second").ValueLabels(agree);
   b.Numeric("x").Label("Float");
   b.Numeric("born").Label("Date");
   b.String("city", 10).Label("City");
-  if (layout.release >= 117) b.String("essay", 3000).Label("Long");
   b.FileLabel("Every release");
   const std::string essay(2999, 'e');
   const auto row = [&](double id, double q1, double q2, double x, double born, std::string city, std::string text) {
     Row r{id, q1, q2, x, born, std::move(city)};
-    if (layout.release >= 117) r.push_back(std::move(text));
+    if (layout.release >= 117) r.insert(r.begin() + 1, std::move(text));
     b.Case(std::move(r));
   };
   row(1, 1, 2, 0.5, kLeapDay, "Zürich", essay);
@@ -160,6 +163,39 @@ TEST_P(DtaReleases, Values) {
   EXPECT_EQ(Text(cases[0], "essay"), std::string(2999, 'e'));
   EXPECT_EQ(Text(cases[1], "essay"), "short");
   EXPECT_EQ(Text(cases[2], "essay"), std::string(2999, 'e')) << "a shared strL";
+}
+
+// A strL cell of the second case that refers to no stored strL: the first
+// case is delivered, whole, in rows and in batches, then one error names
+// the second.
+TEST(DtaDamage, AStrLReferenceToNothingEndsThePassAtItsCase) {
+  const Layout layout{118, false};
+  std::vector<std::uint8_t> bytes = WriteDtaBytes(*Sample(layout), OptionsFor(layout));
+  sav::Warnings warnings;
+  const dta::DtaLayout parts = dta::ReadDtaLayout(*sav::MemorySource(bytes, "x"), warnings);
+  const std::uint64_t essay = parts.variables[0].bytes;  // after id
+  bytes[parts.dataOffset + parts.rowBytes + essay] = 0x7F;  // v of case 2: variable 127
+  const ReadResult read = ReadDatasetBytes(bytes, "damaged.dta");
+  auto stream = read.dataset->OpenCases();
+  const OBS* first = stream->Next();
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first[0].d, 1);
+  try {
+    stream->Next();
+    ADD_FAILURE() << "no error";
+  } catch (const DataError& e) {
+    EXPECT_EQ(e.CaseNumber(), 2);
+    EXPECT_NE(e.Detail().find("refers to a strL"), std::string::npos) << e.what();
+  }
+  auto batches = read.dataset->OpenCases();
+  CaseBatch batch;
+  batch.Shape(static_cast<std::size_t>(read.dataset->GetDictionary().CellsPerCase()), 64);
+  ASSERT_TRUE(batches->NextBatch(batch));
+  ASSERT_EQ(batch.cases(), 1u);
+  const Dictionary& d = read.dataset->GetDictionary();
+  EXPECT_EQ(batch.Column(static_cast<std::size_t>(d.CellOffset(d.FindVarIndex("q1"))))[0].d, 1)
+      << "a column after the strL's is decoded too";
+  EXPECT_THROW(batches->NextBatch(batch), DataError);
 }
 
 std::vector<Layout> Layouts() {
