@@ -101,4 +101,19 @@ TEST_F(FormatsProgram, AFormatCatalogIsCheckedAndItsLabelsSaidNotRead) {
   EXPECT_NE(opened.err.find("a SAS format catalog"), std::string::npos) << opened.err;
 }
 
+// The exports show an extended missing code as people write it, and count
+// it as missing.
+TEST_F(FormatsProgram, ExportsShowExtendedMissingCodes) {
+  const std::string file = (kFolder / "ff01_dta118_utf8.dta").string();
+  const auto dictionary = RunProgram({"--format", "dictionary", file, "q1"});
+  EXPECT_EQ(dictionary.status, 0) << dictionary.err;
+  EXPECT_NE(dictionary.out.find("5=Strongly agree; .a=Don't know; .b=Refused; .c=Not asked (never occurs),184,16"),
+            std::string::npos)
+      << dictionary.out;
+  const auto ddi = RunProgram({"--format", "ddi", file, "q1"});
+  EXPECT_EQ(ddi.status, 0) << ddi.err;
+  EXPECT_NE(ddi.out.find("<catgry missing=\"Y\">\n        <catValu>.a</catValu>"), std::string::npos) << ddi.out;
+  EXPECT_EQ(ddi.out.find("<invalrng>"), std::string::npos) << "the codes are no declared missing range";
+}
+
 }  // namespace
