@@ -20,12 +20,14 @@ const char* const kUsage =
     "\n"
     "options:\n"
     "  -x, --syntax FILE   run a syntax file (GET FILE, WEIGHT, FILTER, N OF CASES, CODEBOOK)\n"
-    "  -f, --format FMT    text (default), html, json, markdown, csv, or the exports\n"
+    "  -f, --format FMT    text (default), html, json, markdown, csv, pdf, or the exports\n"
     "                      ddi (DDI-Codebook 2.5 XML) and dictionary (one CSV row\n"
     "                      per variable)\n"
     "  -o, --output FILE   write the output to FILE (- for standard output); without -f,\n"
-    "                      its extension chooses the format: .txt .html .json .md,\n"
+    "                      its extension chooses the format: .txt .html .json .md .pdf,\n"
     "                      .csv (the tables), .dict.csv (the dictionary), .xml (DDI)\n"
+    "      --paper SIZE    a4 or letter, for PDF output (default: the locale's paper,\n"
+    "                      else A4)\n"
     "      --ascii         plain ASCII table borders for text output\n"
     "      --alerts        data-quality alerts after the tables of text and Markdown\n"
     "                      output (HTML and JSON always carry them)\n"
@@ -73,7 +75,7 @@ bool LooksLikeDataset(const std::string& argument) {
 }
 
 // The options that take a value, by every name they go by.
-enum class Valued { kNone, kSyntax, kOutput, kWeight, kFormat, kWidth, kEncoding, kCatalog, kHideValues };
+enum class Valued { kNone, kSyntax, kOutput, kWeight, kFormat, kWidth, kEncoding, kCatalog, kHideValues, kPaper };
 
 Valued ValuedOption(const std::string& name) {
   if (name == "-x" || name == "--syntax") return Valued::kSyntax;
@@ -84,6 +86,7 @@ Valued ValuedOption(const std::string& name) {
   if (name == "--encoding") return Valued::kEncoding;
   if (name == "--catalog") return Valued::kCatalog;
   if (name == "--hide-values") return Valued::kHideValues;
+  if (name == "--paper") return Valued::kPaper;
   return Valued::kNone;
 }
 
@@ -96,6 +99,11 @@ bool ApplyValue(Options& options, Valued option, const std::string& name, const 
     case Valued::kEncoding: options.encoding = value; return true;
     case Valued::kCatalog: options.catalog = value; return true;
     case Valued::kHideValues: options.hideValues = value; return true;
+    case Valued::kPaper:
+      options.paper = Lower(value);
+      if (options.paper == "a4" || options.paper == "letter") return true;
+      error = "unknown paper size '" + value + "' (a4 or letter)";
+      return false;
     case Valued::kFormat: {
       options.formatGiven = true;
       const std::string lower = Lower(value);
@@ -109,7 +117,7 @@ bool ApplyValue(Options& options, Valued option, const std::string& name, const 
       }
       const std::optional<output::OutputFormat> format = output::ParseOutputFormat(value);
       if (!format || *format == output::OutputFormat::kAscii) {
-        error = "unknown output format '" + value + "' (text, html, json, markdown, csv, ddi or dictionary)";
+        error = "unknown output format '" + value + "' (text, html, json, markdown, csv, pdf, ddi or dictionary)";
         return false;
       }
       options.format = *format;
@@ -143,6 +151,7 @@ std::optional<output::OutputFormat> FormatForExtension(const std::string& path) 
   if (EndsWith(lower, ".json")) return output::OutputFormat::kJson;
   if (EndsWith(lower, ".md") || EndsWith(lower, ".markdown")) return output::OutputFormat::kMarkdown;
   if (EndsWith(lower, ".csv")) return output::OutputFormat::kCsv;
+  if (EndsWith(lower, ".pdf")) return output::OutputFormat::kPdf;
   return std::nullopt;
 }
 

@@ -34,6 +34,7 @@ struct Options {
   int width = -1;                         // --width; -1: the terminal's
   bool alerts = false;                    // --alerts: data-quality alerts in text and Markdown
   std::string hideValues;                 // --hide-values VARLIST|auto
+  std::string paper;                      // --paper a4|letter; empty: the locale's, else A4
 };
 
 // Parses the arguments after the program name. Returns the options, or sets
@@ -41,7 +42,7 @@ struct Options {
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error);
 
 // The format an output file's extension asks for (.txt, .html, .json, .md,
-// .csv), if any.
+// .csv, .pdf), if any.
 std::optional<output::OutputFormat> FormatForExtension(const std::string& path);
 // Whether the extension asks for an export (.xml: DDI; .dict.csv: the
 // dictionary, where any other .csv is the tables).

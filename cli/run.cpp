@@ -19,6 +19,7 @@
 #include "cli/target_stream.h"
 #include "platform/export/ddi_writer.h"
 #include "platform/export/dictionary_csv.h"
+#include "platform/output/render/pdf/pdf_renderer.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/terminal_text.h"
 #include "platform/report/alerts.h"
@@ -43,8 +44,13 @@ int Fail(int status, const std::string& text) {
 }
 
 // Text, Markdown and CSV carry tables only: their messages go to standard
-// error. HTML and JSON documents keep them.
-bool CarriesMessages(OutputFormat format) { return format == OutputFormat::kHtml || format == OutputFormat::kJson; }
+// error. HTML, JSON and PDF documents keep them.
+bool CarriesMessages(OutputFormat format) {
+  return format == OutputFormat::kHtml || format == OutputFormat::kJson || format == OutputFormat::kPdf;
+}
+
+// The reports with pictures and a file summary at their head.
+bool IsReport(OutputFormat format) { return format == OutputFormat::kHtml || format == OutputFormat::kPdf; }
 
 void AppendItems(Document& to, const Document& from, std::size_t first, OutputFormat format) {
   const auto& items = from.Items();
@@ -85,9 +91,9 @@ int ScreenWidth(const Options& options, bool toStandardOutput) {
   return 0;
 }
 
-// The date of production: $SOURCE_DATE_EPOCH when set (reproducible
-// output), else today, as YYYY-MM-DD.
-std::string ProductionDate() {
+// The time of production: $SOURCE_DATE_EPOCH when set (reproducible
+// output), else now.
+std::time_t ProductionTime() {
   std::time_t now = std::time(nullptr);
   if (const char* epoch = std::getenv("SOURCE_DATE_EPOCH"); epoch != nullptr && *epoch != '\0') {
     long long seconds = 0;
@@ -96,6 +102,12 @@ std::string ProductionDate() {
       now = static_cast<std::time_t>(seconds);
     }
   }
+  return now;
+}
+
+// The date of production as YYYY-MM-DD.
+std::string ProductionDate() {
+  const std::time_t now = ProductionTime();
   std::tm utc{};
   gmtime_r(&now, &utc);
   char text[16];
@@ -125,7 +137,7 @@ class Run::Impl {
   // A dataset file; `heading` introduces its part when there are several.
   void Dataset(const std::string& file, bool heading) {
     if (writeFailed_) return;
-    const DistributionScope distributions(format_ == OutputFormat::kHtml ? &distributions_ : nullptr);
+    const DistributionScope distributions(IsReport(format_) ? &distributions_ : nullptr);
     if (heading) {
       Document part;
       part.Append(codebook::output::Heading{file});
@@ -172,7 +184,7 @@ class Run::Impl {
   }
 
   void Syntax(const std::string& text, const std::string& file) {
-    const DistributionScope distributions(format_ == OutputFormat::kHtml ? &distributions_ : nullptr);
+    const DistributionScope distributions(IsReport(format_) ? &distributions_ : nullptr);
     session::Session session(SessionOptions());
     current_ = &session;
     session::SyntaxOrigin origin;
@@ -210,9 +222,17 @@ class Run::Impl {
           out.write(exported_.data(), static_cast<std::streamsize>(exported_.size()));
         } else {
           combined_.SetProvenance({"codebook", CODEBOOK_VERSION, ProductionDate()});
-          codebook::output::Render(combined_, format_, out, textOptions_);
+          if (format_ == OutputFormat::kPdf) {
+            RenderPdf(out);
+          } else {
+            codebook::output::Render(combined_, format_, out, textOptions_);
+          }
         }
-        if (!buffer.Finish(error) || !target_.Commit(opened_, error)) {
+        if (!pdfError_.empty()) {
+          // Nothing of a PDF that could not be made is kept.
+          writeFailed_ = true;
+          writeError_ = pdfError_;
+        } else if (!buffer.Finish(error) || !target_.Commit(opened_, error)) {
           writeFailed_ = true;
           writeError_ = error;
         }
@@ -270,7 +290,7 @@ class Run::Impl {
     if (tally != nullptr && run->expectedCases >= 0 && tally->Cases() < run->expectedCases) tally->SetPartial();
     // Histograms first: a table whose values are hidden is replaced, and its
     // histogram goes with it.
-    if (format_ == OutputFormat::kHtml) {
+    if (IsReport(format_)) {
       codebook::report::AttachHistograms(*session.Document(), run->firstItem, run->endItem, *run->dataset, distributions_);
       DescribeFile(session, *run, tally);
     }
@@ -350,6 +370,19 @@ class Run::Impl {
     exported_ = std::move(text).str();
   }
 
+  void RenderPdf(std::ostream& out) {
+    namespace pdf = codebook::output::pdf;
+    pdf::PdfOptions pdfOptions;
+    pdfOptions.paper = options_.paper.empty() ? pdf::LocalePaper() : pdf::ParsePaper(options_.paper).value_or(pdf::Paper::kA4);
+    pdfOptions.created = ProductionTime();
+    pdfOptions.creator = std::string("codebook ") + CODEBOOK_VERSION;
+    try {
+      pdf::RenderPdf(combined_, out, pdfOptions);
+    } catch (const std::exception& failure) {
+      pdfError_ = failure.what();
+    }
+  }
+
   void Emit(const Document& document, std::size_t first, const Document& alerts = {}) {
     if (writeFailed_) return;
     Document part;
@@ -399,6 +432,7 @@ class Run::Impl {
   bool wroteSomething_ = false;
   bool writeFailed_ = false;
   std::string writeError_;
+  std::string pdfError_;
   // The session whose commands are running, for the streaming callback.
   session::Session* current_ = nullptr;
 };

@@ -8,6 +8,7 @@ packages=(
   zlib1g-dev libdeflate-dev libutf8proc-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libxml2-dev libxml2-utils
+  libcairo2-dev libpango1.0-dev fonts-dejavu-core fonts-ipafont-gothic poppler-utils
 )
 # The browser test of the HTML output and the fuzzer are optional locally and
 # installed when asked (CI asks).

@@ -95,7 +95,7 @@ TEST_F(Program, EveryUserErrorIsOneClearLineWithItsStatus) {
       {"syntax error", {good, "/STATISTICS", "COUNT", "BOGUS"}, 1, "BOGUS"},
       {"no active dataset", {"-x", Path("no_data.sps").string()}, 1, "no active dataset"},
       {"unknown option", {"--bogus", good}, 2, "--bogus"},
-      {"unknown format", {"--format", "pdf", good}, 2, "pdf"},
+      {"unknown format", {"--format", "docx", good}, 2, "docx"},
       {"no dataset", {}, 2, "no dataset file"},
       {"missing syntax file", {"-x", Path("nosuch.sps").string()}, 2, "nosuch.sps"},
       {"unwritable output", {"-o", Path("no/such/folder/out.txt").string(), good}, 2, "out.txt"},

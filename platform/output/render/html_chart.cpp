@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdio>
 
-#include "platform/output/format/value_format.h"
 #include "platform/output/render/html_escape.h"
 
 namespace codebook::output {
@@ -21,12 +20,6 @@ std::string Number(double value, const char* format) {
   char text[32];
   std::snprintf(text, sizeof text, format, value);
   return text;
-}
-
-// A value of the histogram's variable as its tables show it.
-std::string ValueText(const Histogram& histogram, double value) {
-  if (histogram.format && !histogram.format->IsString()) return FormatNumber(value, *histogram.format, FieldMode::kCell);
-  return Number(value, "%g");
 }
 
 // Chart labels are cut to what fits beside the bars.
@@ -80,20 +73,9 @@ std::vector<ChartBar> ChartBars(const TableView& view) {
 void AppendBarChart(std::string& out, const std::vector<ChartBar>& allBars, const std::string& id,
                     const std::string& title) {
   if (allBars.empty()) return;
-  // Valid categories first, missing ones apart below them.
-  std::vector<ChartBar> bars;
-  for (const ChartBar& bar : allBars) {
-    if (!bar.missing && bars.size() < static_cast<std::size_t>(ChartLayout::kMaxBars)) bars.push_back(bar);
-  }
-  const std::size_t validCount = bars.size();
-  for (const ChartBar& bar : allBars) {
-    if (bar.missing && bars.size() < static_cast<std::size_t>(ChartLayout::kMaxBars)) bars.push_back(bar);
-  }
-  const bool gap = validCount > 0 && validCount < bars.size();
-  double largest = 0;
-  for (const ChartBar& bar : bars) largest = std::max(largest, bar.percent);
-
-  const int height = static_cast<int>(bars.size()) * ChartLayout::kRowHeight + (gap ? ChartLayout::kRowHeight : 0) + 4;
+  const BarChartModel model = MakeBarChart(allBars);
+  const std::vector<ChartBar>& bars = model.bars;
+  const int height = model.Rows() * ChartLayout::kRowHeight + 4;
   out += "<svg class=\"chart\" role=\"img\" viewBox=\"0 0 " + std::to_string(ChartLayout::kWidth) + " " +
          std::to_string(height) + "\" width=\"" + std::to_string(ChartLayout::kWidth) + "\" height=\"" +
          std::to_string(height) + "\" aria-labelledby=\"" + id + "-t " + id + "-d\">";
@@ -101,19 +83,16 @@ void AppendBarChart(std::string& out, const std::vector<ChartBar>& allBars, cons
   AppendHtmlEscaped(out, title);
   out += "</title><desc id=\"" + id + "-d\">";
   for (std::size_t i = 0; i < bars.size(); ++i) {
-    if (i > 0) out += i == validCount ? "; missing: " : ", ";
+    if (i > 0) out += i == model.validCount ? "; missing: " : ", ";
     AppendHtmlEscaped(out, bars[i].label);
     out += " " + Number(bars[i].percent, "%.1f") + "%";
   }
-  if (bars.size() < allBars.size()) {
-    out += "; " + std::to_string(allBars.size() - bars.size()) + " more categories not drawn";
-  }
+  if (model.notDrawn > 0) out += "; " + std::to_string(model.notDrawn) + " more categories not drawn";
   out += "</desc>\n";
-  int y = 2;
   for (std::size_t i = 0; i < bars.size(); ++i) {
-    if (gap && i == validCount) y += ChartLayout::kRowHeight;
+    const int y = 2 + model.RowOf(i) * ChartLayout::kRowHeight;
     const ChartBar& bar = bars[i];
-    const double length = largest > 0 ? bar.percent / largest * ChartLayout::kBarWidth : 0.0;
+    const double length = model.Length(i, ChartLayout::kBarWidth);
     out += "<text x=\"" + std::to_string(ChartLayout::kLabelWidth - 6) + "\" y=\"" +
            std::to_string(y + 13) + "\" text-anchor=\"end\">";
     AppendHtmlEscaped(out, Shortened(bar.label));
@@ -122,7 +101,6 @@ void AppendBarChart(std::string& out, const std::vector<ChartBar>& allBars, cons
            Number(length, "%.2f") + "\" height=\"" + std::to_string(ChartLayout::kRowHeight - 4) +
            "\"/><text x=\"" + Number(ChartLayout::kLabelWidth + length + 4, "%.2f") + "\" y=\"" +
            std::to_string(y + 13) + "\">" + Number(bar.percent, "%.1f") + "%</text>\n";
-    y += ChartLayout::kRowHeight;
   }
   out += "</svg>\n";
 }
@@ -130,58 +108,44 @@ void AppendBarChart(std::string& out, const std::vector<ChartBar>& allBars, cons
 void AppendHistogram(std::string& out, const Histogram& histogram, const std::string& id, const std::string& title) {
   if (histogram.weights.empty()) return;
   using L = HistogramLayout;
-  double largest = 0;
-  double total = 0;
-  for (const double weight : histogram.weights) {
-    largest = std::max(largest, weight);
-    total += weight;
-  }
-  const double span = histogram.high - histogram.low;
-  const auto xOf = [&](double value) {
-    return L::kLeft + (span > 0 ? (value - histogram.low) / span * L::kPlotWidth : L::kPlotWidth / 2.0);
-  };
+  const HistogramModel model = MakeHistogram(histogram, L::kPlotWidth, L::kPlotHeight);
   out += "<svg class=\"chart histogram\" role=\"img\" viewBox=\"0 0 " + std::to_string(L::kWidth) + " " +
          std::to_string(L::kHeight) + "\" width=\"" + std::to_string(L::kWidth) + "\" height=\"" +
          std::to_string(L::kHeight) + "\" aria-labelledby=\"" + id + "-t " + id + "-d\">";
   out += "<title id=\"" + id + "-t\">";
   AppendHtmlEscaped(out, title);
-  out += "</title><desc id=\"" + id + "-d\">" + std::to_string(histogram.weights.size()) + " bins from ";
-  AppendHtmlEscaped(out, ValueText(histogram, histogram.low));
+  out += "</title><desc id=\"" + id + "-d\">" + std::to_string(model.bins.size()) + " bins from ";
+  AppendHtmlEscaped(out, model.low);
   out += " to ";
-  AppendHtmlEscaped(out, ValueText(histogram, histogram.high));
-  out += ", " + Number(total, "%g") + " valid cases (weighted)";
-  const double quartiles[] = {histogram.p25, histogram.p50, histogram.p75};
-  if (!std::isnan(histogram.p50)) {
+  AppendHtmlEscaped(out, model.high);
+  out += ", " + Number(model.total, "%g") + " valid cases (weighted)";
+  if (model.quartiles.size() == 3) {
     out += "; quartiles ";
-    AppendHtmlEscaped(out, ValueText(histogram, histogram.p25));
+    AppendHtmlEscaped(out, model.quartiles[0].text);
     out += ", ";
-    AppendHtmlEscaped(out, ValueText(histogram, histogram.p50));
+    AppendHtmlEscaped(out, model.quartiles[1].text);
     out += " and ";
-    AppendHtmlEscaped(out, ValueText(histogram, histogram.p75));
+    AppendHtmlEscaped(out, model.quartiles[2].text);
   }
   out += "</desc>\n";
-  const double barWidth = static_cast<double>(L::kPlotWidth) / static_cast<double>(histogram.weights.size());
-  for (std::size_t i = 0; i < histogram.weights.size(); ++i) {
-    const double height = largest > 0 ? histogram.weights[i] / largest * L::kPlotHeight : 0.0;
-    out += "<rect class=\"bar\" x=\"" + Number(L::kLeft + barWidth * static_cast<double>(i), "%.2f") + "\" y=\"" +
-           Number(L::kTop + L::kPlotHeight - height, "%.2f") + "\" width=\"" + Number(barWidth - 1, "%.2f") +
-           "\" height=\"" + Number(height, "%.2f") + "\" data-weight=\"" + Number(histogram.weights[i], "%.17g") +
+  for (const HistogramModel::Bin& bin : model.bins) {
+    out += "<rect class=\"bar\" x=\"" + Number(L::kLeft + bin.x, "%.2f") + "\" y=\"" +
+           Number(L::kTop + L::kPlotHeight - bin.height, "%.2f") + "\" width=\"" + Number(bin.width - 1, "%.2f") +
+           "\" height=\"" + Number(bin.height, "%.2f") + "\" data-weight=\"" + Number(bin.weight, "%.17g") +
            "\"/>\n";
   }
-  const char* names[] = {"P25", "P50", "P75"};
-  for (int q = 0; q < 3; ++q) {
-    if (std::isnan(quartiles[q])) continue;
-    const std::string x = Number(xOf(quartiles[q]), "%.2f");
+  for (const HistogramModel::Quartile& quartile : model.quartiles) {
+    const std::string x = Number(L::kLeft + quartile.x, "%.2f");
     out += "<line class=\"quartile\" x1=\"" + x + "\" x2=\"" + x + "\" y1=\"" + std::to_string(L::kTop - 4) +
            "\" y2=\"" + std::to_string(L::kTop + L::kPlotHeight) + "\"/><text x=\"" + x + "\" y=\"" +
-           std::to_string(L::kTop - 6) + "\" text-anchor=\"middle\">" + names[q] + "</text>\n";
+           std::to_string(L::kTop - 6) + "\" text-anchor=\"middle\">" + quartile.name + "</text>\n";
   }
   const int axis = L::kTop + L::kPlotHeight + 16;
   out += "<text x=\"" + std::to_string(L::kLeft) + "\" y=\"" + std::to_string(axis) + "\">";
-  AppendHtmlEscaped(out, ValueText(histogram, histogram.low));
+  AppendHtmlEscaped(out, model.low);
   out += "</text><text x=\"" + std::to_string(L::kLeft + L::kPlotWidth) + "\" y=\"" + std::to_string(axis) +
          "\" text-anchor=\"end\">";
-  AppendHtmlEscaped(out, ValueText(histogram, histogram.high));
+  AppendHtmlEscaped(out, model.high);
   out += "</text>\n</svg>\n";
 }
 

@@ -6,17 +6,10 @@
 #include <vector>
 
 #include "platform/output/document/document.h"
+#include "platform/output/render/chart_model.h"
 #include "platform/output/render/table_view.h"
 
 namespace codebook::output {
-
-// One bar: a category's label and percent, and whether it is a missing
-// value (drawn apart, after the valid ones).
-struct ChartBar {
-  std::string label;
-  double percent = 0;
-  bool missing = false;
-};
 
 // The bars of a table: the rows of its category groups ("Valid Values",
 // "Missing Values", "Multiple Response Categories") that have a percent;
@@ -30,7 +23,7 @@ struct ChartLayout {
   static constexpr int kLabelWidth = 190;
   static constexpr int kBarWidth = 250;  // the longest bar
   static constexpr int kRowHeight = 18;
-  static constexpr int kMaxBars = 40;    // more categories are left out of the picture
+  static constexpr int kMaxBars = BarChartModel::kMaxBars;
 };
 
 // Appends an accessible SVG bar chart (role="img", a title and a text

@@ -1,3 +1,4 @@
+#include <stdexcept>
 #include <string>
 
 #include "platform/output/render/renderers.h"
@@ -13,6 +14,7 @@ std::optional<OutputFormat> ParseOutputFormat(std::string_view name) {
   if (lower == "json") return OutputFormat::kJson;
   if (lower == "markdown" || lower == "md") return OutputFormat::kMarkdown;
   if (lower == "csv") return OutputFormat::kCsv;
+  if (lower == "pdf") return OutputFormat::kPdf;
   return std::nullopt;
 }
 
@@ -26,6 +28,7 @@ void Render(const Document& document, OutputFormat format, std::ostream& out, co
     case OutputFormat::kJson: RenderJson(document, out); break;
     case OutputFormat::kMarkdown: RenderMarkdown(document, out); break;
     case OutputFormat::kCsv: RenderCsv(document, out); break;
+    case OutputFormat::kPdf: throw std::logic_error("PDF output is made by pdf::RenderPdf");
   }
 }
 

@@ -37,8 +37,10 @@ void RenderCsv(const Document& document, std::ostream& out);
 // line end; for a session that shows messages as they are issued.
 void WriteMessageText(const Message& message, std::ostream& out);
 
-enum class OutputFormat { kText, kAscii, kHtml, kJson, kMarkdown, kCsv };
-// "text", "ascii", "html", "json", "markdown" (or "md"), "csv".
+// kPdf is drawn by the PDF library (platform/output/render/pdf/), which
+// only the program links: Render() does not make it.
+enum class OutputFormat { kText, kAscii, kHtml, kJson, kMarkdown, kCsv, kPdf };
+// "text", "ascii", "html", "json", "markdown" (or "md"), "csv", "pdf".
 std::optional<OutputFormat> ParseOutputFormat(std::string_view name);
 // `text` applies to the text formats (kAscii sets its ascii flag).
 void Render(const Document& document, OutputFormat format, std::ostream& out, const TextOptions& text = {});
