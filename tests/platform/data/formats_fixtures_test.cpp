@@ -303,7 +303,7 @@ TEST_P(FormatFixtures, FileInformation) {
 // Every other output is made, and the DDI export is valid.
 TEST_P(FormatFixtures, EveryOutputFormat) {
   const std::string file = GetParam().file.string();
-  for (const char* format : {"text", "html", "markdown", "csv", "ddi", "dictionary"}) {
+  for (const char* format : {"text", "html", "markdown", "csv", "pdf", "ddi", "dictionary"}) {
     SCOPED_TRACE(format);
     const bool exporting = std::string(format) == "ddi" || std::string(format) == "dictionary";
     const auto result = RunProgram({"--format", format, file});
