@@ -29,6 +29,7 @@ class Bytes {
  public:
   explicit Bytes(bool bigEndian, std::ostream* sink = nullptr) : sink_(sink), bigEndian_(bigEndian) {}
   void U8(std::uint64_t v) { out.push_back(static_cast<std::uint8_t>(v)); }
+  // A number of 1 to 8 bytes.
   void Unsigned(std::uint64_t v, int n) {
     for (int i = 0; i < n; ++i) U8(v >> (8 * (bigEndian_ ? n - 1 - i : i)));
   }
@@ -316,7 +317,7 @@ class Writer {
     for (const Column& c : columns_) out_.Fixed(Encode(c.variable->Name()), sizes_.name, "a name");
     if (tagged) out_.Text("</varnames><sortlist>");
     const int sortEntry = options_.release >= 119 ? 4 : 2;
-    out_.Unsigned(0, static_cast<int>(sortEntry * (columns_.size() + 1)));
+    for (std::size_t i = 0; i <= columns_.size(); ++i) out_.Unsigned(0, sortEntry);  // no sort order
     if (tagged) out_.Text("</sortlist><formats>");
     for (const Column& c : columns_) out_.Fixed(c.format, sizes_.format, "a format");
     if (tagged) out_.Text("</formats><value_label_names>");
