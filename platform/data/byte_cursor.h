@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "platform/data/sav/endian.h"
+#include "platform/data/sav/file_error.h"
 
 namespace codebook::data {
 
@@ -106,6 +107,19 @@ class ByteCursor {
   std::string what_;
   std::size_t at_ = 0;
 };
+
+// Runs a reader, whose errors then name the file and the format: its own
+// FileErrors, and a field that ran past the bytes read.
+template <typename Read>
+auto NamingTheFormat(const std::string& file, const char* format, Read read) -> decltype(read()) {
+  try {
+    return read();
+  } catch (const TruncatedInput& e) {
+    throw FileError(file, std::string(format) + ": " + e.what());
+  } catch (const FileError& e) {
+    throw FileError(file, std::string(format) + ": " + e.Problem());
+  }
+}
 
 // The text of a fixed field up to its first NUL.
 inline std::string_view UpToNul(std::string_view field) {

@@ -8,6 +8,7 @@
 
 #include "platform/data/data_error.h"
 #include "platform/data/sav/file_error.h"
+#include "platform/data/text/utf8.h"
 
 namespace codebook::data {
 namespace {
@@ -15,22 +16,6 @@ namespace {
 // Rows are read a block at a time: large enough that reading costs few
 // calls, small enough that a column's pass over the block stays in cache.
 constexpr std::size_t kBlockBytes = 256 * 1024;
-
-bool HasHighByte(std::string_view s) {
-  for (const char c : s) {
-    if (static_cast<unsigned char>(c) >= 0x80) return true;
-  }
-  return false;
-}
-
-// The longest prefix of at most `limit` bytes that does not split a UTF-8
-// character.
-std::size_t Utf8Prefix(std::string_view s, std::size_t limit) {
-  if (s.size() <= limit) return s.size();
-  std::size_t n = limit;
-  while (n > 0 && (static_cast<unsigned char>(s[n]) & 0xC0) == 0x80) --n;
-  return n;
-}
 
 class RowCaseStream final : public CaseStream {
  public:

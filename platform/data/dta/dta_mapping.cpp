@@ -32,15 +32,6 @@
 namespace codebook::data::dta {
 namespace {
 
-// A format of this type, its width and decimals brought within what the
-// type allows.
-VELA_Format Fitted(VELA_Format::FormatType type, int width, int decimals) {
-  const FormatTraits* traits = FindFormatTraits(type);
-  width = std::clamp(width, static_cast<int>(traits->minWidth), 40);
-  decimals = std::clamp(decimals, 0, traits->MaxDecimals(width));
-  return VELA_Format(type, width, decimals);
-}
-
 bool IsInteger(Storage storage) {
   return storage == Storage::kByte || storage == Storage::kInt || storage == Storage::kLong;
 }
@@ -63,7 +54,7 @@ DtaDisplay TimeDisplay(char unit, int width) {
     case 'm': d.format = VELA_Format(VELA_Format::MOYR, 8, 0); d.time = TimeUnit::kMonths1960; break;
     case 'q': d.format = VELA_Format(VELA_Format::QYR, 8, 0); d.time = TimeUnit::kQuarters1960; break;
     case 'h': d.format = VELA_Format(VELA_Format::MOYR, 8, 0); d.time = TimeUnit::kHalfYears1960; break;
-    default: d.format = Fitted(VELA_Format::F, std::max(width, 8), 0); break;  // %ty, %tb, %tg
+    default: d.format = FittedFormat(VELA_Format::F, std::max(width, 8), 0); break;  // %ty, %tb, %tg
   }
   return d;
 }
@@ -130,16 +121,13 @@ class Builder {
   }
 
   std::string UniqueName(std::size_t i) {
-    std::string name = Decode(layout_.variables[i].name);
-    if (!name.empty() && out_.dictionary.FindVarIndex(name) < 0) return name;
-    for (std::size_t k = i + 1;; ++k) {
-      std::string generated = "V" + std::to_string(k);
-      if (out_.dictionary.FindVarIndex(generated) < 0) {
-        warnings_.Add("names", "variable " + std::to_string(i + 1) + " has an empty or duplicate name (\"" + name +
-                                   "\"); it is called " + generated);
-        return generated;
-      }
+    const std::string wanted = Decode(layout_.variables[i].name);
+    std::string name = out_.dictionary.FreeName(wanted, i);
+    if (name != wanted) {
+      warnings_.Add("names", "variable " + std::to_string(i + 1) + " has an empty or duplicate name (\"" + wanted +
+                                 "\"); it is called " + name);
     }
+    return name;
   }
 
   void AddVariable(std::size_t i, std::uint32_t rowOffset) {
@@ -293,7 +281,7 @@ DtaDisplay MapStataFormat(std::string_view format, Storage storage, int stringWi
   }
   const bool integer = IsInteger(storage);
   const auto general = [&](int width) {
-    return integer ? Fitted(VELA_Format::F, width, 0) : Fitted(VELA_Format::G, width, 0);
+    return integer ? FittedFormat(VELA_Format::F, width, 0) : FittedFormat(VELA_Format::G, width, 0);
   };
   if (!valid) {
     d.format = general(8);
@@ -317,8 +305,8 @@ DtaDisplay MapStataFormat(std::string_view format, Storage storage, int stringWi
   const char kind = at < format.size() ? format[at] : 'g';
   const bool comma = at + 1 < format.size() && format[at + 1] == 'c';
   switch (kind) {
-    case 'f': d.format = Fitted(comma ? VELA_Format::COMMA : VELA_Format::F, width, decimals); break;
-    case 'e': d.format = Fitted(VELA_Format::E, width, decimals); break;
+    case 'f': d.format = FittedFormat(comma ? VELA_Format::COMMA : VELA_Format::F, width, decimals); break;
+    case 'e': d.format = FittedFormat(VELA_Format::E, width, decimals); break;
     default: d.format = general(width); break;
   }
   return d;

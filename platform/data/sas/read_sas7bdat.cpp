@@ -197,13 +197,7 @@ ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions
 ReadResult ReadSas7bdat(std::shared_ptr<const sav::ByteSource> source, const ReadOptions& options,
                         std::optional<std::string> fileSpec, const std::string& path) {
   const std::string name = source->Name();
-  try {
-    return Read(std::move(source), options, std::move(fileSpec), path);
-  } catch (const TruncatedInput& e) {
-    throw FileError(name, std::string(kFormat) + ": " + e.what());
-  } catch (const FileError& e) {
-    throw FileError(name, std::string(kFormat) + ": " + e.Problem());
-  }
+  return NamingTheFormat(name, kFormat, [&] { return Read(std::move(source), options, std::move(fileSpec), path); });
 }
 
 }  // namespace codebook::data::sas

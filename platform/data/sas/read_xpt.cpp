@@ -93,13 +93,7 @@ ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions
 ReadResult ReadXpt(std::shared_ptr<const sav::ByteSource> source, const ReadOptions& options,
                    std::optional<std::string> fileSpec) {
   const std::string name = source->Name();
-  try {
-    return Read(std::move(source), options, std::move(fileSpec));
-  } catch (const TruncatedInput& e) {
-    throw FileError(name, std::string(kFormat) + ": " + e.what());
-  } catch (const FileError& e) {
-    throw FileError(name, std::string(kFormat) + ": " + e.Problem());
-  }
+  return NamingTheFormat(name, kFormat, [&] { return Read(std::move(source), options, std::move(fileSpec)); });
 }
 
 }  // namespace codebook::data::sas

@@ -17,15 +17,12 @@ namespace {
 
 std::string UniqueName(const Dictionary& dictionary, const std::string& wanted, std::size_t position,
                        sav::Warnings& warnings) {
-  if (!wanted.empty() && dictionary.FindVarIndex(wanted) < 0) return wanted;
-  for (std::size_t k = position + 1;; ++k) {
-    std::string generated = "V" + std::to_string(k);
-    if (dictionary.FindVarIndex(generated) < 0) {
-      warnings.Add("names", "variable " + std::to_string(position + 1) + " has an empty or duplicate name (\"" +
-                                wanted + "\"); it is called " + generated);
-      return generated;
-    }
+  std::string name = dictionary.FreeName(wanted, position);
+  if (name != wanted) {
+    warnings.Add("names", "variable " + std::to_string(position + 1) + " has an empty or duplicate name (\"" + wanted +
+                              "\"); it is called " + name);
   }
+  return name;
 }
 
 class SasDecoder final : public RowDecoder {

@@ -25,13 +25,6 @@
 namespace codebook::data::sas {
 namespace {
 
-VELA_Format Fitted(VELA_Format::FormatType type, int width, int decimals) {
-  const FormatTraits* traits = FindFormatTraits(type);
-  width = std::clamp(width, static_cast<int>(traits->minWidth), 40);
-  decimals = std::clamp(decimals, 0, traits->MaxDecimals(width));
-  return VELA_Format(type, width, decimals);
-}
-
 bool OneOf(const std::string& name, std::initializer_list<std::string_view> names) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
@@ -140,30 +133,30 @@ SasDisplay MapSasFormat(const SasFormat& f, bool isString, int stringWidth) {
       // Decimals of seconds need their room: DATETIME22.3 shows as 24.3.
       const int decimals = n == "DATETIME" ? f.decimals : 0;
       const int width = std::max(n == "DATETIME" && w != 0 ? w : 20, decimals > 0 ? 21 + decimals : 0);
-      d.format = Fitted(VELA_Format::DATETIME, width, decimals);
+      d.format = FittedFormat(VELA_Format::DATETIME, width, decimals);
     }
     return d;
   }
   if (IsDate(n)) return Dates(f);
   if (IsTime(n)) {
     const int width = n == "HHMM" || n == "HOUR" ? 5 : (n == "TIME" && w != 0 ? w : 8);
-    d.format = Fitted(VELA_Format::TIME, width, n == "TIME" ? f.decimals : 0);
+    d.format = FittedFormat(VELA_Format::TIME, width, n == "TIME" ? f.decimals : 0);
     return d;
   }
   if (n.empty() && w != 0) {
-    d.format = Fitted(VELA_Format::F, w, f.decimals);
+    d.format = FittedFormat(VELA_Format::F, w, f.decimals);
   } else if (n == "F" || n == "Z" || n == "NUMX") {
-    d.format = Fitted(VELA_Format::F, w != 0 ? w : 8, f.decimals);
+    d.format = FittedFormat(VELA_Format::F, w != 0 ? w : 8, f.decimals);
   } else if (n == "COMMA" || n == "COMMAX") {
-    d.format = Fitted(VELA_Format::COMMA, w != 0 ? w : 12, f.decimals);
+    d.format = FittedFormat(VELA_Format::COMMA, w != 0 ? w : 12, f.decimals);
   } else if (n == "DOLLAR" || n == "DOLLARX" || n == "NLMNY") {
-    d.format = Fitted(VELA_Format::DOLLAR, w != 0 ? w : 12, f.decimals);
+    d.format = FittedFormat(VELA_Format::DOLLAR, w != 0 ? w : 12, f.decimals);
   } else if (n == "PERCENT" || n == "PERCENTN") {
-    d.format = Fitted(VELA_Format::F, w != 0 ? w : 8, f.decimals + 2);
+    d.format = FittedFormat(VELA_Format::F, w != 0 ? w : 8, f.decimals + 2);
   } else if (n == "E") {
-    d.format = Fitted(VELA_Format::E, w != 0 ? w : 12, f.decimals);
+    d.format = FittedFormat(VELA_Format::E, w != 0 ? w : 12, f.decimals);
   } else {
-    d.format = Fitted(VELA_Format::G, w != 0 ? w : 12, 0);  // none, BEST, or a catalog's format
+    d.format = FittedFormat(VELA_Format::G, w != 0 ? w : 12, 0);  // none, BEST, or a catalog's format
   }
   return d;
 }

@@ -20,6 +20,7 @@
 #include "platform/data/sav/file_error.h"
 #include "platform/data/sav/text_encoding.h"
 #include "platform/data/sav/zlib_stream.h"
+#include "platform/data/text/utf8.h"
 
 namespace codebook::data::sav {
 namespace {
@@ -29,34 +30,10 @@ constexpr std::size_t kWindowBytes = 1024 * 1024;
 constexpr std::uint64_t kSysmisBits = 0xFFEFFFFFFFFFFFFFull;
 // A valid value inside the band of extended missing codes is lowered below
 // it, so that it is never taken for one (platform/data/extended_missing.h).
-constexpr std::uint64_t kBandFirstBits = std::bit_cast<std::uint64_t>(*ExtendedMissingValue('a'));
 constexpr std::uint64_t kBelowBandBits = std::bit_cast<std::uint64_t>(kBelowReservedBand);
-static_assert(kBandFirstBits == kBelowBandBits + 1);
 
 constexpr std::uint64_t OutOfBand(std::uint64_t bits) {
   return InReservedBand(std::bit_cast<double>(bits)) ? kBelowBandBits : bits;
-}
-
-bool HasHighByte(const std::uint8_t* p, std::size_t n) {
-  std::size_t i = 0;
-  for (; i + 8 <= n; i += 8) {
-    std::uint64_t w;
-    std::memcpy(&w, p + i, 8);
-    if (w & 0x8080808080808080ull) return true;
-  }
-  for (; i < n; ++i) {
-    if (p[i] & 0x80) return true;
-  }
-  return false;
-}
-
-// Length of the longest prefix of at most `limit` bytes that does not split
-// a UTF-8 character.
-std::size_t Utf8Prefix(std::string_view s, std::size_t limit) {
-  if (s.size() <= limit) return s.size();
-  std::size_t n = limit;
-  while (n > 0 && (static_cast<unsigned char>(s[n]) & 0xC0) == 0x80) --n;
-  return n;
 }
 
 class SavCaseStream final : public CaseStream {
