@@ -98,7 +98,9 @@ class DdiWriter {
     if (dataset.GetCaseCount() >= 0) xml_.Text("caseQnty", std::to_string(dataset.GetCaseCount()));
     xml_.Text("varQnty", std::to_string(dataset.ColumnCount()));
     xml_.Close();
-    xml_.Text("fileType", LayoutName(input_.fileInfo.compression), {{"charset", input_.fileInfo.encoding}});
+    const std::string& format = input_.fileInfo.format;
+    xml_.Text("fileType", format.empty() ? LayoutName(input_.fileInfo.compression) : format,
+              {{"charset", input_.fileInfo.encoding}});
     xml_.Close();
     for (const DSDocument& document : dataset.GetDocumentList()) {
       std::string text;
@@ -263,7 +265,9 @@ class DdiWriter {
 
   void MissingValues(const data::Variable& variable) {
     const data::MissingValues& missing = variable.Missing();
-    if (missing.Empty()) return;
+    // Extended missing codes are no declared range: their categories say
+    // they are missing.
+    if (!missing.DeclaresValues()) return;
     xml_.Open("invalrng");
     for (const double value : missing.Discrete()) xml_.Empty("item", {{"VALUE", NumberText(value)}});
     for (const std::string& value : missing.StringValues()) xml_.Empty("item", {{"VALUE", value}});

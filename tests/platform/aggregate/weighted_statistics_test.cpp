@@ -48,6 +48,15 @@ TEST(Moments, HugeValuesGiveSysmisNotInfinity) {
   EXPECT_EQ(m.stdDev, kSysmis);
 }
 
+// Squares of deviations far past the double range, a standard deviation
+// well inside it: sd of {0, x} is x / sqrt(2).
+TEST(Moments, HugeValuesWhoseDeviationIsFinite) {
+  const double x = 8.9e307;
+  Moments m = ComputeMoments(Values({{0, 1}, {x, 1}}));
+  EXPECT_DOUBLE_EQ(m.mean, x / 2);
+  EXPECT_NEAR(m.stdDev / (x / std::sqrt(2.0)), 1.0, 1e-15);
+}
+
 // The percentile definition, by hand: t = (W + 1) p; between the values at
 // the ranks either side of t, interpolated.
 TEST(Percentiles, MatchHandComputedValues) {
