@@ -443,6 +443,47 @@ TEST_F(Export, DictionaryOfEveryFixtureIsTrue) {
   }
 }
 
+// Every character of a label, value or attribute survives the dictionary:
+// line ends, commas and quotes through CSV quoting, the list separators
+// through their escapes, so that each list splits back into its items.
+TEST_F(Export, DictionaryFieldsKeepEveryCharacter) {
+  auto dataset = codebook::data::DatasetBuilder()
+                     .Numeric("x")
+                     .Label("two\nlines")
+                     .ValueLabel(1, "a=b").ValueLabel(2, "c;d").ValueLabel(3, "back\\slash").ValueLabel(4, "plain")
+                     .MissingDiscrete({9})
+                     .Attribute("Note", {"x; y", "z=w"})
+                     .String("s", 8)
+                     .Label("carriage\rreturn")
+                     .ValueLabel("k=v", "pair").ValueLabel("p;q", "semi, colon")
+                     .MissingStrings({"n;a"})
+                     .Attribute("Note", {"say \"hi\""})
+                     .Cases({{1, "k=v"}, {2, "p;q"}, {9, "n;a"}})
+                     .Build();
+  codebook::data::WriteDatasetFile(*dataset, Path("hostile.sav").string());
+  const Result result = Run({"-f", "dictionary", Path("hostile.sav").string()});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const auto rows = ParseCsv(result.out);
+  ASSERT_EQ(rows.size(), 3u) << result.out;
+  const std::vector<std::string>& header = rows[0];
+  const auto field = [&](std::size_t row, const char* name) {
+    const auto at = std::find(header.begin(), header.end(), name);
+    return at == header.end() || rows[row].size() != header.size() ? std::string("<absent>")
+                                                                   : rows[row][static_cast<std::size_t>(at - header.begin())];
+  };
+  // A line end of either kind is quoted, as a comma or a quote is.
+  EXPECT_THAT(result.out, HasSubstr(",\"two\nlines\","));
+  EXPECT_THAT(result.out, HasSubstr(",\"carriage\rreturn\","));
+  EXPECT_EQ(field(1, "label"), "two\nlines");
+  EXPECT_EQ(field(1, "value_labels"), "1=a\\=b; 2=c\\;d; 3=back\\\\slash; 4=plain");
+  EXPECT_EQ(field(1, "missing_values"), "9");
+  EXPECT_EQ(field(1, "attribute:Note"), "x\\; y; z\\=w");
+  EXPECT_EQ(field(2, "label"), "carriage\rreturn");
+  EXPECT_EQ(field(2, "value_labels"), "k\\=v=pair; p\\;q=semi, colon");
+  EXPECT_EQ(field(2, "missing_values"), "n\\;a");
+  EXPECT_EQ(field(2, "attribute:Note"), "say \"hi\"");
+}
+
 TEST_F(Export, TextFromTheFileComesOutAsValidXml) {
   // Names, labels and values with markup, quotes, controls, bytes that are
   // not UTF-8 and any Unicode.
