@@ -29,6 +29,10 @@ TEST(Moments, UndefinedCases) {
   Moments light = ComputeMoments(Values({{1, 0.25}, {2, 0.75}}));
   EXPECT_DOUBLE_EQ(light.mean, 1.75);
   EXPECT_EQ(light.stdDev, kSysmis);
+  // Below 1 the divisor W - 1 is negative: still no standard deviation.
+  Moments lighter = ComputeMoments(Values({{1, 0.2}, {3, 0.3}}));
+  EXPECT_DOUBLE_EQ(lighter.mean, 2.2);
+  EXPECT_EQ(lighter.stdDev, kSysmis);
   // Just over 1 is defined.
   Moments over = ComputeMoments(Values({{1, 0.5}, {2, 0.75}}));
   EXPECT_NE(over.stdDev, kSysmis);

@@ -241,6 +241,80 @@ TEST(QuirksTest, VeryLongStringWithTabOnlySeparatorsAndLongNames) {
   EXPECT_EQ(ReadAll(r), (std::vector<std::vector<std::string>>{{value, "1.000000"}}));
 }
 
+// 256 bytes, the narrowest very long string: a full segment and one of a
+// single byte. A record that says 255 is wrong (that fits one segment).
+TEST(QuirksTest, VeryLongStringsStartAt256Bytes) {
+  FileBytes f;
+  f.String(255, "EDGE").String(4, "EDGE1").String(255, "SHORT");
+  f.Extension(14, 1, std::string("EDGE=00256\0\tSHORT=00255\0\t", 25)).End();
+  std::string value(256, 'e');
+  value.back() = 'Z';
+  f.Text(value.substr(0, 255) + " ").Text(value.substr(255) + "       ").Text(std::string(256, 's'));
+  const ReadResult r = f.Cases(1).Read();
+  EXPECT_TRUE(HasWarning(r, "very long string SHORT: invalid width"));
+  const Dictionary& d = r.dataset->GetDictionary();
+  ASSERT_EQ(d.VariableCount(), 2);
+  EXPECT_EQ(d.GetVariable(0)->DeclaredWidth(), 256);
+  EXPECT_EQ(d.GetVariable(1)->DeclaredWidth(), 255);
+  EXPECT_EQ(ReadAll(r), (std::vector<std::vector<std::string>>{{value, std::string(255, 's')}}));
+}
+
+// A range may be a single value (5 THRU 5); one whose ends are the wrong
+// way round is dropped with a warning, and the discrete value after it kept.
+TEST(QuirksTest, MissingRangesOfOneValueAreKept) {
+  FileBytes f;
+  f.Var(0, "SAME", nullptr, {5, 5}, -2).Var(0, "BACK", nullptr, {6, 5, 9}, -3).End();
+  const ReadResult r = f.Read();
+  const Dictionary& d = r.dataset->GetDictionary();
+  ASSERT_TRUE(d.GetVariable(0)->Missing().GetRange());
+  EXPECT_EQ(d.GetVariable(0)->Missing().GetRange()->low, 5);
+  EXPECT_EQ(d.GetVariable(0)->Missing().GetRange()->high, 5);
+  EXPECT_TRUE(d.GetVariable(0)->Missing().IsMissing(5.0));
+  EXPECT_FALSE(HasWarning(r, "variable SAME"));
+  EXPECT_TRUE(HasWarning(r, "variable BACK: invalid missing-value range dropped"));
+  EXPECT_FALSE(d.GetVariable(1)->Missing().GetRange());
+  EXPECT_EQ(d.GetVariable(1)->Missing().Discrete(), std::vector<double>{9});
+}
+
+// A set keeps the members it can find, and needs two of them.
+TEST(QuirksTest, ASetWithOneMemberLeftIsDropped) {
+  FileBytes f;
+  f.Var(0, "A").Var(0, "B").String(8, "S");
+  f.Extension(7, 1,
+              "$one=C 3 One A NOSUCH\n"
+              "$twice=C 5 Twice A a\n"
+              "$mixed=C 5 Mixed A S\n"
+              "$two=C 3 Two A NOSUCH B\n"
+              "$dich=D1 1 3 Yes A B\n");
+  const ReadResult r = f.End().Read();
+  EXPECT_TRUE(HasWarning(r, "multiple-response set $one: unknown member NOSUCH skipped"));
+  EXPECT_TRUE(HasWarning(r, "multiple-response set $one has fewer than two members and is dropped"));
+  EXPECT_TRUE(HasWarning(r, "multiple-response set $twice: member a listed twice"));
+  EXPECT_TRUE(HasWarning(r, "multiple-response set $twice has fewer than two members"));
+  EXPECT_TRUE(HasWarning(r, "multiple-response set $mixed: member S is of another type than the first; skipped"));
+  std::vector<std::string> kept;
+  for (const VariableSetImpl& set : r.dataset->GetMRSets()) {
+    std::string members;
+    for (const std::string& member : set.Get().members) members += " " + member;
+    kept.push_back(set.Name() + members);
+  }
+  EXPECT_EQ(kept, (std::vector<std::string>{"$two A B", "$dich A B"}));
+}
+
+// Whatever follows the end-of-data code is not data, however much of it
+// there is (the decoder reads whole groups ahead when it can).
+TEST(QuirksTest, NothingAfterTheEndOfDataCodeIsRead) {
+  for (const int groupsAfter : {0, 1, 20}) {
+    FileBytes f(false, 1);
+    f.Var(0, "X").Var(0, "Y").End();
+    f.Raw("\x65\x66\x67\x68\xfc\x69\x69\x69", 8);
+    for (int g = 0; g < groupsAfter; ++g) f.Raw("\x69\x6a\x69\x6a\x69\x6a\x69\x6a", 8);
+    const ReadResult r = f.Read();
+    EXPECT_EQ(ReadAll(r), (std::vector<std::vector<std::string>>{{"1.000000", "2.000000"}, {"3.000000", "4.000000"}}))
+        << groupsAfter;
+  }
+}
+
 TEST(QuirksTest, UnknownAndDamagedExtensionsAreSkipped) {
   FileBytes f;
   f.Var(0, "X").Extension(99, 1, "whatever").Extension(11, 4, std::string(12, '\0') + "1234").End();
