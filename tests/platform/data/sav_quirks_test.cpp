@@ -315,6 +315,50 @@ TEST(QuirksTest, NothingAfterTheEndOfDataCodeIsRead) {
   }
 }
 
+// The machine record's byte order (1 big, 2 little) against the header's:
+// the header wins, and a contradiction is worth a warning.
+TEST(QuirksTest, AMachineRecordContradictingTheHeaderIsOverruled) {
+  for (const bool bigEndian : {false, true}) {
+    for (const std::int32_t order : {1, 2, 3}) {
+      FileBytes f(bigEndian);
+      f.Var(0, "X");
+      f.I32(7).I32(3).I32(4).I32(8);
+      for (const std::int32_t v : {20, 0, 0, -1, 1, 1, order, 2}) f.I32(v);
+      const ReadResult r = f.End().F64(4.5).Cases(1).Read();
+      const bool contradicts = (order == 1) != bigEndian && order != 3;
+      EXPECT_EQ(HasWarning(r, "contradicts the header's byte order"), contradicts) << bigEndian << order;
+      EXPECT_EQ(ReadAll(r), (std::vector<std::vector<std::string>>{{"4.500000"}})) << bigEndian << order;
+    }
+  }
+}
+
+// Long-string missing values (subtype 22) apply to strings wider than 8
+// bytes only; for any other variable they are ignored with a warning.
+TEST(QuirksTest, LongStringMissingValuesNeedALongString) {
+  FileBytes f;
+  f.String(8, "SHORT").String(16, "LONG").Var(0, "N");
+  std::string record;
+  const auto add = [&](const std::string& name, const std::string& value) {
+    const std::int32_t nameLength = static_cast<std::int32_t>(name.size());
+    const std::int32_t valueLength = static_cast<std::int32_t>(value.size());
+    record.append(reinterpret_cast<const char*>(&nameLength), 4).append(name).push_back('\1');
+    record.append(reinterpret_cast<const char*>(&valueLength), 4).append(value);
+  };
+  add("SHORT", "xx      ");
+  add("N", "yy      ");
+  add("NOSUCH", "zz      ");
+  add("LONG", "none    ");
+  const ReadResult r = f.Extension(22, 1, record).End().Read();
+  for (const char* name : {"SHORT", "N", "NOSUCH"}) {
+    EXPECT_TRUE(HasWarning(r, std::string("long-string missing values of ") + name + ", which is not a long string"))
+        << name;
+  }
+  const Dictionary& d = r.dataset->GetDictionary();
+  EXPECT_TRUE(d.GetVariable(0)->Missing().Empty());
+  EXPECT_TRUE(d.GetVariable(2)->Missing().Empty());
+  EXPECT_EQ(d.GetVariable(1)->Missing().StringValues(), std::vector<std::string>{"none"});
+}
+
 TEST(QuirksTest, UnknownAndDamagedExtensionsAreSkipped) {
   FileBytes f;
   f.Var(0, "X").Extension(99, 1, "whatever").Extension(11, 4, std::string(12, '\0') + "1234").End();
