@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -84,6 +85,11 @@ class FileBytes {
     return Text(data);
   }
   FileBytes& End() { return I32(999).I32(0); }
+  // The header's file label, 64 bytes at offset 109.
+  FileBytes& FileLabel(std::string_view label) {
+    std::memcpy(bytes_.data() + 109, label.data(), std::min<std::size_t>(label.size(), 64));
+    return *this;
+  }
   FileBytes& Cases(std::int32_t n) {
     std::uint32_t u = static_cast<std::uint32_t>(n);
     if (be_) u = __builtin_bswap32(u);
@@ -160,6 +166,35 @@ TEST(QuirksTest, GuessesUtf8WhenTheTextIsUtf8) {
   const ReadResult r = f.Read();
   EXPECT_TRUE(HasWarning(r, "UTF-8 assumed"));
   EXPECT_EQ(*r.dataset->GetDictionary().GetVariable(0)->Label(), "Größe");
+}
+
+// UTF-8 is guessed only when every text of the dictionary is UTF-8: one
+// byte that is not, in any record that holds text, makes it windows-1252.
+TEST(QuirksTest, OneTextThatIsNotUtf8AnywhereMakesTheGuessWindows1252) {
+  const std::string bad = "caf\xe9";
+  const struct {
+    const char* where;
+    std::function<void(FileBytes&)> add;
+  } places[] = {
+      {"nowhere", [](FileBytes&) {}},
+      {"file label", [&](FileBytes& f) { f.FileLabel(bad); }},
+      {"variable label", [&](FileBytes& f) { f.Var(0, "Y", bad.c_str()); }},
+      {"value label", [&](FileBytes& f) { f.I32(3).I32(1).F64(1).Text("\x04" + bad + std::string(3, '\0')).I32(4).I32(1).I32(1); }},
+      {"document", [&](FileBytes& f) { f.I32(6).I32(1).Fixed(bad, 80); }},
+      {"long names", [&](FileBytes& f) { f.Extension(13, 1, "X=X" + bad); }},
+      {"file attributes", [&](FileBytes& f) { f.Extension(17, 1, "Note('" + bad + "'\n)"); }},
+      {"variable attributes", [&](FileBytes& f) { f.Extension(18, 1, "X:Note('" + bad + "'\n)"); }},
+      {"sets", [&](FileBytes& f) { f.Var(0, "Z").Extension(7, 1, "$s=C 4 " + bad + " X Z\n"); }},
+  };
+  for (const auto& place : places) {
+    FileBytes f;
+    f.Var(0, "X", "Größe");
+    place.add(f);
+    const ReadResult r = f.End().Read();
+    const bool utf8 = std::string(place.where) == "nowhere";
+    EXPECT_TRUE(HasWarning(r, utf8 ? "UTF-8 assumed" : "windows-1252 assumed")) << place.where;
+    EXPECT_EQ(*r.dataset->GetDictionary().GetVariable(0)->Label(), utf8 ? "Größe" : "GrÃ¶ÃŸe") << place.where;
+  }
 }
 
 TEST(QuirksTest, EncodingRecordWinsOverTheCharacterCodeAndNamesAreAliases) {
@@ -380,6 +415,15 @@ TEST(QuirksTest, InvalidFormatsAreReplacedAndMtimeCodesTranslated) {
   EXPECT_EQ(d.GetVariable(1)->PrintFormat(), VELA_Format(VELA_Format::YMDHMS, 19, 0));
   EXPECT_EQ(d.GetVariable(1)->WriteFormat(), VELA_Format(VELA_Format::YMDHMS, 19, 0));
   EXPECT_TRUE(HasWarning(r, "invalid write format"));
+}
+
+TEST(QuirksTest, AFileWithoutVariablesHasNoCasesWhateverItsDataHold) {
+  FileBytes f;
+  const ReadResult r = f.End().F64(1).F64(2).Cases(2).Read();
+  EXPECT_EQ(r.dataset->ColumnCount(), 0);
+  auto cases = r.dataset->OpenCases();
+  ASSERT_NE(cases, nullptr);
+  EXPECT_EQ(cases->Next(), nullptr);
 }
 
 TEST(QuirksTest, MoreCasesThanDeclaredAreAllRead) {
