@@ -47,6 +47,18 @@ TEST(Moments, NoCancellationNearLargeValues) {
   EXPECT_NEAR(m.stdDev / std::sqrt(0.5e6 / (3e6 - 1)), 1.0, 1e-12);
 }
 
+// The sums are taken about a value of the data, found from the middle of
+// the sorted values outwards past the user-missing ones (no positive
+// weight): one valid value is then its own mean to the last bit.
+TEST(Moments, OneValidValueIsItsOwnMeanExactly) {
+  for (const auto& values : {Values({{0.1, 3}, {9, -2}}), Values({{0.1, 3}, {8, -1}, {9, -2}}),
+                             Values({{-5, -1}, {0.1, 3}})}) {
+    const Moments m = ComputeMoments(values);
+    EXPECT_EQ(m.mean, 0.1);
+    EXPECT_EQ(m.stdDev, 0.0);
+  }
+}
+
 TEST(Moments, HugeValuesGiveSysmisNotInfinity) {
   Moments m = ComputeMoments(Values({{-1.7e308, 1}, {1.7e308, 1}}));
   EXPECT_EQ(m.stdDev, kSysmis);

@@ -383,7 +383,9 @@ TEST(QuirksTest, LongStringMissingValuesNeedALongString) {
   add("N", "yy      ");
   add("NOSUCH", "zz      ");
   add("LONG", "none    ");
+  add("LONG", std::string(24, 'x'));  // wider than the variable
   const ReadResult r = f.Extension(22, 1, record).End().Read();
+  EXPECT_TRUE(HasWarning(r, "long-string missing values of LONG have an invalid length"));
   for (const char* name : {"SHORT", "N", "NOSUCH"}) {
     EXPECT_TRUE(HasWarning(r, std::string("long-string missing values of ") + name + ", which is not a long string"))
         << name;
@@ -415,6 +417,24 @@ TEST(QuirksTest, InvalidFormatsAreReplacedAndMtimeCodesTranslated) {
   EXPECT_EQ(d.GetVariable(1)->PrintFormat(), VELA_Format(VELA_Format::YMDHMS, 19, 0));
   EXPECT_EQ(d.GetVariable(1)->WriteFormat(), VELA_Format(VELA_Format::YMDHMS, 19, 0));
   EXPECT_TRUE(HasWarning(r, "invalid write format"));
+}
+
+// Five warnings of a kind are shown; of more, the count of the rest.
+TEST(QuirksTest, WarningsOfOneKindStopAtFive) {
+  for (const int variables : {5, 6, 8}) {
+    FileBytes f;
+    for (int i = 0; i < variables; ++i) {
+      f.I32(2).I32(0).I32(0).I32(0).I32(99 << 16 | 8 << 8).I32(5 << 16 | 8 << 8).Fixed("V" + std::to_string(i), 8);
+    }
+    const ReadResult r = f.End().Read();
+    int shown = 0;
+    for (const std::string& warning : r.warnings) shown += warning.find("invalid print format") != std::string::npos;
+    EXPECT_EQ(shown, 5) << variables;
+    EXPECT_EQ(HasWarning(r, "more warnings of the kind \"format\" were suppressed"), variables > 5) << variables;
+    if (variables > 5) {
+      EXPECT_TRUE(HasWarning(r, std::to_string(variables - 5) + " more warnings of the kind \"format\"")) << variables;
+    }
+  }
 }
 
 TEST(QuirksTest, AFileWithoutVariablesHasNoCasesWhateverItsDataHold) {

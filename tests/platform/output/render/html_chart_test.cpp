@@ -3,6 +3,7 @@
 // alternative, and bounded size.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <sstream>
@@ -101,6 +102,24 @@ TEST(HtmlChart, HistogramsNameValuesInTheVariablesFormat) {
       << svg;
   EXPECT_NE(svg.find(">$400.00</text>"), std::string::npos) << svg;
   EXPECT_NE(svg.find(">$1,250.50</text>"), std::string::npos) << svg;
+  // The bars stand on one baseline, a gap between them, their heights in
+  // proportion to their weights.
+  struct Bar {
+    double x, y, width, height;
+  };
+  std::vector<Bar> bars;
+  for (std::size_t at = svg.find("<rect class=\"bar\""); at != std::string::npos;
+       at = svg.find("<rect class=\"bar\"", at + 1)) {
+    Bar bar{};
+    ASSERT_EQ(std::sscanf(svg.c_str() + at, "<rect class=\"bar\" x=\"%lf\" y=\"%lf\" width=\"%lf\" height=\"%lf\"",
+                          &bar.x, &bar.y, &bar.width, &bar.height), 4);
+    bars.push_back(bar);
+  }
+  ASSERT_EQ(bars.size(), 2u) << svg;
+  EXPECT_GT(bars[0].width, 0);
+  EXPECT_LT(bars[0].x + bars[0].width, bars[1].x);
+  EXPECT_NEAR(bars[0].height, 2 * bars[1].height, 0.02);
+  EXPECT_NEAR(bars[0].y + bars[0].height, bars[1].y + bars[1].height, 0.01);
 
   // Seconds since the calendar's origin read as dates; without a format,
   // plain numbers.
