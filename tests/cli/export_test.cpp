@@ -484,6 +484,28 @@ TEST_F(Export, DictionaryFieldsKeepEveryCharacter) {
   EXPECT_EQ(field(2, "attribute:Note"), "say \"hi\"");
 }
 
+// References to the variable in the first position (V1): as a set's
+// member and as the weight of the statistics.
+TEST_F(Export, TheFirstVariableIsReferencedLikeAnyOther) {
+  VariableSetImpl::Definition set;
+  set.name = "$both";
+  set.kind = VariableSetImpl::kMultipleCategory;
+  set.members = {"a", "b"};
+  codebook::data::WriteDatasetFile(
+      *codebook::data::DatasetBuilder().Numeric("a").Numeric("b").MRSet(set).Cases({{1, 2}, {2, 2}}).Build(),
+      Path("set.sav").string());
+  codebook::data::WriteDatasetFile(
+      *codebook::data::DatasetBuilder().Numeric("w").Weight("w").Numeric("x").Cases({{2, 1}, {1, 2}}).Build(),
+      Path("weighted.sav").string());
+  const Result sets = Run({"-f", "ddi", Path("set.sav").string()});
+  ASSERT_EQ(sets.status, 0) << sets.err;
+  EXPECT_THAT(sets.out, HasSubstr("type=\"multipleResp\" name=\"$both\" var=\"V1 V2\""));
+  EXPECT_THAT(sets.out, Not(HasSubstr("codebook:members")));
+  const Result weighted = Run({"-f", "ddi", Path("weighted.sav").string()});
+  ASSERT_EQ(weighted.status, 0) << weighted.err;
+  EXPECT_THAT(weighted.out, HasSubstr("<sumStat wgtd=\"wgtd\" weight=\"V1\" type=\"mean\">"));
+}
+
 TEST_F(Export, TextFromTheFileComesOutAsValidXml) {
   // Names, labels and values with markup, quotes, controls, bytes that are
   // not UTF-8 and any Unicode.
