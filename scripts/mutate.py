@@ -151,6 +151,8 @@ def closing_paren(code, open_at):
 
 # The size in the declaration of a fixed array: `char text[32]`.
 ARRAY_SIZE = re.compile(r"^\s*(?:(?:static|constexpr|const)\s+)*[\w:]+\s+\w+\[\d+[uUlL]*\]$")
+# A condition that declares its variable: `const T* x = f()`, `auto [a, b] = g()`.
+DECLARATION = re.compile(r"^\s*(?:const\s+)?(?:auto\s*[&*]?\s*\[|[\w:<>]+(?:\s*[*&]+\s*|\s+)\w+\s*=[^=])")
 RELATIONAL = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "=="}
 FUNCTION_START = re.compile(
     r"^\s*(?:(?:static|inline|constexpr|virtual|\[\[nodiscard\]\])\s+)*(void|bool)\s+[\w:~]+\s*\(.*\)\s*"
@@ -188,8 +190,8 @@ def mutations_of_line(text, code):
         if close < 0:
             continue  # the condition goes on past this line
         condition = text[m.end():close]
-        if not condition.strip():
-            continue
+        if not condition.strip() or DECLARATION.match(code[m.end():close]):
+            continue  # `if (T* x = f())`: neither rule would compile
         if m.group(1) == "if":
             at(m.end(), close, "true", "if-removed")
         if not condition.lstrip().startswith("!"):  # the negation rule drops that one
