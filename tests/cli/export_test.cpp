@@ -578,10 +578,15 @@ TEST_F(Export, BadInputGetsTheSameMessagesAndNoFile) {
   EXPECT_EQ(toStandardOutput.out, "");
   // A file without cases exports its dictionary; its codebook is the
   // procedure's error, as ever.
-  const Result empty = Run({"-f", "ddi", Fixture("fx09_zero_cases.sav")});
-  EXPECT_EQ(empty.status, 0) << empty.err;
-  EXPECT_THAT(empty.out, HasSubstr("<caseQnty>0</caseQnty>"));
-  EXPECT_THAT(empty.out, Not(HasSubstr("catStat")));
+  // A file without cases exports its dictionary, whatever STATISTICS asks.
+  for (const std::vector<std::string>& statistics : {std::vector<std::string>{}, {"/STATISTICS", "MEAN"}}) {
+    std::vector<std::string> arguments = {"-f", "ddi", Fixture("fx09_zero_cases.sav")};
+    arguments.insert(arguments.end(), statistics.begin(), statistics.end());
+    const Result empty = Run(arguments);
+    EXPECT_EQ(empty.status, 0) << empty.err;
+    EXPECT_THAT(empty.out, HasSubstr("<caseQnty>0</caseQnty>"));
+    EXPECT_THAT(empty.out, Not(HasSubstr("catStat")));
+  }
   for (const char* format : {"text", "json", "html"}) {
     const Result tables = Run({"-f", format, Fixture("fx09_zero_cases.sav")});
     EXPECT_EQ(tables.status, 1) << format;

@@ -113,6 +113,7 @@ TEST_F(Report, AlertsGoWhereEachFormatCarriesThem) {
   EXPECT_EQ(parsed["alerts"][0]["kind"], "unused-label");
 
   const Result html = Run({"--format", "html", Path("people.sav").string(), "q", "id"});
+  EXPECT_THAT(html.out, HasSubstr("<title>Codebook of people.sav</title>"));
   EXPECT_THAT(html.out, HasSubstr("<h2>Data-quality alerts</h2>"));
   EXPECT_THAT(html.out, HasSubstr("<a href=\"#item-1\">q</a>"));
   EXPECT_THAT(html.out, HasSubstr("<ul class=\"item-alerts\""));

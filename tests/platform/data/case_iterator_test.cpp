@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/data/case_batch.h"
 #include "platform/data/case_source.h"
 #include "platform/data/data_error.h"
 #include "platform/data/dataset.h"
@@ -48,6 +49,22 @@ class ScriptedSource final : public ProcDSIterator::Source {
   bool filled_ = false;
   Variable variable_{"x"};
 };
+
+// A batch shaped again for wider cases holds them, whatever its capacity.
+TEST(CaseBatch, ReshapedForWiderCasesHoldsThem) {
+  codebook::data::CaseBatch batch;
+  batch.Shape(1, 4);
+  OBS one[1] = {{1.0}};
+  batch.AppendCase(one);
+  batch.Shape(3, 4);
+  EXPECT_EQ(batch.cases(), 0u);
+  OBS three[3] = {{1.0}, {2.0}, {3.0}};
+  batch.AppendCase(three);
+  batch.AppendCase(three);
+  ASSERT_EQ(batch.cellsPerCase(), 3u);
+  EXPECT_EQ(batch.Column(2)[1].d, 3.0);
+  EXPECT_EQ(batch.Column(0)[1].d, 1.0);
+}
 
 TEST(ProcDSIterator, CopiesCellsWeightAndSplitFlag) {
   ProcDSIterator it(std::make_unique<ScriptedSource>());
@@ -117,6 +134,16 @@ TEST(ProcDSIterator, FactoryFailureIsADataErrorAtOpen) {
   const ProcedureDataSource source(std::make_shared<ProcedureDataSource::Selection>(ds));
   EXPECT_THROW(std::unique_ptr<VELA_InputCaseIterator>(source.CreateCaseIterator(false)),
                DataError);
+}
+
+// Context added on the way up fills in what the error did not know.
+TEST(DataErrorTest, ContextFillsInTheFileAndCaseOnlyWhereUnknown) {
+  const DataError placed = DataError("", 0, "bad cell").WithContext("f.sav", 7);
+  EXPECT_STREQ(placed.what(), "f.sav: case 7: bad cell");
+  EXPECT_EQ(placed.CaseNumber(), 7);
+  const DataError known = DataError("a.sav", 3, "bad cell").WithContext("f.sav", 7);
+  EXPECT_STREQ(known.what(), "a.sav: case 3: bad cell");
+  EXPECT_STREQ(DataError("", -2, "no case").what(), "no case");
 }
 
 }  // namespace

@@ -398,9 +398,15 @@ TEST(QuirksTest, LongStringMissingValuesNeedALongString) {
 
 TEST(QuirksTest, UnknownAndDamagedExtensionsAreSkipped) {
   FileBytes f;
-  f.Var(0, "X").Extension(99, 1, "whatever").Extension(11, 4, std::string(12, '\0') + "1234").End();
-  const ReadResult r = f.Read();
+  f.Var(0, "X").Extension(99, 1, "whatever").Extension(11, 4, std::string(12, '\0') + "1234");
+  // Records of no use to a codebook are passed over without a word.
+  for (const int ignored : {6, 8, 12, 24}) f.Extension(ignored, 1, "skipped");
+  const ReadResult r = f.End().Read();
   EXPECT_TRUE(HasWarning(r, "unknown extension record subtype 99"));
+  EXPECT_FALSE(HasWarning(r, "unknown extension record subtype 6"));
+  EXPECT_FALSE(HasWarning(r, "unknown extension record subtype 8"));
+  EXPECT_FALSE(HasWarning(r, "unknown extension record subtype 12"));
+  EXPECT_FALSE(HasWarning(r, "unknown extension record subtype 24"));
   EXPECT_TRUE(HasWarning(r, "display-parameter record does not match"));
   EXPECT_EQ(r.dataset->ColumnCount(), 1);
 }
