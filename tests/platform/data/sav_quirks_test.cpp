@@ -411,6 +411,21 @@ TEST(QuirksTest, UnknownAndDamagedExtensionsAreSkipped) {
   EXPECT_EQ(r.dataset->ColumnCount(), 1);
 }
 
+// Display parameters out of range are replaced by defaults, said once.
+TEST(QuirksTest, DisplayParametersOutOfRangeAreWarnedOfOnce) {
+  FileBytes f;
+  f.Var(0, "A").Var(0, "B").Var(0, "C");
+  f.I32(7).I32(11).I32(4).I32(9);
+  for (const std::int32_t v : {9, 8, 1, 3, -1, 7, 1, 8, 1}) f.I32(v);
+  const ReadResult r = f.End().Read();
+  int said = 0;
+  for (const std::string& warning : r.warnings) said += warning.find("display parameters out of range") != std::string::npos;
+  EXPECT_EQ(said, 1);
+  const Dictionary& d = r.dataset->GetDictionary();
+  EXPECT_EQ(d.GetVariable(1)->GetMeasurementLevel(), 3);
+  EXPECT_EQ(d.GetVariable(2)->GetMeasurementLevel(), 1);
+}
+
 TEST(QuirksTest, InvalidFormatsAreReplacedAndMtimeCodesTranslated) {
   FileBytes f;
   f.I32(2).I32(0).I32(0).I32(0).I32(40 << 16 | 8 << 8 | 2).I32(0).Fixed("T", 8);
