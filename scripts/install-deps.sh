@@ -8,6 +8,7 @@ packages=(
   zlib1g-dev libdeflate-dev libutf8proc-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libxml2-dev libxml2-utils
+  python3
 )
 # The browser test of the HTML output and the fuzzer are optional locally and
 # installed when asked (CI asks).
