@@ -19,9 +19,11 @@ using codebook::data::Variable;
 
 namespace {
 
-// Two cases, the second weighing 0.5, then a split-group end.
+// Two cases, the second weighing 0.5, then a split-group end; or, without
+// weights, the same cases and nothing said of their weights.
 class ScriptedSource final : public ProcDSIterator::Source {
  public:
+  explicit ScriptedSource(bool weighted = true) : weighted_(weighted) {}
   ~ScriptedSource() override { EndListening(); }
   int CellOffset(int varIndex) const override { return varIndex == 0 ? 0 : -1; }
   const VELA_Variable* GetVariable(int varIndex) const override {
@@ -39,6 +41,7 @@ class ScriptedSource final : public ProcDSIterator::Source {
       batch.AppendCase(&cell);
     }
     batch.AppendSplitGroupEnd();
+    if (!weighted_) return true;
     batch.weights() = {1.0, 0.5, 1.0};
     batch.counted() = {0, 1};
     batch.SetAllCounted(false);
@@ -46,6 +49,7 @@ class ScriptedSource final : public ProcDSIterator::Source {
   }
 
  private:
+  bool weighted_;
   bool filled_ = false;
   Variable variable_{"x"};
 };
@@ -85,6 +89,15 @@ TEST(ProcDSIterator, CopiesCellsWeightAndSplitFlag) {
   EXPECT_EQ(it.CellOffset(0), 0);
   EXPECT_STREQ(it.GetVariable(0)->GetName(), "x");
   EXPECT_EQ(it.GetVariable(1), nullptr);
+}
+
+TEST(ProcDSIterator, CasesOfASourceThatGivesNoWeightsWeighOne) {
+  ProcDSIterator it(std::make_unique<ScriptedSource>(false));
+  for (const double x : {0.0, 10.0}) {
+    ASSERT_EQ(it.NextCase(), 1);
+    EXPECT_EQ(it.CurrentCase()->d, x);
+    EXPECT_EQ(it.CaseWeight(), 1.0);
+  }
 }
 
 TEST(ProcDSIterator, WithoutSourceItIsEmpty) {
