@@ -151,23 +151,6 @@ TEST(QuirksTest, BiasZeroBytecodeAndNulPaddedStrings) {
   EXPECT_EQ(ReadAll(r), (std::vector<std::vector<std::string>>{{"5.000000", "ab"}}));
 }
 
-TEST(QuirksTest, GuessesWindows1252WhenNothingDeclaresTheEncoding) {
-  FileBytes f;
-  f.Var(0, "X", "Gr\xf6\xdf" "e").End();
-  const ReadResult r = f.Read();
-  EXPECT_TRUE(r.info.encodingGuessed);
-  EXPECT_TRUE(HasWarning(r, "windows-1252 assumed"));
-  EXPECT_EQ(*r.dataset->GetDictionary().GetVariable(0)->Label(), "Größe");
-}
-
-TEST(QuirksTest, GuessesUtf8WhenTheTextIsUtf8) {
-  FileBytes f;
-  f.Var(0, "X", "Größe").End();
-  const ReadResult r = f.Read();
-  EXPECT_TRUE(HasWarning(r, "UTF-8 assumed"));
-  EXPECT_EQ(*r.dataset->GetDictionary().GetVariable(0)->Label(), "Größe");
-}
-
 // UTF-8 is guessed only when every text of the dictionary is UTF-8: one
 // byte that is not, in any record that holds text, makes it windows-1252.
 TEST(QuirksTest, OneTextThatIsNotUtf8AnywhereMakesTheGuessWindows1252) {
@@ -192,6 +175,7 @@ TEST(QuirksTest, OneTextThatIsNotUtf8AnywhereMakesTheGuessWindows1252) {
     place.add(f);
     const ReadResult r = f.End().Read();
     const bool utf8 = std::string(place.where) == "nowhere";
+    EXPECT_TRUE(r.info.encodingGuessed) << place.where;
     EXPECT_TRUE(HasWarning(r, utf8 ? "UTF-8 assumed" : "windows-1252 assumed")) << place.where;
     EXPECT_EQ(*r.dataset->GetDictionary().GetVariable(0)->Label(), utf8 ? "Größe" : "GrÃ¶ÃŸe") << place.where;
   }
