@@ -10,6 +10,7 @@ packages=(
   libxml2-dev libxml2-utils
   libcairo2-dev libpango1.0-dev fonts-dejavu-core fonts-ipafont-gothic poppler-utils
   libxlsxwriter-dev python3-openpyxl
+  python3
 )
 # The browser test of the HTML output and the fuzzer are optional locally and
 # installed when asked (CI asks).

@@ -29,6 +29,10 @@ TEST(Moments, UndefinedCases) {
   Moments light = ComputeMoments(Values({{1, 0.25}, {2, 0.75}}));
   EXPECT_DOUBLE_EQ(light.mean, 1.75);
   EXPECT_EQ(light.stdDev, kSysmis);
+  // Below 1 the divisor W - 1 is negative: still no standard deviation.
+  Moments lighter = ComputeMoments(Values({{1, 0.2}, {3, 0.3}}));
+  EXPECT_DOUBLE_EQ(lighter.mean, 2.2);
+  EXPECT_EQ(lighter.stdDev, kSysmis);
   // Just over 1 is defined.
   Moments over = ComputeMoments(Values({{1, 0.5}, {2, 0.75}}));
   EXPECT_NE(over.stdDev, kSysmis);
@@ -41,6 +45,18 @@ TEST(Moments, NoCancellationNearLargeValues) {
   Moments m = ComputeMoments(v);
   EXPECT_DOUBLE_EQ(m.mean, 1e9 + 0.5);
   EXPECT_NEAR(m.stdDev / std::sqrt(0.5e6 / (3e6 - 1)), 1.0, 1e-12);
+}
+
+// The sums are taken about a value of the data, found from the middle of
+// the sorted values outwards past the user-missing ones (no positive
+// weight): one valid value is then its own mean to the last bit.
+TEST(Moments, OneValidValueIsItsOwnMeanExactly) {
+  for (const auto& values : {Values({{0.1, 3}, {9, -2}}), Values({{0.1, 3}, {8, -1}, {9, -2}}),
+                             Values({{-5, -1}, {0.1, 3}})}) {
+    const Moments m = ComputeMoments(values);
+    EXPECT_EQ(m.mean, 0.1);
+    EXPECT_EQ(m.stdDev, 0.0);
+  }
 }
 
 TEST(Moments, HugeValuesGiveSysmisNotInfinity) {

@@ -109,6 +109,18 @@ INSTANTIATE_TEST_SUITE_P(Malformed, MalformedTest, ::testing::ValuesIn(kCases),
                            return name.substr(0, 3);
                          });
 
+// What is not a file cannot be a dataset: a folder, a device.
+TEST(MalformedTest, OnlyRegularFilesOpen) {
+  for (const std::string path : {CODEBOOK_FIXTURES_DIR, "/dev/null"}) {
+    try {
+      OpenDatasetFile(path);
+      ADD_FAILURE() << path << " opened";
+    } catch (const FileError& e) {
+      EXPECT_EQ(std::string(e.what()), path + ": cannot open: not a regular file");
+    }
+  }
+}
+
 // The data that precede a break are delivered before the error.
 TEST(MalformedTest, CasesBeforeATruncationAreDelivered) {
   const std::string path =
