@@ -12,8 +12,8 @@ namespace codebook::cli {
 // and the two defaults that surprise.
 std::string Usage() {
   const std::string files = "Writes the data dictionary of each FILE (" + data::DatasetExtensionsText() +
-                            "; - is standard input), a part for each. The CODEBOOK arguments, all "
-                            "optional, come in this order:";
+                            "; - is stdin), a part each. The CODEBOOK arguments, all optional, in "
+                            "this order:";
   std::string usage =
       "usage: codebook [options] FILE... [CODEBOOK arguments]\n"
       "       codebook [options] --demo [CODEBOOK arguments]\n"
@@ -32,7 +32,7 @@ std::string Usage() {
       "MAXCATS=200, so a variable with more values, like an identifier, lists none.\n"
       "  -f, --format F  text html json markdown csv pdf, exports ddi dictionary xlsx\n"
       "  -o, --output F  write to F, whole, never partial; its extension sets -f\n"
-      "  --no-overview  no overview table at the head of each file's part\n"
+      "  --no-overview  no overview table  --catalog C  a .sas7bdat file's .sas7bcat\n"
       "  -w, --weight V  weight by V; -w OFF or --no-weight: no weights  -h, --help\n"
       "  -x, --syntax J  run J's commands: GET FILE WEIGHT FILTER N OF CASES CODEBOOK\n"
       "  --width N  text in N columns (30+)  --ascii  plain borders  --demo  demo data\n"
@@ -56,13 +56,14 @@ bool EndsWith(const std::string& text, const std::string& suffix) {
 
 // Arguments after the first dataset that are datasets too. A variable name
 // cannot be "-" and rarely ends in ".sav"; "--" before the CODEBOOK
-// arguments settles any doubt.
+// arguments settles any doubt. (The reader goes by a file's contents; only
+// here does the name count.)
 bool LooksLikeDataset(const std::string& argument) {
   return argument == kStandardStream || data::HasDatasetExtension(argument);
 }
 
 // The options that take a value, by every name they go by.
-enum class Valued { kNone, kSyntax, kOutput, kWeight, kFormat, kWidth, kEncoding, kHideValues, kPaper };
+enum class Valued { kNone, kSyntax, kOutput, kWeight, kFormat, kWidth, kEncoding, kCatalog, kHideValues, kPaper };
 
 Valued ValuedOption(const std::string& name) {
   if (name == "-x" || name == "--syntax") return Valued::kSyntax;
@@ -71,6 +72,7 @@ Valued ValuedOption(const std::string& name) {
   if (name == "-f" || name == "--format") return Valued::kFormat;
   if (name == "--width") return Valued::kWidth;
   if (name == "--encoding") return Valued::kEncoding;
+  if (name == "--catalog") return Valued::kCatalog;
   if (name == "--hide-values") return Valued::kHideValues;
   if (name == "--paper") return Valued::kPaper;
   return Valued::kNone;
@@ -83,6 +85,7 @@ bool ApplyValue(Options& options, Valued option, const std::string& name, const 
     case Valued::kOutput: options.outputFile = value; return true;
     case Valued::kWeight: options.weight = value; return true;
     case Valued::kEncoding: options.encoding = value; return true;
+    case Valued::kCatalog: options.catalog = value; return true;
     case Valued::kHideValues: options.hideValues = value; return true;
     case Valued::kPaper:
       options.paper = Lower(value);

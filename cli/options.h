@@ -32,6 +32,7 @@ struct Options {
   bool noWeight = false;                  // --no-weight, or -w OFF: the cases unweighted
   bool quiet = false;                     // --quiet: no progress display
   std::string encoding;                   // --encoding
+  std::string catalog;                    // --catalog: a .sas7bdat file's format catalog
   int width = -1;                         // --width; -1: the terminal's
   bool alerts = false;                    // --alerts: data-quality alerts in text and Markdown
   std::string hideValues;                 // --hide-values VARLIST|auto

@@ -256,6 +256,7 @@ class Run::Impl {
     // Without a syntax file the user typed no command: the program speaks.
     if (options_.syntaxFile.empty()) result.programName = "codebook";
     result.encoding = options_.encoding;
+    result.catalog = options_.catalog;
     result.holdMessages = streaming_;
     // A dictionary-only file exports its dictionary; its codebook is the
     // procedure's error.

@@ -6,8 +6,9 @@
 //   bench_codebook wide       the default CODEBOOK with text output on wide datasets
 //   bench_codebook pass [N]   the statistics pass against decoding alone (N cases)
 //   bench_codebook e2e [DIR]  the codebook program end to end on the 1M x 101 file in
-//                             every layout and on a 100,000-variable file (files are
-//                             kept in DIR when given, and reused when present)
+//                             every layout, as a .dta file, and on a 100,000-variable
+//                             file (files are kept in DIR when given, and reused when
+//                             present)
 //   bench_codebook split FILE the program on FILE (JSON and text) against its
 //                             statistics pass alone and its dictionary alone
 #include <sys/resource.h>
@@ -40,6 +41,7 @@
 #include "platform/syntax/current_command.h"
 #include "platform/syntax/message_sink.h"
 #include "statistics/variablestatistics.h"
+#include "testing/dta_writer.h"
 
 namespace {
 
@@ -488,6 +490,15 @@ void Split(const std::string& path) {
   }
 }
 
+// The mix as a .dta file: codes in bytes, the rest in doubles, strings of 16.
+data::DtaWriteOptions MixAsDta() {
+  data::DtaWriteOptions options;
+  options.release = 118;
+  for (int v = 0; v < 70; ++v) options.columns["c" + std::to_string(v)].storage = "byte";
+  for (int v = 0; v < 5; ++v) options.columns["t" + std::to_string(v)].format = "%-16s";
+  return options;
+}
+
 void EndToEnd(const std::string& keepIn) {
   namespace fs = std::filesystem;
   const fs::path dir = keepIn.empty() ? fs::temp_directory_path() / ("bench_codebook_e2e_" + std::to_string(getpid()))
@@ -498,27 +509,35 @@ void EndToEnd(const std::string& keepIn) {
     const char* name;
     data::FileCompression compression;
     bool wide;
+    bool dta = false;
   };
   const File files[] = {{"mix_bytecode.sav", data::FileCompression::kBytecode, false},
                         {"mix_uncompressed.sav", data::FileCompression::kNone, false},
                         {"mix_zlib.zsav", data::FileCompression::kZlib, false},
+                        {"mix.dta", data::FileCompression::kNone, false, true},
                         {"wide_100k.sav", data::FileCompression::kBytecode, true}};
+  double uncompressedSeconds = 0;
   for (const File& file : files) {
     const fs::path path = dir / file.name;
-    if (!fs::exists(path)) {
+    if (!fs::exists(path) && file.dta) {
+      data::WriteDtaFile(*SurveyMix(1000000), path.string(), MixAsDta());
+    } else if (!fs::exists(path)) {
       data::WriteOptions options;
       options.compression = file.compression;
       data::WriteDatasetFile(file.wide ? *WideDataset(100000, 1000) : *SurveyMix(1000000), path.string(), options);
     }
-    const std::string stem = fs::path(file.name).stem().string();
+    const std::string stem = file.dta ? "mix_dta" : fs::path(file.name).stem().string();
     Print(stem + "_file_size", static_cast<double>(fs::file_size(path)) / 1e6, "MB");
     const ProgramRun decode = TimeDecode(path.string());
     Print(stem + "_decode_alone", decode.seconds, "s");
     Print(stem + "_decode_alone_cpu", decode.cpu, "s");
     ProgramRun best;
     best.seconds = 1e30;
+    // A .dta file stores no weight: the same pass is asked for.
+    std::vector<std::string> argv = {program.string(), "--format", "json", "-o", "/dev/null", path.string()};
+    if (file.dta) argv.insert(argv.begin() + 1, {"--weight", "weight"});
     for (int round = 0; round < 3; ++round) {
-      const ProgramRun run = RunProgram({program.string(), "--format", "json", "-o", "/dev/null", path.string()});
+      const ProgramRun run = RunProgram(argv);
       if (run.status != 0) {
         std::fprintf(stderr, "codebook exited %d on %s\n", run.status, path.c_str());
         std::exit(1);
@@ -528,6 +547,8 @@ void EndToEnd(const std::string& keepIn) {
     Print(stem + "_codebook_json", best.seconds, "s");
     Print(stem + "_codebook_json_cpu", best.cpu, "s");
     Print(stem + "_codebook_json_peak_memory", static_cast<double>(best.peakMb), "MB");
+    if (stem == "mix_uncompressed") uncompressedSeconds = best.seconds;
+    if (file.dta && uncompressedSeconds > 0) Print("mix_dta_over_uncompressed_sav", best.seconds / uncompressedSeconds, "x");
     if (file.wide) {
       const ProgramRun text = RunProgram({program.string(), "-o", "/dev/null", path.string()});
       Print(stem + "_codebook_text", text.seconds, "s");

@@ -1,5 +1,6 @@
 #include "platform/aggregate/weighted_statistics.h"
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -41,14 +42,26 @@ Moments ComputeMoments(std::span<const WeightedValue> sorted) {
     return m;
   }
 
+  // Values near the largest doubles would overflow the sums, their squares
+  // much sooner: such data are summed scaled by a power of two, which is
+  // exact, so that the statistics come out finite and right.
+  double largest = 0.0;
+  for (const WeightedValue& e : sorted) {
+    if (Counts(e)) largest = std::max(largest, std::fabs(e.value));
+  }
+  constexpr int kLargestExponent = 480;
+  const int exponent = std::isfinite(largest) && largest > 0.0 ? std::ilogb(largest) : 0;
+  const double scale = exponent > kLargestExponent ? std::ldexp(1.0, kLargestExponent - exponent) : 1.0;
+
   // Shifting by a value inside the data keeps the terms small, so the sum
   // does not lose the digits that tell the values apart.
-  const double shift = MiddleValue(sorted);
+  const double shift = MiddleValue(sorted) * scale;
   CompensatedSum shifted;
   for (const WeightedValue& e : sorted) {
-    if (Counts(e)) shifted.Add(e.weight * (e.value - shift));
+    if (Counts(e)) shifted.Add(e.weight * (e.value * scale - shift));
   }
-  m.mean = shift + shifted.Value() / m.weight;
+  const double mean = shift + shifted.Value() / m.weight;
+  m.mean = mean / scale;
 
   if (!(m.weight > 1.0)) {
     m.stdDev = kSysmis;
@@ -59,17 +72,17 @@ Moments ComputeMoments(std::span<const WeightedValue> sorted) {
     CompensatedSum deviations;
     for (const WeightedValue& e : sorted) {
       if (!Counts(e)) continue;
-      const double d = e.value - m.mean;
+      const double d = e.value * scale - mean;
       squares.Add(e.weight * d * d);
       deviations.Add(e.weight * d);
     }
     const double c = deviations.Value();
     double variance = (squares.Value() - c * c / m.weight) / (m.weight - 1.0);
     if (variance < 0.0) variance = 0.0;
-    m.stdDev = std::sqrt(variance);
+    m.stdDev = std::sqrt(variance) / scale;
   }
-  // Values near the largest doubles overflow the sums; say "undefined"
-  // rather than print infinities.
+  // Infinities (an infinite value, weights beyond reason) are "undefined"
+  // rather than printed.
   if (!std::isfinite(m.mean)) m.mean = kSysmis;
   if (!std::isfinite(m.stdDev) || m.mean == kSysmis) m.stdDev = kSysmis;
   return m;

@@ -13,8 +13,13 @@ std::string DatasetExtensionsText() {
   return text;
 }
 
+std::string FormatsReadText() {
+  return ".sav and .zsav, Stata .dta releases 104 to 119, SAS .sas7bdat and SAS transport .xpt versions 5 "
+         "and 8";
+}
+
 std::string NotADatasetFileText() {
-  return "not a dataset file this program reads (it reads " + DatasetExtensionsText() + ")";
+  return "not a dataset file this program reads (it reads " + FormatsReadText() + ")";
 }
 
 bool HasDatasetExtension(std::string_view name) {

@@ -10,13 +10,17 @@
 
 namespace codebook::data {
 
-inline constexpr std::array<std::string_view, 2> kDatasetExtensions = {".sav", ".zsav"};
+inline constexpr std::array<std::string_view, 5> kDatasetExtensions = {".sav", ".zsav", ".dta", ".sas7bdat", ".xpt"};
 
-// ".sav and .zsav" (".sav, .zsav and .dta" with three).
+// ".sav, .zsav, .dta, .sas7bdat and .xpt".
 std::string DatasetExtensionsText();
 
+// The formats in words, with their releases: ".sav and .zsav, Stata .dta
+// releases 104 to 119, SAS .sas7bdat and SAS transport .xpt versions 5 and 8".
+std::string FormatsReadText();
+
 // What is wrong with a file that is none of these: "not a dataset file this
-// program reads (it reads .sav and .zsav)".
+// program reads (it reads " + FormatsReadText() + ")".
 std::string NotADatasetFileText();
 
 // Whether a file name ends in one of the extensions, in any letter case.

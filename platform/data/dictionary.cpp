@@ -91,6 +91,14 @@ void Dictionary::SetVariableWidth(int index, int width, int cellWidth) {
   cellsPerCase_ = static_cast<int>(total);
 }
 
+std::string Dictionary::FreeName(const std::string& wanted, std::size_t position) const {
+  if (!wanted.empty() && FindVarIndex(wanted) < 0) return wanted;
+  for (std::size_t k = position + 1;; ++k) {
+    std::string generated = "V" + std::to_string(k);
+    if (FindVarIndex(generated) < 0) return generated;
+  }
+}
+
 int Dictionary::FindVarIndex(std::string_view name, int start) const {
   if (name.empty()) return -1;
   const int found = FindFolded(FoldCase(name));

@@ -49,6 +49,10 @@ class Dictionary {
   // Position of the variable with this name (case-insensitive) if it is at
   // `start` or later; -1 otherwise.
   int FindVarIndex(std::string_view name, int start = 0) const;
+  // `wanted` when it is not empty and no variable has that name yet; else
+  // the first name V<k>, k from position + 1, that is free. For readers of
+  // files whose names may be empty or repeated.
+  std::string FreeName(const std::string& wanted, std::size_t position) const;
 
   // Case layout: the first cell of a variable within a case (-1 when out of
   // range) and the number of cells of a whole case.

@@ -8,6 +8,7 @@
 // the host's 40 is G, a display format no file can hold.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -156,6 +157,17 @@ constexpr const FormatTraits* FindFileFormatTraits(unsigned int fileCode) {
   if (fileCode >= format_traits_detail::kIndexByFileCode.size()) return nullptr;
   const std::uint8_t slot = format_traits_detail::kIndexByFileCode[fileCode];
   return slot == 0 ? nullptr : &kFormatTraits[slot - 1u];
+}
+
+// A format of a type, its width and decimals brought within what the type
+// allows (numbers at most 40 columns wide): for the readers of formats
+// whose own widths and decimals need not fit. `type` must be a format.
+constexpr VELA_Format FittedFormat(VELA_Format::FormatType type, int width, int decimals) {
+  const FormatTraits* traits = FindFormatTraits(type);
+  const int maxWidth = traits->IsString() ? 32767 : 40;
+  width = std::clamp(width, static_cast<int>(traits->minWidth), maxWidth);
+  decimals = std::clamp(decimals, 0, traits->MaxDecimals(width));
+  return VELA_Format(type, width, decimals);
 }
 
 }  // namespace codebook::data

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "host/data/obs.h"
+#include "platform/data/extended_missing.h"
 
 namespace codebook::data {
 
@@ -43,8 +44,16 @@ MissingValues MissingValues::Strings(std::vector<std::string> discrete) {
   return m;
 }
 
+MissingValues MissingValues::WithExtendedCodes() const {
+  if (!strings_.empty()) throw std::invalid_argument("extended missing codes are numbers");
+  MissingValues m = *this;
+  m.extendedCodes_ = true;
+  return m;
+}
+
 bool MissingValues::IsMissing(double value) const {
   if (value == kSysmis || std::isnan(value)) return false;
+  if (extendedCodes_ && IsExtendedMissing(value)) return true;
   for (const double d : discrete_) {
     if (value == d) return true;
   }

@@ -1,7 +1,9 @@
 // User-missing values of one variable: for numbers up to three discrete values
 // and/or a closed range whose ends may be open (LO / HI); for strings up to
 // three discrete values, compared without trailing blanks. System-missing is
-// never user-missing.
+// never user-missing. A numeric variable of a file that has extended missing
+// values (.a-.z, .A-.Z, ._; platform/data/extended_missing.h) counts every
+// such code as missing too.
 #pragma once
 
 #include <optional>
@@ -29,8 +31,15 @@ class MissingValues {
   // String missing values (trailing blanks are dropped). Throws
   // std::invalid_argument for more than three values.
   static MissingValues Strings(std::vector<std::string> discrete);
+  // The same with every extended missing code counted as missing as well.
+  MissingValues WithExtendedCodes() const;
 
-  bool Empty() const { return discrete_.empty() && !range_ && strings_.empty(); }
+  bool HasExtendedCodes() const { return extendedCodes_; }
+
+  // Empty: nothing at all is user-missing.
+  bool Empty() const { return !DeclaresValues() && !extendedCodes_; }
+  // Whether there are discrete values or a range (what a file declares).
+  bool DeclaresValues() const { return !discrete_.empty() || range_ || !strings_.empty(); }
   bool IsStringKind() const { return !strings_.empty(); }
 
   const std::vector<double>& Discrete() const { return discrete_; }
@@ -38,7 +47,8 @@ class MissingValues {
   const std::vector<std::string>& StringValues() const { return strings_; }
 
   // Whether a number is user-missing: equal to a discrete value or inside the
-  // range, bounds included. kSysmis and NaN are not.
+  // range, bounds included, or an extended missing code when they count.
+  // kSysmis and NaN are not.
   bool IsMissing(double value) const;
   // Whether a string value (trailing blanks ignored) is user-missing.
   bool IsMissing(std::string_view value) const;
@@ -49,6 +59,7 @@ class MissingValues {
   std::vector<double> discrete_;
   std::optional<Range> range_;
   std::vector<std::string> strings_;
+  bool extendedCodes_ = false;
 };
 
 // The text without its trailing blanks.

@@ -101,7 +101,8 @@ void Variable::SetValueLabels(std::shared_ptr<const ValueLabelSetImpl> labels) {
 }
 
 void Variable::SetMissingValues(MissingValues missing) {
-  const bool numericValues = !missing.Discrete().empty() || missing.GetRange().has_value();
+  const bool numericValues =
+      !missing.Discrete().empty() || missing.GetRange().has_value() || missing.HasExtendedCodes();
   if ((IsNumeric() && missing.IsStringKind()) || (!IsNumeric() && numericValues)) {
     throw std::invalid_argument("missing values of variable " + name_ +
                                 " are not of the variable's type");

@@ -171,7 +171,9 @@ class ModelMaker {
       const ValueTally* tally = input_.tally;
       if (tally != nullptr && !tally->Partial() && tally->Cases() > 0) file.weightedCases = tally->WeightedCases();
     }
-    file.layout = LayoutName(input_.fileInfo.compression);
+    // The format as people name it ("Stata .dta release 118"); a .sav
+    // file's says its compression.
+    file.layout = input_.fileInfo.format.empty() ? LayoutName(input_.fileInfo.compression) : input_.fileInfo.format;
     file.encoding = input_.fileInfo.encoding;
     file.created = input_.fileInfo.creationDate;
     if (!input_.fileInfo.creationTime.empty()) {

@@ -108,7 +108,7 @@ struct ModelFile {
   std::string weight;        // empty: unweighted
   int weightIndex = -1;
   std::optional<double> weightedCases;
-  std::string layout;        // "dataset file, zlib compressed"
+  std::string layout;        // "dataset file, zlib compressed", "Stata .dta release 118"
   std::string encoding;
   std::string created;
   std::string writtenBy;

@@ -234,6 +234,8 @@ class DdiWriter {
   }
 
   void MissingValues(const ModelMissing& missing) {
+    // Extended missing codes are no declared range: their categories say
+    // they are missing (the model holds only the declared values).
     if (missing.Empty()) return;
     xml_.Open("invalrng");
     for (const double value : missing.numbers) xml_.Empty("item", {{"VALUE", NumberText(value)}});

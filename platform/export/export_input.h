@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "platform/data/dataset.h"
-#include "platform/data/sav/read_dataset.h"
+#include "platform/data/read_dataset.h"
 #include "platform/export/export_number.h"
 #include "platform/export/item_facts.h"
 #include "platform/export/value_tally.h"

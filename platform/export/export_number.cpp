@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "platform/data/extended_missing.h"
 #include "platform/data/format_traits.h"
 #include "platform/output/format/calendar.h"
 #include "platform/output/format/number_text.h"
@@ -56,6 +57,7 @@ bool Calendared(double seconds, TimeKind kind) {
 }  // namespace
 
 std::string NumberText(double value) {
+  if (const char code = data::ExtendedMissingCode(value)) return data::ExtendedMissingText(code);
   if (std::isnan(value)) return "NaN";
   if (std::isinf(value)) return value > 0 ? "INF" : "-INF";
   return output::NumberText(value);

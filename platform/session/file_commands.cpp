@@ -12,7 +12,7 @@
 #include "host/syntax/command_spec.h"
 #include "host/syntax/token_sequence.h"
 #include "host/syntax/universal_parser.h"
-#include "platform/data/sav/read_dataset.h"
+#include "platform/data/read_dataset.h"
 #include "platform/session/session.h"
 
 namespace codebook::session {
@@ -28,6 +28,10 @@ bool Session::OpenFile(const std::string& path, int line, const std::string& nam
   try {
     data::ReadOptions options;
     options.encoding = options_.encoding;
+    options.catalog = options_.catalog;
+    // A file given by another name (standard input) has no folder of its
+    // own to find a catalog in.
+    options.catalogBeside = !fileSpec.has_value();
     options.name = name;
     options.fileSpec = fileSpec;
     data::ReadResult result = data::OpenDatasetFile(path, options);

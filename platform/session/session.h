@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "host/data/data_source.h"
-#include "platform/data/sav/read_dataset.h"
+#include "platform/data/read_dataset.h"
 #include "platform/data/selection.h"
 #include "platform/output/document/document.h"
 #include "platform/session/module_loader.h"
@@ -42,6 +42,8 @@ struct SessionOptions {
   bool progress = false;
   // Decode dataset files with this encoding instead of the one they declare.
   std::string encoding;
+  // The format catalog of .sas7bdat files (empty: one beside each file).
+  std::string catalog;
   // Called after each command with the position of its first item in the
   // document, so that a caller can show its output at once.
   std::function<void(std::size_t firstItem)> afterCommand;

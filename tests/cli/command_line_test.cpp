@@ -337,7 +337,7 @@ TEST_F(CommandLine, MessagesSpeakAsTheProgram) {
   std::ofstream(Path("x.dta")) << "not a dataset\n";
   const Result notOurs = Shell(In(Binary() + " x.dta"));
   EXPECT_EQ(notOurs.status, 3);
-  EXPECT_EQ(notOurs.err, "codebook: x.dta: not a dataset file this program reads (it reads .sav and .zsav)\n");
+  EXPECT_EQ(notOurs.err, "codebook: x.dta: not a dataset file this program reads (it reads .sav and .zsav, Stata .dta releases 104 to 119, SAS .sas7bdat and SAS transport .xpt versions 5 and 8)\n");
   const Result missing = Shell(In(Binary() + " nosuch.sav"));
   EXPECT_EQ(missing.status, 3);
   EXPECT_THAT(missing.err, testing::StartsWith("codebook: nosuch.sav: "));

@@ -274,6 +274,69 @@ TEST_F(Export, DictionaryOfEveryFixtureIsTrue) {
   }
 }
 
+// Every character of a label, value or attribute survives the dictionary:
+// line ends, commas and quotes through CSV quoting, the list separators
+// through their escapes, so that each list splits back into its items.
+TEST_F(Export, DictionaryFieldsKeepEveryCharacter) {
+  auto dataset = codebook::data::DatasetBuilder()
+                     .Numeric("x")
+                     .Label("two\nlines")
+                     .ValueLabel(1, "a=b").ValueLabel(2, "c;d").ValueLabel(3, "back\\slash").ValueLabel(4, "plain")
+                     .MissingDiscrete({9})
+                     .Attribute("Note", {"x; y", "z=w"})
+                     .String("s", 8)
+                     .Label("carriage\rreturn")
+                     .ValueLabel("k=v", "pair").ValueLabel("p;q", "semi, colon")
+                     .MissingStrings({"n;a"})
+                     .Attribute("Note", {"say \"hi\""})
+                     .Cases({{1, "k=v"}, {2, "p;q"}, {9, "n;a"}})
+                     .Build();
+  codebook::data::WriteDatasetFile(*dataset, Path("hostile.sav").string());
+  const Result result = Run({"-f", "dictionary", Path("hostile.sav").string()});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const auto rows = ParseCsv(result.out);
+  ASSERT_EQ(rows.size(), 3u) << result.out;
+  const std::vector<std::string>& header = rows[0];
+  const auto field = [&](std::size_t row, const char* name) {
+    const auto at = std::find(header.begin(), header.end(), name);
+    return at == header.end() || rows[row].size() != header.size() ? std::string("<absent>")
+                                                                   : rows[row][static_cast<std::size_t>(at - header.begin())];
+  };
+  // A line end of either kind is quoted, as a comma or a quote is.
+  EXPECT_THAT(result.out, HasSubstr(",\"two\nlines\","));
+  EXPECT_THAT(result.out, HasSubstr(",\"carriage\rreturn\","));
+  EXPECT_EQ(field(1, "label"), "two\nlines");
+  EXPECT_EQ(field(1, "value_labels"), "1=a\\=b; 2=c\\;d; 3=back\\\\slash; 4=plain");
+  EXPECT_EQ(field(1, "missing_values"), "9");
+  EXPECT_EQ(field(1, "attribute:Note"), "x\\; y; z\\=w");
+  EXPECT_EQ(field(2, "label"), "carriage\rreturn");
+  EXPECT_EQ(field(2, "value_labels"), "k\\=v=pair; p\\;q=semi, colon");
+  EXPECT_EQ(field(2, "missing_values"), "n\\;a");
+  EXPECT_EQ(field(2, "attribute:Note"), "say \"hi\"");
+}
+
+// References to the variable in the first position (V1): as a set's
+// member and as the weight of the statistics.
+TEST_F(Export, TheFirstVariableIsReferencedLikeAnyOther) {
+  VariableSetImpl::Definition set;
+  set.name = "$both";
+  set.kind = VariableSetImpl::kMultipleCategory;
+  set.members = {"a", "b"};
+  codebook::data::WriteDatasetFile(
+      *codebook::data::DatasetBuilder().Numeric("a").Numeric("b").MRSet(set).Cases({{1, 2}, {2, 2}}).Build(),
+      Path("set.sav").string());
+  codebook::data::WriteDatasetFile(
+      *codebook::data::DatasetBuilder().Numeric("w").Weight("w").Numeric("x").Cases({{2, 1}, {1, 2}}).Build(),
+      Path("weighted.sav").string());
+  const Result sets = Run({"-f", "ddi", Path("set.sav").string()});
+  ASSERT_EQ(sets.status, 0) << sets.err;
+  EXPECT_THAT(sets.out, HasSubstr("type=\"multipleResp\" name=\"$both\" var=\"V1 V2\""));
+  EXPECT_THAT(sets.out, Not(HasSubstr("codebook:members")));
+  const Result weighted = Run({"-f", "ddi", Path("weighted.sav").string()});
+  ASSERT_EQ(weighted.status, 0) << weighted.err;
+  EXPECT_THAT(weighted.out, HasSubstr("<sumStat wgtd=\"wgtd\" weight=\"V1\" type=\"mean\">"));
+}
+
 TEST_F(Export, TextFromTheFileComesOutAsValidXml) {
   // Names, labels and values with markup, quotes, controls, bytes that are
   // not UTF-8 and any Unicode.
@@ -346,10 +409,15 @@ TEST_F(Export, BadInputGetsTheSameMessagesAndNoFile) {
   EXPECT_EQ(toStandardOutput.out, "");
   // A file without cases exports its dictionary; its codebook is the
   // procedure's error, as ever.
-  const Result empty = Run({"-f", "ddi", Fixture("fx09_zero_cases.sav")});
-  EXPECT_EQ(empty.status, 0) << empty.err;
-  EXPECT_THAT(empty.out, HasSubstr("<caseQnty>0</caseQnty>"));
-  EXPECT_THAT(empty.out, Not(HasSubstr("catStat")));
+  // A file without cases exports its dictionary, whatever STATISTICS asks.
+  for (const std::vector<std::string>& statistics : {std::vector<std::string>{}, {"/STATISTICS", "MEAN"}}) {
+    std::vector<std::string> arguments = {"-f", "ddi", Fixture("fx09_zero_cases.sav")};
+    arguments.insert(arguments.end(), statistics.begin(), statistics.end());
+    const Result empty = Run(arguments);
+    EXPECT_EQ(empty.status, 0) << empty.err;
+    EXPECT_THAT(empty.out, HasSubstr("<caseQnty>0</caseQnty>"));
+    EXPECT_THAT(empty.out, Not(HasSubstr("catStat")));
+  }
   for (const char* format : {"text", "json", "html"}) {
     const Result tables = Run({"-f", format, Fixture("fx09_zero_cases.sav")});
     EXPECT_EQ(tables.status, 1) << format;

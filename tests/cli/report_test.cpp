@@ -114,6 +114,7 @@ TEST_F(Report, AlertsGoWhereEachFormatCarriesThem) {
   EXPECT_EQ(parsed["alerts"][0]["kind"], "unused-label");
 
   const Result html = Run({"--format", "html", Path("people.sav").string(), "q", "id"});
+  EXPECT_THAT(html.out, HasSubstr("<title>Codebook of people.sav</title>"));
   EXPECT_THAT(html.out, HasSubstr("<h3>Data-quality alerts</h3>"));
   EXPECT_THAT(html.out, HasSubstr("<th scope=\"row\"><a href=\"#var-q\">q</a>"));
   // In q's own section, after its name.

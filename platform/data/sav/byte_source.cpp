@@ -47,7 +47,7 @@ class BufferSource final : public ByteSource {
   std::uint64_t Size() const override { return bytes_.size(); }
 
   std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> out) const override {
-    if (offset >= bytes_.size()) return 0;
+    if (offset >= bytes_.size() || out.empty()) return 0;
     std::size_t n = std::min<std::uint64_t>(out.size(), bytes_.size() - offset);
     std::memcpy(out.data(), bytes_.data() + offset, n);
     return n;

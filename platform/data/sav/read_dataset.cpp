@@ -11,33 +11,35 @@
 #include "platform/data/sav/raw_dictionary.h"
 #include "platform/data/sav/sav_case_stream.h"
 
-namespace codebook::data {
+namespace codebook::data::sav {
 namespace {
 
 constexpr std::uint64_t kReadAheadFrom = 1 << 20;  // bytes of case data
 
-ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions& options,
-                std::optional<std::string> fileSpec) {
-  sav::Warnings warnings;
-  sav::RawDictionary raw = sav::ReadRawDictionary(*source, warnings);
-  sav::DecodedFile decoded;
+}  // namespace
+
+ReadResult ReadSav(std::shared_ptr<const ByteSource> source, const ReadOptions& options,
+                   std::optional<std::string> fileSpec) {
+  Warnings warnings;
+  RawDictionary raw = ReadRawDictionary(*source, warnings);
+  DecodedFile decoded;
   try {
-    decoded = sav::DecodeDictionary(raw, *source, options, warnings);
+    decoded = DecodeDictionary(raw, *source, options, warnings);
   } catch (const std::logic_error& e) {
     // The model refused something the decoder let through (invalid_argument,
     // length_error...): still the file's fault, reported as such.
     throw FileError(source->Name(), std::string("unusable dictionary: ") + e.what());
   }
-  std::shared_ptr<const sav::CasePlan> plan = decoded.plan;
+  std::shared_ptr<const CasePlan> plan = decoded.plan;
 
   std::int64_t count = plan->declaredCases;
   const std::size_t caseBytes = plan->slotsPerCase * 8;
   if (caseBytes == 0) {
-    if (source->Size() > plan->dataOffset && plan->compression != sav::Compression::kZlib) {
+    if (source->Size() > plan->dataOffset && plan->compression != Compression::kZlib) {
       warnings.Add("cases", "a file without variables has data; they are ignored");
     }
     count = 0;
-  } else if (plan->compression == sav::Compression::kNone) {
+  } else if (plan->compression == Compression::kNone) {
     const std::uint64_t bytes = source->Size() - plan->dataOffset;
     const auto present = static_cast<std::int64_t>(bytes / caseBytes);
     if (count >= 0 && count != present) {
@@ -47,7 +49,7 @@ ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions
     if (bytes % caseBytes != 0) warnings.Add("cases", "the file ends inside a case");
   } else if (count < 0 && options.countUnknownCases) {
     try {
-      count = sav::CountSavCases(source, plan);
+      count = CountSavCases(source, plan);
     } catch (const DataError& e) {
       warnings.Add("cases", std::string("cannot count the cases: ") + e.what());
       count = -1;
@@ -58,7 +60,7 @@ ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions
   // the procedure reads; a small one is not worth the thread.
   const bool readAhead = source->Size() - std::min(source->Size(), plan->dataOffset) >= kReadAheadFrom;
   auto factory = [source, plan, readAhead]() -> std::unique_ptr<CaseStream> {
-    std::unique_ptr<CaseStream> cases = sav::OpenSavCases(source, plan);
+    std::unique_ptr<CaseStream> cases = OpenSavCases(source, plan);
     return readAhead ? ReadAhead(std::move(cases), plan->cellsPerCase) : std::move(cases);
   };
   ReadResult result;
@@ -70,22 +72,4 @@ ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions
   return result;
 }
 
-}  // namespace
-
-ReadResult OpenDatasetFile(const std::string& path, const ReadOptions& options) {
-  std::optional<std::string> fileSpec = options.fileSpec;
-  if (!fileSpec) {
-    std::error_code error;
-    const std::filesystem::path absolute = std::filesystem::absolute(path, error);
-    fileSpec = error ? path : absolute.lexically_normal().string();
-  }
-  return Read(sav::OpenFileSource(path, options.name), options,
-              std::move(fileSpec));
-}
-
-ReadResult ReadDatasetBytes(std::vector<std::uint8_t> bytes, const std::string& name,
-                            const ReadOptions& options) {
-  return Read(sav::MemorySource(std::move(bytes), name), options, std::nullopt);
-}
-
-}  // namespace codebook::data
+}  // namespace codebook::data::sav

@@ -14,11 +14,13 @@
 #include <vector>
 
 #include "platform/data/data_error.h"
+#include "platform/data/extended_missing.h"
 #include "platform/data/sav/bytecode_decoder.h"
 #include "platform/data/sav/data_stream.h"
 #include "platform/data/sav/file_error.h"
 #include "platform/data/sav/text_encoding.h"
 #include "platform/data/sav/zlib_stream.h"
+#include "platform/data/text/utf8.h"
 
 namespace codebook::data::sav {
 namespace {
@@ -26,27 +28,12 @@ namespace {
 constexpr std::size_t kBlockBytes = 256 * 1024;
 constexpr std::size_t kWindowBytes = 1024 * 1024;
 constexpr std::uint64_t kSysmisBits = 0xFFEFFFFFFFFFFFFFull;
+// A valid value inside the band of extended missing codes is lowered below
+// it, so that it is never taken for one (platform/data/extended_missing.h).
+constexpr std::uint64_t kBelowBandBits = std::bit_cast<std::uint64_t>(kBelowReservedBand);
 
-bool HasHighByte(const std::uint8_t* p, std::size_t n) {
-  std::size_t i = 0;
-  for (; i + 8 <= n; i += 8) {
-    std::uint64_t w;
-    std::memcpy(&w, p + i, 8);
-    if (w & 0x8080808080808080ull) return true;
-  }
-  for (; i < n; ++i) {
-    if (p[i] & 0x80) return true;
-  }
-  return false;
-}
-
-// Length of the longest prefix of at most `limit` bytes that does not split
-// a UTF-8 character.
-std::size_t Utf8Prefix(std::string_view s, std::size_t limit) {
-  if (s.size() <= limit) return s.size();
-  std::size_t n = limit;
-  while (n > 0 && (static_cast<unsigned char>(s[n]) & 0xC0) == 0x80) --n;
-  return n;
+constexpr std::uint64_t OutOfBand(std::uint64_t bits) {
+  return InReservedBand(std::bit_cast<double>(bits)) ? kBelowBandBits : bits;
 }
 
 class SavCaseStream final : public CaseStream {
@@ -152,7 +139,7 @@ class SavCaseStream final : public CaseStream {
         if (numeric[slot] != 0) {
           if (swap) bits = __builtin_bswap64(bits);
           const bool nan = (bits & 0x7FFFFFFFFFFFFFFFull) > 0x7FF0000000000000ull;
-          bits = (nan || bits == declared) ? kSysmisBits : bits;
+          bits = (nan || bits == declared) ? kSysmisBits : OutOfBand(bits);
         }
         std::memcpy(columns[slot]++, &bits, 8);
         if (++slot == S) {
@@ -307,7 +294,7 @@ class SavCaseStream final : public CaseStream {
   }
   std::uint64_t NumberBits(std::uint64_t bits) const {
     if (plan_->bigEndian) bits = __builtin_bswap64(bits);
-    return IsSysmis(bits) ? kSysmisBits : bits;
+    return IsSysmis(bits) ? kSysmisBits : OutOfBand(bits);
   }
 
   // Converts the next `k` cases of the block (k <= kTile) and writes them to
@@ -348,7 +335,7 @@ class SavCaseStream final : public CaseStream {
     const auto number = [declared](std::uint64_t bits) {
       if (kSwap) bits = __builtin_bswap64(bits);
       const bool nan = (bits & 0x7FFFFFFFFFFFFFFFull) > 0x7FF0000000000000ull;
-      return (nan || bits == declared) ? kSysmisBits : bits;
+      return (nan || bits == declared) ? kSysmisBits : OutOfBand(bits);
     };
     for (std::size_t c = 0; c < cells; ++c) {
       OBS* __restrict column = batch.Column(c) + at;

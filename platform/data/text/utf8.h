@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace codebook::data {
@@ -43,6 +44,33 @@ inline std::size_t Utf8SequenceAt(std::string_view text, std::size_t i, char32_t
   }
   codePoint = value;
   return length;
+}
+
+// Whether any byte is 0x80 or above (text that is not plain ASCII); a word
+// at a time.
+inline bool HasHighByte(const std::uint8_t* p, std::size_t n) {
+  std::size_t i = 0;
+  for (; i + 8 <= n; i += 8) {
+    std::uint64_t w;
+    std::memcpy(&w, p + i, 8);
+    if (w & 0x8080808080808080ull) return true;
+  }
+  for (; i < n; ++i) {
+    if (p[i] & 0x80) return true;
+  }
+  return false;
+}
+inline bool HasHighByte(std::string_view s) {
+  return HasHighByte(reinterpret_cast<const std::uint8_t*>(s.data()), s.size());
+}
+
+// The length of the longest prefix of at most `limit` bytes that does not
+// split a UTF-8 character.
+inline std::size_t Utf8Prefix(std::string_view s, std::size_t limit) {
+  if (s.size() <= limit) return s.size();
+  std::size_t n = limit;
+  while (n > 0 && (static_cast<unsigned char>(s[n]) & 0xC0) == 0x80) --n;
+  return n;
 }
 
 }  // namespace codebook::data

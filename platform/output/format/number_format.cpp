@@ -10,6 +10,7 @@
 
 #include "host/data/obs.h"
 
+#include "platform/data/extended_missing.h"
 #include "platform/data/format_traits.h"
 #include "platform/output/format/decimal.h"
 #include "platform/output/format/format_internal.h"
@@ -248,6 +249,10 @@ std::string FormatNumber(double value, const VELA_Format& format, FieldMode mode
   int decimals = format.Decimals() > kMaxDecimals ? kMaxDecimals : format.Decimals();
   if (width < 1) width = 1;
   if (!std::isfinite(value) || value == kSysmis) return MissingText(width, mode);
+  // An extended missing code shows as such in every numeric format.
+  if (const char code = data::ExtendedMissingCode(value)) {
+    return FitField(data::ExtendedMissingText(code), width < 2 ? 2 : width, mode);
+  }
 
   const unsigned int type = format.TypeEx();
   const data::FormatTraits* traits = data::FindFormatTraits(type);

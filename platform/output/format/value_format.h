@@ -26,7 +26,8 @@ inline constexpr int kTwoDigitYearFirst = 1940;  // window 1940..2039
 // A numeric value in a numeric format. System-missing (and NaN or
 // infinity) shows as "."; so do values a format cannot hold (a negative N,
 // a date before the calendar origin, a WKDAY outside 1..7). A string
-// format, or an invalid one, shows the value as F8.2.
+// format, or an invalid one, shows the value as F8.2. An extended missing
+// code (platform/data/extended_missing.h) shows as ".a", "._", ".Z".
 std::string FormatNumber(double value, const VELA_Format& format, FieldMode mode);
 
 // A string value (the bytes of its cells) in an A or AHEX format: A without

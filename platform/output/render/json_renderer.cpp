@@ -8,6 +8,7 @@
 
 #include "host/data/obs.h"
 #include "platform/output/render/file_summary_words.h"
+#include "platform/data/extended_missing.h"
 #include "platform/output/render/json_writer.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/table_view.h"
@@ -18,6 +19,9 @@ namespace {
 
 void WriteDataValue(std::string& out, const ContentView& content) {
   if (const double* number = std::get_if<double>(&content.dataValue)) {
+    // An extended missing code is written as it is shown (".a"), not as
+    // the number that stands for it.
+    if (const char code = data::ExtendedMissingCode(*number)) return AppendJsonString(out, data::ExtendedMissingText(code));
     AppendJsonNumber(out, *number);
   } else if (const std::string_view* text = std::get_if<std::string_view>(&content.dataValue)) {
     AppendJsonString(out, *text);

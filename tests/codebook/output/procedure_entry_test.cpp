@@ -10,6 +10,7 @@
 
 #include "codebook.h"
 #include "harness.h"
+#include "platform/aggregate/distribution_sink.h"
 #include "platform/data/active_dataset.h"
 #include "platform/session/procedure_context.h"
 #include "platform/data/case_stream.h"
@@ -115,6 +116,20 @@ TEST(Entry, RunsOnTwoThreadsAtOnceKeepToThemselves) {
   EXPECT_EQ(codebook::data::ActiveSelection(), nullptr);
   EXPECT_EQ(codebook::syntax::GetMessageSink(), nullptr);
   EXPECT_EQ(codebook::syntax::GetCurrentCommand(), nullptr);
+}
+
+// What a run is not given it leaves alone: a distribution sink set around
+// several runs is still there after each.
+TEST(Entry, ARunLeavesTheDistributionSinkItWasNotGiven) {
+  struct Sink final : codebook::aggregate::DistributionSink {
+    void Distribution(int, std::span<const codebook::aggregate::WeightedValue>) override {}
+  } outer;
+  codebook::aggregate::SetDistributionSink(&outer);
+  EntryRun run;
+  run.Run(cbtest::DatasetBuilder().Numeric("x").Level(3).Cases({{1}, {2}}).Build(), "CODEBOOK x.");
+  EXPECT_EQ(run.document->Size(), 1u);
+  EXPECT_EQ(codebook::aggregate::GetDistributionSink(), &outer);
+  codebook::aggregate::SetDistributionSink(nullptr);
 }
 
 TEST(SharedLibrary, ExportsExactlyTheEntry) {

@@ -5,13 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <sstream>
 
-#include "codebook.h"
-#include "harness.h"
-#include "platform/session/procedure_context.h"
-#include "platform/output/current_output.h"
-#include "platform/output/render/renderers.h"
+#include "procedure_run.h"
 
 namespace {
 
@@ -29,22 +24,7 @@ std::shared_ptr<cbtest::Dataset> Mixed() {
       .Build();
 }
 
-json RunCodebook(const std::string& command) {
-  codebook::syntax::MessageCollector messages;
-  auto document = std::make_shared<codebook::output::Document>();
-  {
-    codebook::session::ProcedureParts parts;
-    parts.command = cbtest::CommandOf(command);
-    parts.messages = &messages;
-    parts.selection = std::make_shared<const ProcedureDataSource::Selection>(Mixed());
-    parts.document = document;
-    const codebook::session::ProcedureContext context(std::move(parts));
-    codebook_(0);
-  }
-  std::ostringstream text;
-  codebook::output::RenderJson(*document, text);
-  return json::parse(text.str());
-}
+json RunCodebook(const std::string& command) { return {{"items", cbtest::RunProcedure(Mixed(), command).items}}; }
 
 // The "Value" or "Count" text of the row labelled `label` under `group`.
 std::string Cell(const json& table, const std::string& group, const std::string& label,

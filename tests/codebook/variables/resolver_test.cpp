@@ -51,6 +51,13 @@ TEST(ResolveVariable, ByIndexAndByName) {
   EXPECT_EQ(byIndex.getVariableIndex(), 2);
   EXPECT_EQ(byIndex.GetLabeledValueLabelSetSize(), 3);
   EXPECT_STREQ(byIndex.getVELAVariable()->GetName(), "fav1");
+  // A number has no string length; a string its format's width.
+  EXPECT_FALSE(byIndex.isString());
+  EXPECT_EQ(byIndex.getStringLength(), 0);
+  CBKVariableResolver text;
+  ASSERT_TRUE(text.resolveVariable(ds.get(), std::string("m12")));
+  EXPECT_TRUE(text.isString());
+  EXPECT_EQ(text.getStringLength(), 12);
 
   CBKVariableResolver byName;
   ASSERT_TRUE(byName.resolveVariable(ds.get(), std::string("BRAND_B")));

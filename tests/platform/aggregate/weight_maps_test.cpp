@@ -15,11 +15,28 @@
 #include <vector>
 
 #include "platform/aggregate/cell_values.h"
+#include "platform/aggregate/hash.h"
 #include "platform/aggregate/numeric_weight_map.h"
 #include "platform/aggregate/string_weight_map.h"
 
 namespace codebook::aggregate {
 namespace {
+
+// Every byte of a string counts in its hash, at any length: strings that
+// differ in one byte hash apart (else they would share a chain of the
+// string map, however many there are).
+TEST(HashBytes, EveryByteCounts) {
+  for (const std::size_t n : {1, 2, 3, 4, 7, 8, 9, 15, 16, 17, 23, 24, 25, 40, 100}) {
+    const std::string base(n, 'a');
+    std::set<std::uint64_t> hashes = {HashBytes(base), HashBytes(base + "a")};
+    for (std::size_t i = 0; i < n; ++i) {
+      std::string changed = base;
+      changed[i] = 'b';
+      hashes.insert(HashBytes(changed));
+    }
+    EXPECT_EQ(hashes.size(), n + 2) << n;
+  }
+}
 
 TEST(NumericWeightMap, StaysUsableAfterSorting) {
   NumericWeightMap<> map;

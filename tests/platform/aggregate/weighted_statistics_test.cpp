@@ -29,6 +29,10 @@ TEST(Moments, UndefinedCases) {
   Moments light = ComputeMoments(Values({{1, 0.25}, {2, 0.75}}));
   EXPECT_DOUBLE_EQ(light.mean, 1.75);
   EXPECT_EQ(light.stdDev, kSysmis);
+  // Below 1 the divisor W - 1 is negative: still no standard deviation.
+  Moments lighter = ComputeMoments(Values({{1, 0.2}, {3, 0.3}}));
+  EXPECT_DOUBLE_EQ(lighter.mean, 2.2);
+  EXPECT_EQ(lighter.stdDev, kSysmis);
   // Just over 1 is defined.
   Moments over = ComputeMoments(Values({{1, 0.5}, {2, 0.75}}));
   EXPECT_NE(over.stdDev, kSysmis);
@@ -43,9 +47,30 @@ TEST(Moments, NoCancellationNearLargeValues) {
   EXPECT_NEAR(m.stdDev / std::sqrt(0.5e6 / (3e6 - 1)), 1.0, 1e-12);
 }
 
+// The sums are taken about a value of the data, found from the middle of
+// the sorted values outwards past the user-missing ones (no positive
+// weight): one valid value is then its own mean to the last bit.
+TEST(Moments, OneValidValueIsItsOwnMeanExactly) {
+  for (const auto& values : {Values({{0.1, 3}, {9, -2}}), Values({{0.1, 3}, {8, -1}, {9, -2}}),
+                             Values({{-5, -1}, {0.1, 3}})}) {
+    const Moments m = ComputeMoments(values);
+    EXPECT_EQ(m.mean, 0.1);
+    EXPECT_EQ(m.stdDev, 0.0);
+  }
+}
+
 TEST(Moments, HugeValuesGiveSysmisNotInfinity) {
   Moments m = ComputeMoments(Values({{-1.7e308, 1}, {1.7e308, 1}}));
   EXPECT_EQ(m.stdDev, kSysmis);
+}
+
+// Squares of deviations far past the double range, a standard deviation
+// well inside it: sd of {0, x} is x / sqrt(2).
+TEST(Moments, HugeValuesWhoseDeviationIsFinite) {
+  const double x = 8.9e307;
+  Moments m = ComputeMoments(Values({{0, 1}, {x, 1}}));
+  EXPECT_DOUBLE_EQ(m.mean, x / 2);
+  EXPECT_NEAR(m.stdDev / (x / std::sqrt(2.0)), 1.0, 1e-15);
 }
 
 // The percentile definition, by hand: t = (W + 1) p; between the values at

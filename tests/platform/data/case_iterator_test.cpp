@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/data/case_batch.h"
 #include "platform/data/case_source.h"
 #include "platform/data/data_error.h"
 #include "platform/data/dataset.h"
@@ -18,9 +19,11 @@ using codebook::data::Variable;
 
 namespace {
 
-// Two cases, the second weighing 0.5, then a split-group end.
+// Two cases, the second weighing 0.5, then a split-group end; or, without
+// weights, the same cases and nothing said of their weights.
 class ScriptedSource final : public ProcDSIterator::Source {
  public:
+  explicit ScriptedSource(bool weighted = true) : weighted_(weighted) {}
   ~ScriptedSource() override { EndListening(); }
   int CellOffset(int varIndex) const override { return varIndex == 0 ? 0 : -1; }
   const VELA_Variable* GetVariable(int varIndex) const override {
@@ -38,6 +41,7 @@ class ScriptedSource final : public ProcDSIterator::Source {
       batch.AppendCase(&cell);
     }
     batch.AppendSplitGroupEnd();
+    if (!weighted_) return true;
     batch.weights() = {1.0, 0.5, 1.0};
     batch.counted() = {0, 1};
     batch.SetAllCounted(false);
@@ -45,9 +49,26 @@ class ScriptedSource final : public ProcDSIterator::Source {
   }
 
  private:
+  bool weighted_;
   bool filled_ = false;
   Variable variable_{"x"};
 };
+
+// A batch shaped again for wider cases holds them, whatever its capacity.
+TEST(CaseBatch, ReshapedForWiderCasesHoldsThem) {
+  codebook::data::CaseBatch batch;
+  batch.Shape(1, 4);
+  OBS one[1] = {{1.0}};
+  batch.AppendCase(one);
+  batch.Shape(3, 4);
+  EXPECT_EQ(batch.cases(), 0u);
+  OBS three[3] = {{1.0}, {2.0}, {3.0}};
+  batch.AppendCase(three);
+  batch.AppendCase(three);
+  ASSERT_EQ(batch.cellsPerCase(), 3u);
+  EXPECT_EQ(batch.Column(2)[1].d, 3.0);
+  EXPECT_EQ(batch.Column(0)[1].d, 1.0);
+}
 
 TEST(ProcDSIterator, CopiesCellsWeightAndSplitFlag) {
   ProcDSIterator it(std::make_unique<ScriptedSource>());
@@ -68,6 +89,15 @@ TEST(ProcDSIterator, CopiesCellsWeightAndSplitFlag) {
   EXPECT_EQ(it.CellOffset(0), 0);
   EXPECT_STREQ(it.GetVariable(0)->GetName(), "x");
   EXPECT_EQ(it.GetVariable(1), nullptr);
+}
+
+TEST(ProcDSIterator, CasesOfASourceThatGivesNoWeightsWeighOne) {
+  ProcDSIterator it(std::make_unique<ScriptedSource>(false));
+  for (const double x : {0.0, 10.0}) {
+    ASSERT_EQ(it.NextCase(), 1);
+    EXPECT_EQ(it.CurrentCase()->d, x);
+    EXPECT_EQ(it.CaseWeight(), 1.0);
+  }
 }
 
 TEST(ProcDSIterator, WithoutSourceItIsEmpty) {
@@ -117,6 +147,16 @@ TEST(ProcDSIterator, FactoryFailureIsADataErrorAtOpen) {
   const ProcedureDataSource source(std::make_shared<ProcedureDataSource::Selection>(ds));
   EXPECT_THROW(std::unique_ptr<VELA_InputCaseIterator>(source.CreateCaseIterator(false)),
                DataError);
+}
+
+// Context added on the way up fills in what the error did not know.
+TEST(DataErrorTest, ContextFillsInTheFileAndCaseOnlyWhereUnknown) {
+  const DataError placed = DataError("", 0, "bad cell").WithContext("f.sav", 7);
+  EXPECT_STREQ(placed.what(), "f.sav: case 7: bad cell");
+  EXPECT_EQ(placed.CaseNumber(), 7);
+  const DataError known = DataError("a.sav", 3, "bad cell").WithContext("f.sav", 7);
+  EXPECT_STREQ(known.what(), "a.sav: case 3: bad cell");
+  EXPECT_STREQ(DataError("", -2, "no case").what(), "no case");
 }
 
 }  // namespace

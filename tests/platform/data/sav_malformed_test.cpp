@@ -33,7 +33,7 @@ std::ostream& operator<<(std::ostream& os, const Case& c) { return os << c.file;
 const Case kCases[] = {
     {"m01_empty_file.sav", Outcome::kRejectOpen, "not a dataset file (the file is empty)", 0},
     {"m02_truncated_header.sav", Outcome::kRejectOpen, "truncated file: the file header needs 176 bytes", 0},
-    {"m03_bad_magic.sav", Outcome::kRejectOpen, "not a dataset file this program reads (it reads .sav and .zsav)", 0},
+    {"m03_bad_magic.sav", Outcome::kRejectOpen, "not a dataset file this program reads (it reads .sav and .zsav, Stata .dta", 0},
     {"m04_bad_layout_code.sav", Outcome::kRejectOpen, "bad layout code", 0},
     {"m05_truncated_dictionary.sav", Outcome::kRejectOpen, "file ends inside a value-label record", 0},
     {"m06_truncated_data_mid_case.sav", Outcome::kRejectPass, "the file ends inside a case", 11},
@@ -108,6 +108,18 @@ INSTANTIATE_TEST_SUITE_P(Malformed, MalformedTest, ::testing::ValuesIn(kCases),
                            std::string name = info.param.file;
                            return name.substr(0, 3);
                          });
+
+// What is not a file cannot be a dataset: a folder, a device.
+TEST(MalformedTest, OnlyRegularFilesOpen) {
+  for (const std::string path : {CODEBOOK_FIXTURES_DIR, "/dev/null"}) {
+    try {
+      OpenDatasetFile(path);
+      ADD_FAILURE() << path << " opened";
+    } catch (const FileError& e) {
+      EXPECT_EQ(std::string(e.what()), path + ": cannot open: not a regular file");
+    }
+  }
+}
 
 // The data that precede a break are delivered before the error.
 TEST(MalformedTest, CasesBeforeATruncationAreDelivered) {

@@ -16,11 +16,7 @@ namespace {
 
 using data::DatasetBuilder;
 
-// `distinct`, when given, receives each variable's count of distinct values.
-std::set<int> HiddenOf(const data::Dataset& dataset, const std::string& request,
-                       std::vector<std::size_t>* distinct = nullptr) {
-  const HideRequest parsed = ParseHideRequest(request);
-  exporting::ValueTally tally(dataset, -1, HideTallyOptions(parsed, dataset));
+void ObserveEveryCase(exporting::ValueTally& tally, const data::Dataset& dataset) {
   auto cases = dataset.OpenCases();
   data::CaseBatch batch;
   batch.Shape(static_cast<std::size_t>(dataset.GetDictionary().CellsPerCase()), 1);
@@ -30,6 +26,14 @@ std::set<int> HiddenOf(const data::Dataset& dataset, const std::string& request,
     batch.weights() = {1.0};
     tally.Observe(batch);
   }
+}
+
+// `distinct`, when given, receives each variable's count of distinct values.
+std::set<int> HiddenOf(const data::Dataset& dataset, const std::string& request,
+                       std::vector<std::size_t>* distinct = nullptr) {
+  const HideRequest parsed = ParseHideRequest(request);
+  exporting::ValueTally tally(dataset, -1, HideTallyOptions(parsed, dataset));
+  ObserveEveryCase(tally, dataset);
   if (distinct != nullptr) {
     for (int i = 0; i < dataset.ColumnCount(); ++i) distinct->push_back(tally.Of(i).DistinctValues());
   }
@@ -69,6 +73,25 @@ TEST(HiddenValues, SmallFilesAreJudgedOnEveryValue) {
   // Fewer than ten cases say nothing sure about identity.
   auto few = DatasetBuilder().Numeric("code").Cases({{1}, {2}, {3}}).Build();
   EXPECT_EQ(HiddenOf(*few, "auto"), std::set<int>{});
+}
+
+// The note says how many distinct values a hidden variable has: exactly,
+// up to the number the tally keeps (10,000), and as an estimate past it.
+TEST(HiddenValues, TheNoteCountsExactlyUpToTheTallysLimit) {
+  for (const int values : {10000, 10001}) {
+    DatasetBuilder builder;
+    builder.Numeric("id");
+    for (int i = 0; i < values; ++i) builder.Case({i * 7.0});
+    const auto dataset = builder.Build();
+    exporting::ValueTally tally(*dataset, -1, HideTallyOptions(ParseHideRequest("id"), *dataset));
+    ObserveEveryCase(tally, *dataset);
+    const std::string note = HiddenText(&tally, 0);
+    if (values == 10000) {
+      EXPECT_EQ(note, "values hidden; 10000 distinct values");
+    } else {
+      EXPECT_EQ(note.rfind("values hidden; about ", 0), 0u) << note;
+    }
+  }
 }
 
 }  // namespace

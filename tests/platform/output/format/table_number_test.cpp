@@ -22,6 +22,26 @@ TEST(TableNumber, CountsHaveNoDecimalsRoundedHalfAwayFromZero) {
   EXPECT_EQ(FormatTableNumber(kSysmis, count), ".");
 }
 
+// A cell holds a number written out up to 40 characters, sign and decimals
+// included; one character more and it is written in scientific notation.
+TEST(TableNumber, FortyCharactersAreWrittenOutAndNoMore) {
+  const BpFormatSpec count = Fmt(BpFormatSpec::kCount);
+  const BpFormatSpec mean = Fmt(BpFormatSpec::kMean);  // F8.2: four decimals
+  const struct {
+    double value;
+    const BpFormatSpec& format;
+    std::string text;
+  } cases[] = {
+      {1e39, count, "1" + std::string(39, '0')},
+      {1e40, count, "1.00E+040"},
+      {-1e38, count, "-1" + std::string(38, '0')},
+      {-1e39, count, "-1.00E+039"},
+      {1e34, mean, "1" + std::string(34, '0') + ".0000"},
+      {1e35, mean, "1.0000E+035"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(FormatTableNumber(c.value, c.format), c.text) << c.value;
+}
+
 TEST(TableNumber, PercentsAndCoefficients) {
   EXPECT_EQ(FormatTableNumber(40, Fmt(BpFormatSpec::kPercent)), "40.0%");
   EXPECT_EQ(FormatTableNumber(100.0 / 3, Fmt(BpFormatSpec::kPercent)), "33.3%");

@@ -1,0 +1,331 @@
+#include "platform/data/sas/sas7bdat_layout.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/data/byte_cursor.h"
+#include "platform/data/sav/file_error.h"
+
+namespace codebook::data::sas {
+namespace {
+
+// Subheader signatures, as 32-bit numbers; the 64-bit layout widens them
+// (with 0xFFFFFFFF, or 0 for the two size subheaders).
+enum Signature : std::uint32_t {
+  kRowSize = 0xF7F7F7F7,
+  kColumnSize = 0xF6F6F6F6,
+  kCounts = 0xFFFFFC00,
+  kColumnFormat = 0xFFFFFBFE,
+  kColumnAttributes = 0xFFFFFFFC,
+  kColumnText = 0xFFFFFFFD,
+  kColumnList = 0xFFFFFFFE,
+  kColumnName = 0xFFFFFFFF,
+};
+
+enum PageType : std::uint16_t {
+  kMeta = 0x0000, kData = 0x0100, kMix = 0x0200, kMixAlso = 0x0280, kAmended = 0x0400,
+  kMetaAlso = 0x4000, kCompressedMeta = 0x9000,
+};
+
+// A subheader pointer's compression: 1 a deleted (truncated) subheader, 4
+// compressed row data.
+constexpr std::uint8_t kTruncated = 1;
+constexpr std::uint8_t kCompressed = 4;
+
+struct TextRef {
+  std::uint16_t index = 0, offset = 0, length = 0;
+};
+
+class LayoutReader {
+ public:
+  LayoutReader(const sav::ByteSource& source, sav::Warnings& warnings) : source_(source), warnings_(warnings) {}
+
+  Sas7bdatLayout Read() {
+    Header();
+    for (std::uint64_t p = 0; p < layout_.pageCount; ++p) Page(p);
+    if (compressed_) Fail(compressionName_.empty() ? "its rows are compressed, which is not read" : compressionName_);
+    Columns();
+    AssignRows();
+    return std::move(layout_);
+  }
+
+ private:
+  [[noreturn]] void Fail(const std::string& problem) const { throw FileError(source_.Name(), problem); }
+
+  std::size_t IntSize() const { return layout_.is64 ? 8 : 4; }
+  std::size_t BitOffset() const { return layout_.is64 ? 32 : 16; }
+  std::size_t PointerSize() const { return layout_.is64 ? 24 : 12; }
+
+  void Header() {
+    std::uint8_t head[288] = {};
+    if (source_.ReadAt(0, head) != sizeof head) Fail("the file ends inside its header");
+    layout_.is64 = head[32] == 0x33;
+    const std::size_t a1 = head[35] == 0x33 ? 4 : 0;
+    const std::size_t a2 = layout_.is64 ? 4 : 0;
+    layout_.bigEndian = head[37] != 0x01;
+    layout_.encodingCode = head[70];
+    ByteCursor c(head, layout_.bigEndian, "the header");
+    c.Seek(92);
+    layout_.datasetName = std::string(c.Text(64));
+    while (!layout_.datasetName.empty() && (layout_.datasetName.back() == ' ' || layout_.datasetName.back() == '\0')) {
+      layout_.datasetName.pop_back();
+    }
+    c.Seek(164 + a1);
+    layout_.created = std::bit_cast<double>(c.U64());
+    c.Seek(196 + a1);
+    layout_.headerLength = c.U32();
+    layout_.pageSize = c.U32();
+    layout_.pageCount = layout_.is64 ? c.U64() : c.U32();
+    c.Seek(216 + a1 + a2);
+    layout_.release = std::string(UpToNul(c.Text(8)));
+    const std::uint64_t size = source_.Size();
+    if (layout_.headerLength > size) Fail("the file ends inside its header of " + std::to_string(layout_.headerLength) + " bytes");
+    if (layout_.headerLength < 288 || layout_.headerLength > size || layout_.pageSize < 64 ||
+        layout_.pageSize > (64u << 20)) {
+      Fail("a header length of " + std::to_string(layout_.headerLength) + " and pages of " +
+           std::to_string(layout_.pageSize) + " bytes do not fit the file");
+    }
+    const std::uint64_t room = (size - layout_.headerLength) / layout_.pageSize;
+    if (layout_.pageCount > room) {
+      Fail("the file ends inside page " + std::to_string(room + 1) + " of the " + std::to_string(layout_.pageCount) +
+           " it declares");
+    }
+  }
+
+  std::uint64_t PageStart(std::uint64_t p) const { return layout_.headerLength + p * layout_.pageSize; }
+
+  void Page(std::uint64_t p) {
+    std::vector<std::uint8_t> head(BitOffset() + 8);
+    source_.ReadAt(PageStart(p), head);
+    ByteCursor h(head, layout_.bigEndian, "a page header");
+    h.Seek(BitOffset());
+    const std::uint16_t type = h.U16();
+    const std::uint16_t blocks = h.U16();
+    const std::uint16_t subheaders = h.U16();
+    switch (type) {
+      case kData:
+        pending_.push_back({p, static_cast<std::uint32_t>(BitOffset() + 8), blocks, false});
+        return;
+      case kMeta: case kMetaAlso: case kCompressedMeta: case kMix: case kMixAlso:
+        break;
+      case kAmended:
+        return;
+      default:
+        warnings_.Add("pages", "page " + std::to_string(p + 1) + " is of the unknown type " + std::to_string(type) +
+                                   " and is skipped");
+        return;
+    }
+    std::vector<std::uint8_t> page(layout_.pageSize);
+    source_.ReadAt(PageStart(p), page);
+    const std::uint64_t pointers = BitOffset() + 8 + static_cast<std::uint64_t>(subheaders) * PointerSize();
+    if (pointers > page.size()) Fail("page " + std::to_string(p + 1) + " claims more subheaders than it can hold");
+    ByteCursor c(page, layout_.bigEndian, "page " + std::to_string(p + 1));
+    c.Seek(BitOffset() + 8);
+    for (std::uint16_t i = 0; i < subheaders; ++i) {
+      const std::uint64_t offset = layout_.is64 ? c.U64() : c.U32();
+      const std::uint64_t length = layout_.is64 ? c.U64() : c.U32();
+      const std::uint8_t compression = c.U8();
+      c.Skip(PointerSize() - 2 * IntSize() - 1);
+      if (length == 0 || compression == kTruncated) continue;
+      if (offset > page.size() || length > page.size() - offset) {
+        Fail("a subheader of page " + std::to_string(p + 1) + " lies outside the page");
+      }
+      if (compression == kCompressed) {
+        compressed_ = true;
+        continue;
+      }
+      Subheader(std::span<const std::uint8_t>(page).subspan(offset, length));
+    }
+    if (type == kMix || type == kMixAlso) {
+      const std::uint64_t start = (pointers + 7) / 8 * 8;
+      const std::uint32_t rows = blocks > subheaders ? blocks - subheaders : 0;
+      pending_.push_back({p, static_cast<std::uint32_t>(start), rows, true});
+    }
+  }
+
+  std::uint32_t SignatureOf(std::span<const std::uint8_t> bytes) const {
+    ByteCursor c(bytes, layout_.bigEndian, "a subheader");
+    if (!layout_.is64) return c.U32();
+    const std::uint64_t wide = c.U64();
+    // The two size subheaders' signatures are widened with zeros, in either
+    // half; the others with ones.
+    if ((wide >> 32) == 0 || (wide >> 32) == 0xFFFFFFFFu) return static_cast<std::uint32_t>(wide);
+    if ((wide & 0xFFFFFFFFu) == 0) return static_cast<std::uint32_t>(wide >> 32);
+    return 0;
+  }
+
+  void Subheader(std::span<const std::uint8_t> bytes) {
+    if (bytes.size() < IntSize()) return;
+    const std::uint32_t signature = SignatureOf(bytes);
+    ByteCursor c(bytes, layout_.bigEndian, "a subheader");
+    const std::size_t n = IntSize();
+    const auto integer = [&](std::size_t at) -> std::uint64_t {
+      c.Seek(at);
+      return n == 8 ? c.U64() : c.U32();
+    };
+    switch (signature) {
+      case kRowSize:
+        layout_.rowLength = integer(5 * n);
+        layout_.rowCount = integer(6 * n);
+        mixRows_ = integer(15 * n);
+        break;
+      case kColumnSize:
+        columnCount_ = integer(n);
+        break;
+      case kColumnText:
+        if (texts_.empty() && bytes.size() >= n + 12 + 8) {
+          const std::string_view name(reinterpret_cast<const char*>(bytes.data()) + n + 12, 8);
+          if (name == "SASYZCRL") compressionName_ = "its rows are compressed with RLE (SASYZCRL), which is not read";
+          if (name == "SASYZCR2") compressionName_ = "its rows are compressed with RDC (SASYZCR2), which is not read";
+          if (!compressionName_.empty()) compressed_ = true;
+        }
+        texts_.emplace_back(bytes.begin(), bytes.end());
+        break;
+      case kColumnName:
+        for (std::size_t k = 0; k < Entries(bytes.size(), 8); ++k) names_.push_back(Ref(c, n + 8 + 8 * k));
+        break;
+      case kColumnAttributes: {
+        const std::size_t entry = n == 8 ? 16 : 12;
+        for (std::size_t k = 0; k < Entries(bytes.size(), entry); ++k) {
+          Attribute a;
+          a.offset = integer(n + 8 + entry * k);
+          a.length = c.U32();
+          c.Skip(2);
+          a.type = c.U8();
+          attributes_.push_back(a);
+        }
+        break;
+      }
+      case kColumnFormat: {
+        if (bytes.size() < (n == 8 ? 58u : 46u)) break;
+        Format f;
+        c.Seek(n == 8 ? 24 : 12);
+        f.width = c.U16();
+        f.decimals = c.U16();
+        f.format = Ref(c, n == 8 ? 46 : 34);
+        f.label = Ref(c, n == 8 ? 52 : 40);
+        formats_.push_back(f);
+        break;
+      }
+      default:
+        break;  // counts, column lists, and kinds this reader does not need
+    }
+  }
+
+  // Entries of a list subheader: after the signature and 8 bytes, before
+  // 12 bytes (8 in the 32-bit layout) at its end.
+  std::size_t Entries(std::size_t length, std::size_t entry) const {
+    const std::size_t overhead = IntSize() + 8 + (layout_.is64 ? 12 : 8);
+    return length > overhead ? (length - overhead) / entry : 0;
+  }
+
+  TextRef Ref(ByteCursor& c, std::size_t at) const {
+    c.Seek(at);
+    TextRef r;
+    r.index = c.U16();
+    r.offset = c.U16();
+    r.length = c.U16();
+    return r;
+  }
+
+  // A piece of a text block; offsets count from the end of its signature.
+  std::string Text(const TextRef& r) {
+    if (r.length == 0) return {};
+    if (r.index >= texts_.size()) {
+      warnings_.Add("texts", "a name, label or format refers to a text block the file does not hold");
+      return {};
+    }
+    const std::vector<std::uint8_t>& block = texts_[r.index];
+    const std::size_t from = IntSize() + r.offset;
+    if (from > block.size() || r.length > block.size() - from) {
+      warnings_.Add("texts", "a name, label or format lies outside its text block");
+      return {};
+    }
+    std::string text(reinterpret_cast<const char*>(block.data()) + from, r.length);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\0')) text.pop_back();
+    return text;
+  }
+
+  void Columns() {
+    if (columnCount_ > attributes_.size() || names_.size() < attributes_.size()) {
+      Fail("the file describes " + std::to_string(columnCount_) + " columns but names " +
+           std::to_string(names_.size()) + " and places " + std::to_string(attributes_.size()));
+    }
+    const std::size_t count = attributes_.size();
+    layout_.columns.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+      Sas7bdatColumn& column = layout_.columns[i];
+      const Attribute& a = attributes_[i];
+      column.name = Text(names_[i]);
+      column.isString = a.type == 2;
+      column.offset = a.offset;
+      column.length = a.length;
+      if (i < formats_.size()) {
+        column.format = Text(formats_[i].format);
+        column.label = Text(formats_[i].label);
+        column.formatWidth = formats_[i].width;
+        column.formatDecimals = formats_[i].decimals;
+      }
+      const bool fits = column.isString ? column.length >= 1 : column.length >= 2 && column.length <= 8;
+      if ((a.type != 1 && a.type != 2) || !fits || column.offset > layout_.rowLength ||
+          column.length > layout_.rowLength - column.offset) {
+        Fail("column " + std::to_string(i + 1) + " has the type " + std::to_string(a.type) + ", offset " +
+             std::to_string(column.offset) + " and length " + std::to_string(column.length) +
+             ", which do not fit a row of " + std::to_string(layout_.rowLength) + " bytes");
+      }
+    }
+  }
+
+  // The rows of each page, in page order, up to the declared count.
+  void AssignRows() {
+    if (layout_.rowLength == 0 && layout_.rowCount > 0) Fail("rows of no length");
+    std::uint64_t left = layout_.rowCount;
+    for (const Pending& p : pending_) {
+      if (left == 0) break;
+      const std::uint64_t fit = p.start < layout_.pageSize ? (layout_.pageSize - p.start) / layout_.rowLength : 0;
+      std::uint64_t rows = p.rows;
+      if (p.mix && mixRows_ > 0) rows = std::min<std::uint64_t>(rows, mixRows_);
+      if (rows > fit) Fail("page " + std::to_string(p.page + 1) + " claims more rows than it can hold");
+      rows = std::min(rows, left);
+      if (rows > 0) layout_.runs.push_back({p.page, p.start, static_cast<std::uint32_t>(rows)});
+      left -= rows;
+    }
+  }
+
+  struct Attribute {
+    std::uint64_t offset = 0;
+    std::uint32_t length = 0;
+    std::uint8_t type = 0;
+  };
+  struct Format {
+    int width = 0, decimals = 0;
+    TextRef format, label;
+  };
+  struct Pending {
+    std::uint64_t page;
+    std::uint32_t start;
+    std::uint32_t rows;
+    bool mix;
+  };
+
+  const sav::ByteSource& source_;
+  sav::Warnings& warnings_;
+  Sas7bdatLayout layout_;
+  std::uint64_t mixRows_ = 0;
+  std::uint64_t columnCount_ = 0;
+  bool compressed_ = false;
+  std::string compressionName_;
+  std::vector<std::vector<std::uint8_t>> texts_;
+  std::vector<TextRef> names_;
+  std::vector<Attribute> attributes_;
+  std::vector<Format> formats_;
+  std::vector<Pending> pending_;
+};
+
+}  // namespace
+
+Sas7bdatLayout ReadSas7bdatLayout(const sav::ByteSource& source, sav::Warnings& warnings) {
+  return LayoutReader(source, warnings).Read();
+}
+
+}  // namespace codebook::data::sas
