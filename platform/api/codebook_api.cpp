@@ -85,6 +85,7 @@ class Runner {
     settings.messageStream = messages_.Stream();
     if (program) settings.programName = "codebook";
     settings.encoding = options.encoding;
+    settings.catalog = options.catalog;
     settings.onProgress = options.progress;
     settings.stop = options.cancel;
     // A file without cases still has its dictionary, which is what a

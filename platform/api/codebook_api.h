@@ -33,6 +33,7 @@ struct RunOptions {
   int maxCategories = 200;             // MAXCATS
   std::string hide;                    // variables whose values are hidden ("id name", or "auto")
   std::string encoding;                // read the file's text in this encoding
+  std::string catalog;                 // a .sas7bdat file's format catalog (empty: one beside the file)
   std::string subcommands;             // more of the command, e.g. "/STATISTICS MEAN STDDEV"
   bool overview = true;
   bool alerts = true;

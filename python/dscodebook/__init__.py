@@ -253,6 +253,7 @@ def read(
     maxcats: int = 200,
     hide: Union[str, Sequence[str], None] = None,
     encoding: Optional[str] = None,
+    catalog: Union[str, os.PathLike, None] = None,
     statistics: Optional[str] = None,
     overview: bool = True,
     alerts: bool = True,
@@ -264,14 +265,16 @@ def read(
     None: every variable and set. weight: None for the file's own weight,
     False for none, or a variable's name. maxcats: values past which a
     variable lists none. hide: variables whose values are not shown (or
-    "auto"). encoding: read the file's text in this encoding. statistics:
+    "auto"). encoding: read the file's text in this encoding. catalog: a
+    .sas7bdat file's format catalog (default: the .sas7bcat beside it). statistics:
     the STATISTICS subcommand's keywords ("MEAN STDDEV QUARTILES").
     progress: called with (cases read, total or -1) every few thousand
     cases; returning False stops the pass."""
     subcommands = f"/STATISTICS {statistics}" if statistics else ""
     result = _native.read_file(
         os.fspath(path), _names(variables), _weight(weight), int(maxcats), " ".join(_names(hide)),
-        encoding or "", subcommands, bool(overview), bool(alerts), progress,
+        encoding or "", os.fspath(catalog) if catalog is not None else "", subcommands, bool(overview), bool(alerts),
+        progress,
     )
     return _finish(result)[0]
 

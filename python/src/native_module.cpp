@@ -17,6 +17,7 @@
 #include "platform/api/codebook_api.h"
 #include "platform/api/frame_dataset.h"
 #include "platform/api/table_frame.h"
+#include "platform/data/extended_missing.h"
 
 namespace py = pybind11;
 namespace api = codebook::api;
@@ -28,8 +29,15 @@ py::object Optional(const std::optional<double>& value) {
   return value ? py::object(py::float_(*value)) : py::object(py::float_(std::nan("")));
 }
 
+// An extended missing code (.a, .A, ._) as the text people write it: the
+// number that stands for it inside the library means nothing to a caller.
 py::object ValueOf(const exporting::ModelValue& value) {
-  if (const auto* number = std::get_if<double>(&value)) return py::float_(*number);
+  if (const auto* number = std::get_if<double>(&value)) {
+    if (const char code = codebook::data::ExtendedMissingCode(*number)) {
+      return py::str(codebook::data::ExtendedMissingText(code));
+    }
+    return py::float_(*number);
+  }
   if (const auto* text = std::get_if<std::string>(&value)) return py::str(*text);
   return py::none();
 }
@@ -349,13 +357,15 @@ PYBIND11_MODULE(_native, m) {
   m.def(
       "read_file",
       [](const std::string& path, const std::vector<std::string>& variables, const py::object& weight, int maxcats,
-         const std::string& hide, const std::string& encoding, const std::string& subcommands, bool overview,
-         bool alerts, const py::object& progress) {
+         const std::string& hide, const std::string& encoding, const std::string& catalog,
+         const std::string& subcommands, bool overview, bool alerts, const py::object& progress) {
         api::RunOptions options = Options(variables, weight, maxcats, hide, encoding, subcommands, overview, alerts);
+        options.catalog = catalog;
         return Guarded(options, progress, [&] { return api::ReadFile(path, options); });
       },
       py::arg("path"), py::arg("variables"), py::arg("weight"), py::arg("maxcats"), py::arg("hide"),
-      py::arg("encoding"), py::arg("subcommands"), py::arg("overview"), py::arg("alerts"), py::arg("progress"));
+      py::arg("encoding"), py::arg("catalog"), py::arg("subcommands"), py::arg("overview"), py::arg("alerts"),
+      py::arg("progress"));
 
   m.def(
       "run_syntax",

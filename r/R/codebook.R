@@ -54,16 +54,18 @@ codebook_model_version <- function() .cb_model_version()
 #' weight: NULL for the file's own weight, FALSE for none, or a variable's
 #' name; maxcats: values past which a variable lists none; hide: variables
 #' whose values are not shown (or "auto"); encoding: read the file's text in
-#' this encoding; statistics: the STATISTICS keywords ("MEAN STDDEV");
+#' this encoding; catalog: a .sas7bdat file's format catalog (default: the
+#' .sas7bcat beside it); statistics: the STATISTICS keywords ("MEAN STDDEV");
 #' progress: function(read, total) called every few thousand cases,
 #' returning FALSE stops the pass.
 read_codebook <- function(path, variables = NULL, weight = NULL, maxcats = 200L, hide = NULL,
-                          encoding = NULL, statistics = NULL, overview = TRUE, alerts = TRUE,
+                          encoding = NULL, catalog = NULL, statistics = NULL, overview = TRUE, alerts = TRUE,
                           progress = NULL) {
   subcommands <- if (is.null(statistics)) "" else paste("/STATISTICS", statistics)
   pointer <- .cb_read_file(path.expand(as.character(path)), .cb_names(variables), .cb_weight(weight),
                            as.integer(maxcats), paste(.cb_names(hide), collapse = " "),
-                           if (is.null(encoding)) "" else encoding, subcommands, isTRUE(overview),
+                           if (is.null(encoding)) "" else encoding,
+                           if (is.null(catalog)) "" else path.expand(catalog), subcommands, isTRUE(overview),
                            isTRUE(alerts), progress)
   .cb_finish(pointer, sys.call())[[1L]]
 }

@@ -11,8 +11,8 @@ Rcpp::Rostream<false>& Rcpp::Rcerr = Rcpp::Rcpp_cerr_get();
 #endif
 
 // CbReadFile
-SEXP CbReadFile(std::string path, Rcpp::CharacterVector variables, Rcpp::RObject weight, int maxcats, std::string hide, std::string encoding, std::string subcommands, bool overview, bool alerts, Rcpp::Nullable<Rcpp::Function> progress);
-RcppExport SEXP _dscodebook_CbReadFile(SEXP pathSEXP, SEXP variablesSEXP, SEXP weightSEXP, SEXP maxcatsSEXP, SEXP hideSEXP, SEXP encodingSEXP, SEXP subcommandsSEXP, SEXP overviewSEXP, SEXP alertsSEXP, SEXP progressSEXP) {
+SEXP CbReadFile(std::string path, Rcpp::CharacterVector variables, Rcpp::RObject weight, int maxcats, std::string hide, std::string encoding, std::string catalog, std::string subcommands, bool overview, bool alerts, Rcpp::Nullable<Rcpp::Function> progress);
+RcppExport SEXP _dscodebook_CbReadFile(SEXP pathSEXP, SEXP variablesSEXP, SEXP weightSEXP, SEXP maxcatsSEXP, SEXP hideSEXP, SEXP encodingSEXP, SEXP catalogSEXP, SEXP subcommandsSEXP, SEXP overviewSEXP, SEXP alertsSEXP, SEXP progressSEXP) {
 BEGIN_RCPP
     Rcpp::RObject rcpp_result_gen;
     Rcpp::RNGScope rcpp_rngScope_gen;
@@ -22,11 +22,12 @@ BEGIN_RCPP
     Rcpp::traits::input_parameter< int >::type maxcats(maxcatsSEXP);
     Rcpp::traits::input_parameter< std::string >::type hide(hideSEXP);
     Rcpp::traits::input_parameter< std::string >::type encoding(encodingSEXP);
+    Rcpp::traits::input_parameter< std::string >::type catalog(catalogSEXP);
     Rcpp::traits::input_parameter< std::string >::type subcommands(subcommandsSEXP);
     Rcpp::traits::input_parameter< bool >::type overview(overviewSEXP);
     Rcpp::traits::input_parameter< bool >::type alerts(alertsSEXP);
     Rcpp::traits::input_parameter< Rcpp::Nullable<Rcpp::Function> >::type progress(progressSEXP);
-    rcpp_result_gen = Rcpp::wrap(CbReadFile(path, variables, weight, maxcats, hide, encoding, subcommands, overview, alerts, progress));
+    rcpp_result_gen = Rcpp::wrap(CbReadFile(path, variables, weight, maxcats, hide, encoding, catalog, subcommands, overview, alerts, progress));
     return rcpp_result_gen;
 END_RCPP
 }
@@ -106,7 +107,7 @@ END_RCPP
 }
 
 static const R_CallMethodDef CallEntries[] = {
-    {"_dscodebook_CbReadFile", (DL_FUNC) &_dscodebook_CbReadFile, 10},
+    {"_dscodebook_CbReadFile", (DL_FUNC) &_dscodebook_CbReadFile, 11},
     {"_dscodebook_CbRunSyntax", (DL_FUNC) &_dscodebook_CbRunSyntax, 7},
     {"_dscodebook_CbOutcome", (DL_FUNC) &_dscodebook_CbOutcome, 1},
     {"_dscodebook_CbModel", (DL_FUNC) &_dscodebook_CbModel, 2},

@@ -11,6 +11,7 @@
 
 #include "platform/api/codebook_api.h"
 #include "platform/api/table_frame.h"
+#include "platform/data/extended_missing.h"
 
 namespace api = codebook::api;
 namespace exporting = codebook::exporting;
@@ -97,7 +98,9 @@ Rcpp::DataFrame Values(const exporting::CodebookModel& model) {
     const exporting::ModelValueRow& row = model.values[i];
     item[i] = row.item;
     if (const auto* number = std::get_if<double>(&row.value)) {
-      value[i] = Rcpp::NumericVector::create(*number);
+      // An extended missing code (.a, .A, ._) as the text people write it.
+      const char code = codebook::data::ExtendedMissingCode(*number);
+      value[i] = code != 0 ? Rcpp::wrap(codebook::data::ExtendedMissingText(code)) : Rcpp::wrap(*number);
     } else if (const auto* text = std::get_if<std::string>(&row.value)) {
       value[i] = Rcpp::CharacterVector::create(*text);
     } else {
@@ -266,9 +269,10 @@ api::RunOptions Options(Rcpp::CharacterVector variables, Rcpp::RObject weight, i
 
 // [[Rcpp::export(.cb_read_file)]]
 SEXP CbReadFile(std::string path, Rcpp::CharacterVector variables, Rcpp::RObject weight, int maxcats,
-                std::string hide, std::string encoding, std::string subcommands, bool overview, bool alerts,
-                Rcpp::Nullable<Rcpp::Function> progress) {
+                std::string hide, std::string encoding, std::string catalog, std::string subcommands, bool overview,
+                bool alerts, Rcpp::Nullable<Rcpp::Function> progress) {
   api::RunOptions options = Options(variables, weight, maxcats, hide, encoding, subcommands, overview, alerts);
+  options.catalog = std::move(catalog);
   return Guarded(options, progress, [&] { return api::ReadFile(path, options); });
 }
 
