@@ -33,3 +33,19 @@ same_number <- function(got, want, tolerance = 1e-9) {
   if (is.null(want)) return(is.na(got))
   !is.na(got) && abs(got - want) <= tolerance * max(1, abs(want))
 }
+
+# Where the other formats count their dates and times from: the library
+# holds them as seconds since 14 October 1582, as the dataset files do.
+from_1960 <- as.numeric(difftime(as.Date("1960-01-01"), as.Date("1582-10-14"), units = "secs"))
+sas_dates <- "^(DATE|MMDDYY|DDMMYY|YYMMDD|MONYY|WEEKDATE|WORDDATE|YYQ|JULIAN)"
+
+# c(factor, offset) that turn the truth's stored number of a variable into
+# the library's: days and milliseconds since 1960 become seconds since 1582.
+time_scale <- function(variable) {
+  stata <- if (is.null(variable$stata_format)) "" else variable$stata_format
+  sas <- if (is.null(variable$sas_format)) "" else toupper(variable$sas_format)
+  if (grepl("^%t?d", stata) || (grepl(sas_dates, sas) && !grepl("^DATETIME", sas))) return(c(86400, from_1960))
+  if (grepl("^%t[cC]", stata)) return(c(0.001, from_1960))
+  if (grepl("^DATETIME", sas)) return(c(1, from_1960))
+  c(1, 0)
+}
