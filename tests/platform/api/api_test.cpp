@@ -13,11 +13,6 @@
 #include "platform/api/frame_dataset.h"
 #include "platform/api/table_frame.h"
 
-// The PDF rendering's font lookup keeps fontconfig's pattern caches for
-// the process; under the leak checker they show as leaks of that library,
-// not of ours.
-extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig.so\n"; }
-
 namespace codebook::api {
 namespace {
 
