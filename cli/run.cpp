@@ -344,7 +344,7 @@ class Run::Impl {
     ::close(fd);
     const int slot = codebook::cli::RegisterTemporaryFile(path);
     std::string error;
-    if (codebook::exporting::WriteXlsx(input, path, error)) {
+    if (codebook::exporting::WriteXlsx(input, path, error, codebook::api::ProductionTime())) {
       std::ifstream in(path, std::ios::binary);
       std::ostringstream bytes;
       bytes << in.rdbuf();

@@ -324,7 +324,7 @@ bool RenderWorkbook(const exporting::CodebookModel& model, std::string& bytes, s
     return false;
   }
   ::close(fd);
-  bool made = exporting::WriteXlsx(model, path, error);
+  bool made = exporting::WriteXlsx(model, path, error, ProductionTime());
   if (made) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream read;

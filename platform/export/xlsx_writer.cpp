@@ -89,13 +89,20 @@ Kind KindOf(const VELA_Format& format) {
 
 class Workbook {
  public:
-  explicit Workbook(const std::string& path) {
+  Workbook(const std::string& path, std::time_t created) {
     lxw_workbook_options options{};
     // Rows go to the file as they are made: a wide file's sheets are not
     // held in memory.
     options.constant_memory = LXW_TRUE;
     workbook_ = workbook_new_opt(path.c_str(), &options);
     if (workbook_ == nullptr) return;
+    if (created != 0) {
+      // The time in the document's properties, which the library also
+      // stamps the archive's entries with.
+      lxw_doc_properties properties{};
+      properties.created = created;
+      workbook_set_properties(workbook_, &properties);
+    }
     header_ = workbook_add_format(workbook_);
     format_set_bold(header_);
     date_ = workbook_add_format(workbook_);
@@ -388,14 +395,14 @@ void WriteFile(Workbook& book, const CodebookModel& model) {
 
 }  // namespace
 
-bool WriteXlsx(const ExportInput& input, const std::string& path, std::string& error) {
-  return WriteXlsx(MakeCodebookModel(input), path, error);
+bool WriteXlsx(const ExportInput& input, const std::string& path, std::string& error, std::time_t created) {
+  return WriteXlsx(MakeCodebookModel(input), path, error, created);
 }
 
-bool WriteXlsx(const CodebookModel& model, const std::string& path, std::string& error) {
+bool WriteXlsx(const CodebookModel& model, const std::string& path, std::string& error, std::time_t created) {
   lxw_error result = LXW_NO_ERROR;
   {
-    Workbook book(path);
+    Workbook book(path, created);
     if (!book.Opened()) {
       error = "cannot make the workbook " + path;
       return false;

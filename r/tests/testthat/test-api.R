@@ -58,7 +58,8 @@ test_that("run_codebook gives one codebook per command", {
 })
 
 test_that("every format to a string and to a path; print shows the overview", {
-  # The PDF's time of making, fixed: two renderings are then the same bytes.
+  # The time of making, fixed: two renderings are then the same bytes, the
+  # PDF's and the workbook's too.
   epoch <- Sys.getenv("SOURCE_DATE_EPOCH", NA)
   Sys.setenv(SOURCE_DATE_EPOCH = "1700000000")
   on.exit(if (is.na(epoch)) Sys.unsetenv("SOURCE_DATE_EPOCH") else Sys.setenv(SOURCE_DATE_EPOCH = epoch))
@@ -68,18 +69,7 @@ test_that("every format to a string and to a path; print shows the overview", {
     path <- tempfile(fileext = paste0(".", format))
     write_fn <- render_codebook(book, format, path)
     expect_identical(write_fn, path)
-    if (format == "xlsx") {
-      # The archive stamps its entries with the time they are zipped: the
-      # entries' contents are compared.
-      expect_type(made, "raw")
-      first <- tempfile()
-      writeBin(made, first)
-      listed <- utils::unzip(first, list = TRUE)
-      expect_identical(listed$Name, utils::unzip(path, list = TRUE)$Name)
-      a <- utils::unzip(first, exdir = tempfile())
-      b <- utils::unzip(path, exdir = tempfile())
-      expect_identical(unname(tools::md5sum(a)), unname(tools::md5sum(b)))
-    } else if (format == "pdf") {
+    if (format %in% c("pdf", "xlsx")) {
       expect_type(made, "raw")
       expect_identical(readBin(path, "raw", file.size(path)), made)
     } else {
