@@ -22,8 +22,11 @@ REPOSITORY = HERE.parent
 class CMakeBuild(build_ext):
     def build_extension(self, ext):
         build = Path(os.environ.get("CODEBOOK_BUILD_DIR", REPOSITORY / "build")).resolve()
+        # The interpreter itself, not a virtual environment's link to it: the
+        # build tree outlives the environment.
+        interpreter = os.path.realpath(sys.executable)
         arguments = ["cmake", "-S", str(REPOSITORY), "-B", str(build), "-DCODEBOOK_PYTHON=ON",
-                     f"-DCODEBOOK_PYTHON_EXECUTABLE={sys.executable}"]
+                     f"-DCODEBOOK_PYTHON_EXECUTABLE={interpreter}"]
         if not (build / "CMakeCache.txt").exists():
             arguments += ["-G", "Ninja", "-DCODEBOOK_BUILD_BENCH=OFF"]
         subprocess.run(arguments, check=True, stdout=subprocess.DEVNULL)
