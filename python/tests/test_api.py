@@ -258,15 +258,21 @@ class TestProgressAndInterrupt:
             pytest.skip("signals reach only the main thread")
         df = big_frame()
         started = threading.Event()
+        sent = threading.Event()
         calls = []
 
+        # The pass waits, at its first report, for the signal to have been
+        # sent: however slow the machine, the interrupt comes mid-pass.
         def progress(read, total):
             calls.append(read)
-            started.set()
+            if not started.is_set():
+                started.set()
+                sent.wait(30)
 
         def interrupt():
             started.wait(30)
             os.kill(os.getpid(), signal.SIGINT)
+            sent.set()
 
         previous = signal.signal(signal.SIGINT, signal.default_int_handler)
         sender = threading.Thread(target=interrupt)
@@ -277,8 +283,8 @@ class TestProgressAndInterrupt:
         finally:
             sender.join()
             signal.signal(signal.SIGINT, previous)
-        # Stopped promptly: long before the pass's end.
-        assert calls and calls[-1] < len(df) // 2
+        # Stopped promptly: within a report or two of the signal.
+        assert 1 <= len(calls) <= 3
         # Usable after: the same frame reads whole, with the right counts.
         book = dscodebook.from_frame(df, overview=False)
         assert book.variables.set_index("name").loc["x", "valid"] == len(df)
