@@ -25,6 +25,7 @@
 
 namespace {
 
+using codebook::testing_cli::ParseCsv;
 using codebook::testing_cli::Program;
 using codebook::testing_cli::Quote;
 using codebook::testing_cli::Result;
@@ -41,39 +42,6 @@ std::string Python() {
     if (std::system(probe.c_str()) == 0) return python;
   }
   return {};
-}
-
-std::vector<std::vector<std::string>> ParseCsv(const std::string& text) {
-  std::vector<std::vector<std::string>> rows(1);
-  std::string field;
-  bool quoted = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (quoted) {
-      if (c == '"' && i + 1 < text.size() && text[i + 1] == '"') {
-        field += '"';
-        ++i;
-      } else if (c == '"') {
-        quoted = false;
-      } else {
-        field += c;
-      }
-    } else if (c == '"') {
-      quoted = true;
-    } else if (c == ',') {
-      rows.back().push_back(std::move(field));
-      field.clear();
-    } else if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') {
-      rows.back().push_back(std::move(field));
-      field.clear();
-      rows.emplace_back();
-      ++i;
-    } else {
-      field += c;
-    }
-  }
-  if (rows.back().empty()) rows.pop_back();
-  return rows;
 }
 
 // Seconds since the dataset calendar's origin (14 October 1582) of an ISO
