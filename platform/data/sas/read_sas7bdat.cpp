@@ -228,8 +228,11 @@ ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions
   };
 
   ReadResult result;
+  const char* packing = layout->compression == RowCompression::kRle   ? ", rows compressed with RLE"
+                        : layout->compression == RowCompression::kRdc ? ", rows compressed with RDC"
+                                                                      : "";
   result.info.format = std::string("SAS .sas7bdat (") + (layout->is64 ? "64" : "32") + "-bit layout, release " +
-                       layout->release + ")";
+                       layout->release + packing + ")";
   result.info.bigEndian = layout->bigEndian;
   result.info.encoding = sav::CanonicalEncodingName(encoding);
   result.info.encodingGuessed = guess;

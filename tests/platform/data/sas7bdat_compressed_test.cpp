@@ -126,6 +126,8 @@ TEST_P(CompressedRows, ReadLikeTheSameRowsUncompressed) {
   const ReadResult want = ReadDatasetBytes(WriteSas7bdatBytes(*data, plain), "plain.sas7bdat");
   const ReadResult got = ReadDatasetBytes(packedBytes, "packed.sas7bdat");
   EXPECT_EQ(got.warnings, want.warnings);
+  EXPECT_EQ(got.info.format, want.info.format.substr(0, want.info.format.size() - 1) + ", rows compressed with " +
+                                 (p.packing == Packing::kRle ? "RLE)" : "RDC)"));
   EXPECT_EQ(got.dataset->GetCaseCount(), want.dataset->GetCaseCount());
   const Dictionary& w = want.dataset->GetDictionary();
   const Dictionary& g = got.dataset->GetDictionary();
