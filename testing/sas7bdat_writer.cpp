@@ -95,11 +95,11 @@ class Writer {
     std::uint32_t offset = 0;
     for (int i = 0; i < d.VariableCount(); ++i) {
       const Variable& v = *d.GetVariable(i);
-      const auto spec = o_.columns.find(v.Name());
+      const auto wanted = o_.columns.find(v.Name());
       Column c{&v, i, offset, v.IsNumeric() ? 8u : static_cast<std::uint32_t>(v.DeclaredWidth()), "", {}, {}, {}};
-      if (spec != o_.columns.end()) {
-        c.format = spec->second.format;
-        if (v.IsNumeric()) c.length = static_cast<std::uint32_t>(spec->second.length);
+      if (wanted != o_.columns.end()) {
+        c.format = wanted->second.format;
+        if (v.IsNumeric()) c.length = static_cast<std::uint32_t>(wanted->second.length);
       }
       c.name = add(v.Name());
       if (!c.format.empty()) c.formatRef = add(c.format);

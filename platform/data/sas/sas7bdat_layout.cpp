@@ -120,6 +120,9 @@ class LayoutReader {
     // compression.
     const auto rows = std::count_if(pointers.begin(), pointers.end(),
                                     [this](const SubheaderPointer& s) { return s.Row(Compressed()); });
+    for (const SubheaderPointer& s : pointers) {
+      if (s.Row(Compressed())) longestRow_ = std::max(longestRow_, s.length);
+    }
     if (rows > 0) {
       packed_ = true;
       pending_.push_back({p, 0, static_cast<std::uint32_t>(rows), Pending::kPacked});
@@ -133,8 +136,19 @@ class LayoutReader {
 
   bool Compressed() const { return layout_.compression != RowCompression::kNone; }
 
-  // Rows in subheaders need a compression this reader knows.
+  // Rows in subheaders need a compression this reader knows, and a row
+  // length that their subheaders can hold: one byte of RLE gives at most
+  // 2056 (a run of 4112 from two), of RDC fewer than 1372 (4114 from three
+  // bytes and a share of a control word). So that a damaged length is no
+  // absurd allocation.
   void CheckCompression() const {
+    if (packed_ && Compressed() && layout_.rowCount > 0) {
+      const std::uint64_t most = longestRow_ * (layout_.compression == RowCompression::kRle ? 2056 : 1372);
+      if (layout_.rowLength > most) {
+        Fail("rows of " + std::to_string(layout_.rowLength) + " bytes are more than its compressed rows of at most " +
+             std::to_string(longestRow_) + " bytes can hold");
+      }
+    }
     if (!packed_ || Compressed()) return;
     if (compressionName_.empty()) Fail("its rows are compressed, but the file does not name the compression");
     Fail("its rows are compressed with \"" + compressionName_ + "\", a compression not known here (known: RLE, " +
@@ -321,6 +335,7 @@ class LayoutReader {
   std::uint64_t mixRows_ = 0;
   std::uint64_t columnCount_ = 0;
   bool packed_ = false;        // rows in subheaders
+  std::uint64_t longestRow_ = 0;  // of those subheaders
   std::string compressionName_;  // as the text block gives it
   std::vector<std::vector<std::uint8_t>> texts_;
   std::vector<TextRef> names_;

@@ -170,6 +170,28 @@ TEST(CompressedRows, AnUnknownCompressionIsRefusedByName) {
   }
 }
 
+// A row length that no compressed row of the file can fill is refused
+// when the file is opened, before anything is allocated for it.
+TEST(CompressedRows, ARowLengthTheRowsCannotHoldIsRefused) {
+  Sas7bdatWriteOptions o = OptionsFor({Packing::kRdc, true, false, true});
+  o.packing = Packing::kRdc;
+  o.compression = "SASYZCR2";
+  auto bytes = WriteSas7bdatBytes(*Narrow(), o);
+  // The row size subheader is the last of the first page; its row length
+  // is its sixth integer.
+  const std::size_t at = 8192 + o.pageSize - 808 + 5 * 8;
+  ASSERT_EQ(bytes[at], 8);
+  bytes[at + 5] = 1;  // 2^40 + 8 bytes
+  try {
+    ReadDatasetBytes(bytes, "wide.sas7bdat");
+    ADD_FAILURE() << "read rows of 2^40 bytes";
+  } catch (const FileError& e) {
+    EXPECT_NE(std::string(e.what()).find("rows of 1099511627784 bytes are more than its compressed rows"),
+              std::string::npos)
+        << e.what();
+  }
+}
+
 // A compressed row cut short: the rows before it are read, and the error
 // names the file, the format, the case, the compression and the fault.
 TEST(CompressedRows, ADamagedRowIsAnErrorAtItsCase) {
