@@ -118,14 +118,15 @@ class LayoutReader {
     }
     // Counted after the page's subheaders: its text block may name the
     // compression.
-    const auto rows = std::count_if(pointers.begin(), pointers.end(),
-                                    [this](const SubheaderPointer& s) { return s.Row(Compressed()); });
+    std::uint32_t rows = 0;
     for (const SubheaderPointer& s : pointers) {
-      if (s.Row(Compressed())) longestRow_ = std::max(longestRow_, s.length);
+      if (!s.Row(Compressed())) continue;
+      ++rows;
+      longestRow_ = std::max(longestRow_, s.length);
     }
     if (rows > 0) {
       packed_ = true;
-      pending_.push_back({p, 0, static_cast<std::uint32_t>(rows), Pending::kPacked});
+      pending_.push_back({p, 0, rows, Pending::kPacked});
     }
     if (type == kMix || type == kMixAlso) {
       const std::uint64_t start = (BitOffset() + 8 + pointers.size() * PointerSize() + 7) / 8 * 8;
