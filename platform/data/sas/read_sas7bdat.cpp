@@ -238,7 +238,8 @@ ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions
   result.info.encodingGuessed = guess;
   result.info.declaredCases = static_cast<std::int64_t>(layout->rowCount);
   SetCreated(layout->created, result.info);
-  const bool hasRows = layout->rowLength > 0 && !layout->columns.empty();
+  // No rows, no stream: the row length of an empty file is never allocated.
+  const bool hasRows = layout->rowLength > 0 && !layout->columns.empty() && layout->rowCount > 0;
   const auto count = static_cast<std::int64_t>(hasRows ? layout->rowCount : 0);
   result.dataset = std::make_shared<Dataset>(std::move(built.dictionary), count,
                                              hasRows ? factory : Dataset::CaseStreamFactory(), std::move(fileSpec));

@@ -39,6 +39,7 @@ class LayoutReader {
     Header();
     for (std::uint64_t p = 0; p < layout_.pageCount; ++p) Page(p);
     CheckCompression();
+    CheckRowLength();
     Columns();
     AssignRows();
     return std::move(layout_);
@@ -137,23 +138,28 @@ class LayoutReader {
 
   bool Compressed() const { return layout_.compression != RowCompression::kNone; }
 
-  // Rows in subheaders need a compression this reader knows, and a row
-  // length that their subheaders can hold: one byte of RLE gives at most
-  // 2056 (a run of 4112 from two), of RDC fewer than 1372 (4114 from three
-  // bytes and a share of a control word). So that a damaged length is no
-  // absurd allocation.
+  // Rows in subheaders need a compression this reader knows.
   void CheckCompression() const {
-    if (packed_ && Compressed() && layout_.rowCount > 0) {
-      const std::uint64_t most = longestRow_ * (layout_.compression == RowCompression::kRle ? 2056 : 1372);
-      if (layout_.rowLength > most) {
-        Fail("rows of " + std::to_string(layout_.rowLength) + " bytes are more than its compressed rows of at most " +
-             std::to_string(longestRow_) + " bytes can hold");
-      }
-    }
     if (!packed_ || Compressed()) return;
     if (compressionName_.empty()) Fail("its rows are compressed, but the file does not name the compression");
     Fail("its rows are compressed with \"" + compressionName_ + "\", a compression not known here (known: RLE, " +
          "SASYZCRL, and RDC, SASYZCR2)");
+  }
+
+  // A row fits a page or, compressed, comes out of one row subheader: one
+  // byte of RLE gives at most 2056 (a run of 4112 from two), of RDC fewer
+  // than 1372 (4114 from three bytes and a share of a control word). So a
+  // damaged row length is refused here, not allocated for a block of rows.
+  void CheckRowLength() const {
+    if (layout_.rowCount == 0) return;
+    const bool packed = packed_ && Compressed();
+    std::uint64_t most = layout_.pageSize;
+    if (packed) most = std::max(most, longestRow_ * (layout_.compression == RowCompression::kRle ? 2056 : 1372));
+    if (layout_.rowLength > most) {
+      Fail("rows of " + std::to_string(layout_.rowLength) + " bytes are more than " +
+           (packed ? "its compressed rows of at most " + std::to_string(longestRow_) + " bytes can hold"
+                   : "a page of " + std::to_string(layout_.pageSize) + " bytes can hold"));
+    }
   }
 
   std::uint32_t SignatureOf(std::span<const std::uint8_t> bytes) const {

@@ -170,25 +170,35 @@ TEST(CompressedRows, AnUnknownCompressionIsRefusedByName) {
   }
 }
 
-// A row length that no compressed row of the file can fill is refused
+// A row length that no row of the file can fill (compressed: that no
+// compressed row can give; uncompressed: longer than a page) is refused
 // when the file is opened, before anything is allocated for it.
 TEST(CompressedRows, ARowLengthTheRowsCannotHoldIsRefused) {
-  Sas7bdatWriteOptions o = OptionsFor({Packing::kRdc, true, false, true});
-  o.packing = Packing::kRdc;
-  o.compression = "SASYZCR2";
-  auto bytes = WriteSas7bdatBytes(*Narrow(), o);
-  // The row size subheader is the last of the first page; its row length
-  // is its sixth integer.
-  const std::size_t at = 8192 + o.pageSize - 808 + 5 * 8;
-  ASSERT_EQ(bytes[at], 8);
-  bytes[at + 5] = 1;  // 2^40 + 8 bytes
-  try {
-    ReadDatasetBytes(bytes, "wide.sas7bdat");
-    ADD_FAILURE() << "read rows of 2^40 bytes";
-  } catch (const FileError& e) {
-    EXPECT_NE(std::string(e.what()).find("rows of 1099511627784 bytes are more than its compressed rows"),
-              std::string::npos)
-        << e.what();
+  for (const Packing packing : {Packing::kRdc, Packing::kNone}) {
+    Sas7bdatWriteOptions o = OptionsFor({packing, true, false, true});
+    o.packing = packing;
+    o.compression = packing == Packing::kRdc ? "SASYZCR2" : "";
+    auto bytes = WriteSas7bdatBytes(*Narrow(), o);
+    // The row size subheader is the last of the first page; its row length
+    // is its sixth integer.
+    const std::size_t at = 8192 + o.pageSize - 808 + 5 * 8;
+    ASSERT_EQ(bytes[at], 8);
+    bytes[at + 5] = 1;  // 2^40 + 8 bytes
+    try {
+      ReadDatasetBytes(bytes, "wide.sas7bdat");
+      ADD_FAILURE() << "read rows of 2^40 bytes";
+    } catch (const FileError& e) {
+      EXPECT_NE(std::string(e.what()).find(packing == Packing::kRdc
+                                               ? "rows of 1099511627784 bytes are more than its compressed rows"
+                                               : "rows of 1099511627784 bytes are more than a page of 4096 bytes"),
+                std::string::npos)
+          << e.what();
+    }
+    // With no rows, that length is never used: the file reads, empty.
+    for (std::size_t k = 0; k < 8; ++k) bytes[at + 8 + k] = 0;
+    const ReadResult empty = ReadDatasetBytes(bytes, "empty.sas7bdat");
+    EXPECT_EQ(empty.dataset->GetCaseCount(), 0);
+    EXPECT_EQ(empty.dataset->OpenCases()->Next(), nullptr);
   }
 }
 
