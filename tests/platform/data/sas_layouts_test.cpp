@@ -1,6 +1,6 @@
 // The SAS readers on files made here, for what the fixtures do not have:
 // .sas7bdat in the 32-bit layout and big-endian, rows on a mix page,
-// shortened numbers, a compression refused by name, declared encodings;
+// shortened numbers, declared encodings;
 // transport files with shortened numbers, long names and labels, several
 // members, and the padding of the last record.
 #include <gtest/gtest.h>
@@ -120,19 +120,6 @@ INSTANTIATE_TEST_SUITE_P(Sas7bdat, Sas7bdatLayouts,
                          ::testing::Values(Sas7bdatLayout{true, false, false}, Sas7bdatLayout{true, true, false},
                                            Sas7bdatLayout{false, false, false}, Sas7bdatLayout{false, true, false},
                                            Sas7bdatLayout{true, false, true}, Sas7bdatLayout{false, true, true}));
-
-TEST(Sas7bdat, CompressedRowsAreRefusedByName) {
-  for (const auto& [claim, name] : {std::pair{"SASYZCRL", "RLE (SASYZCRL)"}, std::pair{"SASYZCR2", "RDC (SASYZCR2)"}}) {
-    Sas7bdatWriteOptions o = OptionsFor({true, false, false});
-    o.compression = claim;
-    try {
-      ReadDatasetBytes(WriteSas7bdatBytes(*Sample(), o), "packed.sas7bdat");
-      ADD_FAILURE() << "read a file compressed with " << claim;
-    } catch (const FileError& e) {
-      EXPECT_NE(std::string(e.what()).find(name), std::string::npos) << e.what();
-    }
-  }
-}
 
 // The header's encoding code decides; a file that names none is read as
 // UTF-8 where its text is valid UTF-8, and as windows-1252 elsewhere.
