@@ -61,7 +61,7 @@ class Writer {
     header.Text(84, "SAS FILE");
     header.Text(92, o_.datasetName + std::string(64 - o_.datasetName.size(), ' '));
     header.Text(156, "DATA    ");
-    const double created = 2019124800.0;  // 2024-01-01 12:00:00
+    const double created = 2019729600.0;  // 2024-01-01 12:00:00
     header.Put(164, std::bit_cast<std::uint64_t>(created), 8);
     header.Put(172, std::bit_cast<std::uint64_t>(created), 8);
     header.Put(196, headerLength, 4);

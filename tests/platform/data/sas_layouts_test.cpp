@@ -113,6 +113,8 @@ TEST_P(Sas7bdatLayouts, ReadBackAlike) {
   const ReadResult read = ReadDatasetBytes(bytes, "sample.sas7bdat");
   EXPECT_NE(read.info.format.find(GetParam().is64 ? "64-bit" : "32-bit"), std::string::npos);
   EXPECT_EQ(read.info.bigEndian, GetParam().bigEndian);
+  // The writer stamps 2024-01-01 12:00:00, in seconds since 1960.
+  EXPECT_EQ(read.info.creationDate + " " + read.info.creationTime, "01 Jan 2024 12:00:00");
   ExpectSample(read, 0.1);
 }
 
@@ -193,14 +195,17 @@ TEST(Xpt, TheFirstOfSeveralMembersIsReadWithAWarning) {
 }
 
 // Rows of 10 bytes: three rows fill 30 bytes of the last record, and its
-// 50 blank bytes of padding are no five more rows.
+// 50 blank bytes of padding are no five more rows; so for rows of one byte.
 TEST(Xpt, BlankPaddingIsNoRows) {
-  DatasetBuilder b;
-  b.String("code", 10);
-  b.Cases({{"a"}, {"b"}, {"c"}});
-  const ReadResult read = ReadDatasetBytes(WriteXptBytes(*b.Build(), XptOptions(5)), "pad.xpt");
-  EXPECT_EQ(read.dataset->GetCaseCount(), 3);
-  EXPECT_EQ(Cases(*read.dataset).size(), 3u);
+  for (const int width : {10, 1}) {
+    SCOPED_TRACE(width);
+    DatasetBuilder b;
+    b.String("code", width);
+    b.Cases({{"a"}, {"b"}, {"c"}});
+    const ReadResult read = ReadDatasetBytes(WriteXptBytes(*b.Build(), XptOptions(5)), "pad.xpt");
+    EXPECT_EQ(read.dataset->GetCaseCount(), 3);
+    EXPECT_EQ(Cases(*read.dataset).size(), 3u);
+  }
 }
 
 }  // namespace
