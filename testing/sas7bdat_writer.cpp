@@ -1,5 +1,8 @@
 #include "testing/sas7bdat_writer.h"
 
+#include "testing/sas7bdat_compress.h"
+
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <stdexcept>
@@ -46,7 +49,7 @@ class Writer {
     Rows();
     std::vector<Buffer> pages;
     pages.push_back(MetaPage());
-    while (next_ < rows_.size()) pages.push_back(DataPage());
+    while (next_ < rows_.size()) pages.push_back(Packing() ? PackedPage() : DataPage());
     const std::uint32_t headerLength = o_.is64 ? 8192 : 1024;
     Buffer header(headerLength, o_.bigEndian);
     header.Text(0, std::string_view(reinterpret_cast<const char*>(kMagic), 32));
@@ -58,7 +61,7 @@ class Writer {
     header.Text(84, "SAS FILE");
     header.Text(92, o_.datasetName + std::string(64 - o_.datasetName.size(), ' '));
     header.Text(156, "DATA    ");
-    const double created = 2019124800.0;  // 2024-01-01 12:00:00
+    const double created = 2019729600.0;  // 2024-01-01 12:00:00
     header.Put(164, std::bit_cast<std::uint64_t>(created), 8);
     header.Put(172, std::bit_cast<std::uint64_t>(created), 8);
     header.Put(196, headerLength, 4);
@@ -92,11 +95,11 @@ class Writer {
     std::uint32_t offset = 0;
     for (int i = 0; i < d.VariableCount(); ++i) {
       const Variable& v = *d.GetVariable(i);
-      const auto spec = o_.columns.find(v.Name());
+      const auto wanted = o_.columns.find(v.Name());
       Column c{&v, i, offset, v.IsNumeric() ? 8u : static_cast<std::uint32_t>(v.DeclaredWidth()), "", {}, {}, {}};
-      if (spec != o_.columns.end()) {
-        c.format = spec->second.format;
-        if (v.IsNumeric()) c.length = static_cast<std::uint32_t>(spec->second.length);
+      if (wanted != o_.columns.end()) {
+        c.format = wanted->second.format;
+        if (v.IsNumeric()) c.length = static_cast<std::uint32_t>(wanted->second.length);
       }
       c.name = add(v.Name());
       if (!c.format.empty()) c.formatRef = add(c.format);
@@ -140,9 +143,7 @@ class Writer {
     }
   }
 
-  // Subheaders from the page's end backwards, their pointers from its start.
   Buffer MetaPage() {
-    Buffer page(o_.pageSize, o_.bigEndian);
     std::vector<std::vector<std::uint8_t>> subheaders;
     const auto make = [&](std::size_t size, std::uint32_t signature, bool wideZeros) {
       Buffer s(size, o_.bigEndian);
@@ -184,33 +185,88 @@ class Writer {
       cf.Put(o_.is64 ? 56 : 44, c.label.length, 2);
       subheaders.push_back(cf.bytes);
     }
-    std::size_t used = bitOffset_ + 8 + subheaders.size() * pointerSize_;
-    for (const auto& sub : subheaders) used += sub.size();
-    if (used > page.bytes.size()) throw std::invalid_argument("the dictionary does not fit the first page");
-    std::size_t room = page.bytes.size() - (used - (bitOffset_ + 8 + subheaders.size() * pointerSize_));
+    std::vector<Sub> subs;
+    for (auto& bytes : subheaders) subs.push_back({std::move(bytes), 0, 0});
+    if (Packing()) {
+      PackRows(subs);
+      return Place(subs, 0x0000, 0);
+    }
+    std::size_t used = bitOffset_ + 8 + subs.size() * pointerSize_;
+    for (const Sub& sub : subs) used += sub.bytes.size();
+    if (used > o_.pageSize) throw std::invalid_argument("the dictionary does not fit the first page");
+    std::size_t room = o_.pageSize - (used - (bitOffset_ + 8 + subs.size() * pointerSize_));
     std::size_t rowsHere = 0;
-    std::size_t start = (bitOffset_ + 8 + subheaders.size() * pointerSize_ + 7) / 8 * 8;
+    std::size_t start = (bitOffset_ + 8 + subs.size() * pointerSize_ + 7) / 8 * 8;
     if (o_.mixPage && room > start && rowLength_ > 0) {
       rowsHere = std::min(rows_.size(), (room - start) / rowLength_);
       // The most rows a mix page holds, which the reader takes from here.
       Buffer patched(0, o_.bigEndian);
-      patched.bytes = subheaders[0];
+      patched.bytes = subs[0].bytes;
       patched.Put(15 * n, rowsHere, static_cast<int>(n));
-      subheaders[0] = patched.bytes;
+      subs[0].bytes = patched.bytes;
     }
-    std::size_t end = page.bytes.size();
-    for (std::size_t i = 0; i < subheaders.size(); ++i) {
-      end -= subheaders[i].size();
-      std::memcpy(page.bytes.data() + end, subheaders[i].data(), subheaders[i].size());
-      const std::size_t at = bitOffset_ + 8 + i * pointerSize_;
-      page.Put(at, end, static_cast<int>(n));
-      page.Put(at + n, subheaders[i].size(), static_cast<int>(n));
-    }
+    Buffer page = Place(subs, o_.mixPage ? 0x0200 : 0x0000, rowsHere);
     for (std::size_t r = 0; r < rowsHere; ++r) std::memcpy(page.bytes.data() + start + r * rowLength_, rows_[r].data(), rowLength_);
     next_ = rowsHere;
-    page.Put(bitOffset_, o_.mixPage ? 0x0200 : 0x0000, 2);
-    page.Put(bitOffset_ + 2, subheaders.size() + rowsHere, 2);
-    page.Put(bitOffset_ + 4, subheaders.size(), 2);
+    return page;
+  }
+
+  struct Sub {
+    std::vector<std::uint8_t> bytes;
+    std::uint8_t compression = 0;
+    std::uint8_t type = 0;
+  };
+
+  bool Packing() const { return o_.packing != Sas7bdatWriteOptions::Packing::kNone; }
+
+  // What a page of `subs` uses, with a pointer of no length that ends a
+  // page of rows, as writers have it.
+  std::size_t Used(const std::vector<Sub>& subs) const {
+    std::size_t used = bitOffset_ + 8 + (subs.size() + (Packing() ? 1 : 0)) * pointerSize_;
+    for (const Sub& sub : subs) used += sub.bytes.size();
+    return used;
+  }
+
+  // The next rows as subheaders, while they fit.
+  void PackRows(std::vector<Sub>& subs) {
+    if (Used(subs) > o_.pageSize) throw std::invalid_argument("the dictionary does not fit the first page");
+    while (next_ < rows_.size()) {
+      const std::vector<std::uint8_t>& row = rows_[next_];
+      Sub sub{o_.packing == Sas7bdatWriteOptions::Packing::kRle ? CompressRowRle(row) : CompressRowRdc(row), 4, 1};
+      if (sub.bytes.size() >= row.size()) sub = {row, 0, 1};  // compressing does not pay
+      if (o_.cutRow == next_ && sub.compression == 4) sub.bytes.pop_back();
+      if (Used(subs) + pointerSize_ + sub.bytes.size() > o_.pageSize) break;
+      subs.push_back(std::move(sub));
+      ++next_;
+    }
+  }
+
+  Buffer PackedPage() {
+    std::vector<Sub> subs;
+    const std::size_t before = next_;
+    PackRows(subs);
+    if (next_ == before) throw std::invalid_argument("a row does not fit a page");
+    return Place(subs, 0x0000, 0);
+  }
+
+  // Subheaders from the page's end backwards, their pointers from its start.
+  Buffer Place(const std::vector<Sub>& subs, std::uint16_t type, std::size_t rows) {
+    Buffer page(o_.pageSize, o_.bigEndian);
+    const std::size_t n = n_;
+    std::size_t end = page.bytes.size();
+    for (std::size_t i = 0; i < subs.size(); ++i) {
+      end -= subs[i].bytes.size();
+      std::memcpy(page.bytes.data() + end, subs[i].bytes.data(), subs[i].bytes.size());
+      const std::size_t at = bitOffset_ + 8 + i * pointerSize_;
+      page.Put(at, end, static_cast<int>(n));
+      page.Put(at + n, subs[i].bytes.size(), static_cast<int>(n));
+      page.bytes[at + 2 * n] = subs[i].compression;
+      page.bytes[at + 2 * n + 1] = subs[i].type;
+    }
+    const std::size_t pointers = subs.size() + (Packing() ? 1 : 0);
+    page.Put(bitOffset_, type, 2);
+    page.Put(bitOffset_ + 2, pointers + rows, 2);
+    page.Put(bitOffset_ + 4, pointers, 2);
     return page;
   }
 

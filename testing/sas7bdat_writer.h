@@ -1,12 +1,14 @@
 // Writes a dataset as a .sas7bdat file, 32- or 64-bit layout, either byte
 // order: for the reader's tests of the layouts the fixtures do not have,
 // and its fuzzer's seeds. One meta page (or a mix page that holds rows as
-// well), then data pages; uncompressed. Written from the format's layout,
-// not by any other program.
+// well), then data pages; or, rows compressed, each row a subheader of the
+// meta pages (compressed, or as it is where compressing does not pay).
+// Written from the format's layout, not by any other program.
 #pragma once
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,7 +28,11 @@ struct Sas7bdatWriteOptions {
   std::uint32_t pageSize = 4096;
   std::string datasetName = "DATA";
   bool mixPage = false;            // rows also on the first page
-  std::string compression;         // e.g. "SASYZCRL": claimed, not done
+  std::string compression;         // the text block's name, e.g. "SASYZCRL"
+  enum class Packing { kNone, kRle, kRdc };
+  Packing packing = Packing::kNone;  // rows compressed so
+  // As damage: this row's compressed subheader loses its last byte.
+  std::optional<std::size_t> cutRow;
   std::map<std::string, Sas7bdatColumnSpec> columns;  // by variable name
 };
 

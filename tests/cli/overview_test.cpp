@@ -159,6 +159,10 @@ TEST_F(Overview, ItsNumbersAgreeWithTheTablesAndTheTruth) {
         if (facts.low) {
           EXPECT_EQ(row["minimum"], *facts.low) << where;
           EXPECT_EQ(row["maximum"], *facts.high) << where;
+        } else if (facts.distinct == 0) {
+          // No valid value: no least or greatest either.
+          EXPECT_TRUE(row.value("minimum", json()).is_null()) << where << ": " << row;
+          EXPECT_TRUE(row.value("maximum", json()).is_null()) << where << ": " << row;
         }
       }
       ++compared;
@@ -186,14 +190,15 @@ TEST_F(Overview, ItsNumbersAgreeWithTheTablesAndTheTruth) {
 TEST_F(Overview, ItsRowsNameTheItemsAndHiddenValuesStayHidden) {
   codebook::data::DatasetBuilder builder;
   builder.Numeric("id").Level(1).Numeric("score").Level(3).MissingRange(-9, -1)
-      .Numeric("code").Level(1).ValueLabel(1, "One").ValueLabel(2, "Two").MissingDiscrete({9});
-  for (int i = 0; i < 30; ++i) builder.Case({1000 + i, i == 0 ? -5.0 : i * 1.5, i % 3 == 0 ? 9 : 1 + i % 2});
+      .Numeric("code").Level(1).ValueLabel(1, "One").ValueLabel(2, "Two").MissingDiscrete({9})
+      .Numeric("none").Level(1).MissingDiscrete({9});
+  for (int i = 0; i < 30; ++i) builder.Case({1000 + i, i == 0 ? -5.0 : i * 1.5, i % 3 == 0 ? 9 : 1 + i % 2, 9});
   codebook::data::WriteDatasetFile(*builder.Build(), Path("small.sav").string());
   const Result result = Run({"--format", "json", "--hide-values", "id", Path("small.sav").string(), "/OPTIONS",
                              "MAXC=4"});
   ASSERT_EQ(result.status, 0) << result.err;
   const json overview = json::parse(result.out)["items"][0]["overview"];
-  ASSERT_EQ(overview.size(), 3u);
+  ASSERT_EQ(overview.size(), 4u);
   // A hidden variable: its counts, no values.
   EXPECT_EQ(overview[0]["distinct_values"], "values hidden");
   EXPECT_TRUE(overview[0]["minimum"].is_null());
@@ -208,6 +213,14 @@ TEST_F(Overview, ItsRowsNameTheItemsAndHiddenValuesStayHidden) {
   EXPECT_EQ(overview[2]["distinct_values"], 2);
   EXPECT_EQ(overview[2]["missing"], 10);
   EXPECT_EQ(overview[2]["type"], "Numeric F8.2");
+  // Every value missing: no least or greatest valid value.
+  EXPECT_EQ(overview[3]["valid"], 0);
+  EXPECT_EQ(overview[3]["distinct_values"], 0);
+  EXPECT_EQ(overview[3].value("minimum", json()), json()) << overview[3];
+  EXPECT_EQ(overview[3].value("maximum", json()), json()) << overview[3];
+  const Result shown = Run({"--format", "csv", Path("small.sav").string(), "none"});
+  EXPECT_THAT(shown.out, HasSubstr("\nVariable,Position,Type,Level,Missing Values,Valid,Missing,Distinct Values\r\n"
+                                   "none,4,Numeric F8.2,Nominal,9,0,30,0\r\n"));
   // Unhidden, the identifier has more values than MAXCATS (abbreviated
   // in the command): its table lists none, the overview says so.
   const Result plain = Run({"--format", "json", Path("small.sav").string(), "id", "/OPTIONS", "MAXC=4"});

@@ -125,6 +125,20 @@ TEST_F(PdfProgram, FiveHundredVariablesTakeAboutAPagePerFour) {
   EXPECT_LE(PdfPages(path), 500 / 4);
 }
 
+// Each file of a batch has its own part, headed by its own summary, and its
+// name in the footers of its pages.
+TEST_F(PdfProgram, EachFileOfABatchHasItsOwnPart) {
+  const std::string path = Path("two.pdf").string();
+  ASSERT_EQ(Run({Fixture("fx01_numeric_formats.sav"), Fixture("fx02_strings.sav"), "-o", path}).status, 0);
+  const std::string text = PdfText(path);
+  const std::size_t first = text.find("80 cases, 22 variables");
+  const std::size_t second = text.find("60 cases, 10 variables");
+  ASSERT_NE(first, std::string::npos);
+  ASSERT_NE(second, std::string::npos);
+  EXPECT_LT(first, second);
+  EXPECT_NE(text.find("fx02_strings.sav", second), std::string::npos);
+}
+
 TEST_F(PdfProgram, SameBytesTwiceWithSourceDateEpoch) {
   const std::string one = Path("one.pdf").string();
   const std::string two = Path("two.pdf").string();

@@ -4,12 +4,15 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 #include "platform/data/byte_cursor.h"
 #include "platform/data/data_error.h"
 #include "platform/data/read_ahead_stream.h"
 #include "platform/data/row_case_stream.h"
+#include "platform/data/sas/sas7bdat_decompress.h"
 #include "platform/data/sas/sas7bdat_layout.h"
 #include "platform/data/sas/sas_catalog.h"
 #include "platform/data/sas/sas_dictionary.h"
@@ -50,24 +53,36 @@ std::string EncodingOfCode(int code) {
   }
 }
 
-// The rows, run after run, a page at a time.
+// The rows, run after run, a page at a time; a page of compressed rows
+// decompressed one row at a time into the caller's block.
 class PagedRows final : public RowReader {
  public:
   PagedRows(std::shared_ptr<const sav::ByteSource> source, std::shared_ptr<const Sas7bdatLayout> layout)
       : source_(std::move(source)), layout_(std::move(layout)), page_(layout_->pageSize) {}
 
   std::size_t Read(std::uint8_t* out, std::size_t rows) override {
+    if (damage_) throw *std::exchange(damage_, std::nullopt);
     std::size_t done = 0;
     const std::size_t rowBytes = static_cast<std::size_t>(layout_->rowLength);
     while (done < rows && run_ < layout_->runs.size()) {
       const RowRun& run = layout_->runs[run_];
-      if (loaded_ != run.page) {
-        const std::uint64_t at = layout_->headerLength + run.page * layout_->pageSize;
-        if (source_->ReadAt(at, page_) != page_.size()) throw DataError("", 0, "the file ends inside a page of rows");
-        loaded_ = run.page;
-      }
+      if (loaded_ != run.page) Load(run);
       const std::size_t n = std::min<std::size_t>(rows - done, run.rows - inRun_);
-      std::memcpy(out + done * rowBytes, page_.data() + run.offset + inRun_ * rowBytes, n * rowBytes);
+      if (run.packed) {
+        for (std::size_t k = 0; k < n; ++k) {
+          try {
+            Unpack(inRun_ + k, std::span<std::uint8_t>(out + (done + k) * rowBytes, rowBytes));
+          } catch (const DataError& e) {
+            // The rows before the damaged one are delivered first, so that
+            // the error names its case.
+            if (done + k == 0) throw;
+            damage_ = e;
+            return done + k;
+          }
+        }
+      } else {
+        std::memcpy(out + done * rowBytes, page_.data() + run.offset + inRun_ * rowBytes, n * rowBytes);
+      }
       done += n;
       inRun_ += n;
       if (inRun_ == run.rows) {
@@ -79,12 +94,48 @@ class PagedRows final : public RowReader {
   }
 
  private:
+  void Load(const RowRun& run) {
+    const std::uint64_t at = layout_->headerLength + run.page * layout_->pageSize;
+    if (source_->ReadAt(at, page_) != page_.size()) throw DataError("", 0, "the file ends inside a page of rows");
+    loaded_ = run.page;
+    rowPointers_.clear();
+    if (!run.packed) return;
+    const bool compressed = layout_->compression != RowCompression::kNone;
+    for (const SubheaderPointer& s : ReadSubheaderPointers(page_, *layout_, source_->Name(), run.page)) {
+      if (s.Row(compressed)) rowPointers_.push_back(s);
+    }
+  }
+
+  void Unpack(std::size_t index, std::span<std::uint8_t> row) const {
+    if (index >= rowPointers_.size()) throw DataError("", 0, "a page holds fewer rows than it did when first read");
+    const SubheaderPointer& s = rowPointers_[index];
+    const auto packed = std::span<const std::uint8_t>(page_).subspan(s.offset, s.length);
+    if (s.compression == 0) {
+      if (packed.size() != row.size()) {
+        throw DataError("", 0, "a row stored uncompressed has " + std::to_string(packed.size()) + " bytes, not " +
+                                   std::to_string(row.size()));
+      }
+      std::memcpy(row.data(), packed.data(), row.size());
+      return;
+    }
+    const bool rle = layout_->compression == RowCompression::kRle;
+    try {
+      if (rle) DecompressRle(packed, row);
+      else DecompressRdc(packed, row);
+    } catch (const DecompressError& e) {
+      throw DataError("", 0, std::string("a row compressed with ") + (rle ? "RLE (SASYZCRL)" : "RDC (SASYZCR2)") +
+                                 " is damaged: " + e.what());
+    }
+  }
+
   std::shared_ptr<const sav::ByteSource> source_;
   std::shared_ptr<const Sas7bdatLayout> layout_;
   std::vector<std::uint8_t> page_;
+  std::vector<SubheaderPointer> rowPointers_;  // of the loaded page
   std::uint64_t loaded_ = ~std::uint64_t{0};
   std::size_t run_ = 0;
   std::size_t inRun_ = 0;
+  std::optional<DataError> damage_;
 };
 
 // "01 Jan 2024" and "12:00:00" of seconds since 1960.
@@ -177,14 +228,18 @@ ReadResult Read(std::shared_ptr<const sav::ByteSource> source, const ReadOptions
   };
 
   ReadResult result;
+  const char* packing = layout->compression == RowCompression::kRle   ? ", rows compressed with RLE"
+                        : layout->compression == RowCompression::kRdc ? ", rows compressed with RDC"
+                                                                      : "";
   result.info.format = std::string("SAS .sas7bdat (") + (layout->is64 ? "64" : "32") + "-bit layout, release " +
-                       layout->release + ")";
+                       layout->release + packing + ")";
   result.info.bigEndian = layout->bigEndian;
   result.info.encoding = sav::CanonicalEncodingName(encoding);
   result.info.encodingGuessed = guess;
   result.info.declaredCases = static_cast<std::int64_t>(layout->rowCount);
   SetCreated(layout->created, result.info);
-  const bool hasRows = layout->rowLength > 0 && !layout->columns.empty();
+  // No rows, no stream: the row length of an empty file is never allocated.
+  const bool hasRows = layout->rowLength > 0 && !layout->columns.empty() && layout->rowCount > 0;
   const auto count = static_cast<std::int64_t>(hasRows ? layout->rowCount : 0);
   result.dataset = std::make_shared<Dataset>(std::move(built.dictionary), count,
                                              hasRows ? factory : Dataset::CaseStreamFactory(), std::move(fileSpec));

@@ -27,11 +27,6 @@ enum PageType : std::uint16_t {
   kMetaAlso = 0x4000, kCompressedMeta = 0x9000,
 };
 
-// A subheader pointer's compression: 1 a deleted (truncated) subheader, 4
-// compressed row data.
-constexpr std::uint8_t kTruncated = 1;
-constexpr std::uint8_t kCompressed = 4;
-
 struct TextRef {
   std::uint16_t index = 0, offset = 0, length = 0;
 };
@@ -43,7 +38,8 @@ class LayoutReader {
   Sas7bdatLayout Read() {
     Header();
     for (std::uint64_t p = 0; p < layout_.pageCount; ++p) Page(p);
-    if (compressed_) Fail(compressionName_.empty() ? "its rows are compressed, which is not read" : compressionName_);
+    CheckCompression();
+    CheckRowLength();
     Columns();
     AssignRows();
     return std::move(layout_);
@@ -104,7 +100,7 @@ class LayoutReader {
     const std::uint16_t subheaders = h.U16();
     switch (type) {
       case kData:
-        pending_.push_back({p, static_cast<std::uint32_t>(BitOffset() + 8), blocks, false});
+        pending_.push_back({p, static_cast<std::uint32_t>(BitOffset() + 8), blocks, Pending::kData});
         return;
       case kMeta: case kMetaAlso: case kCompressedMeta: case kMix: case kMixAlso:
         break;
@@ -117,29 +113,52 @@ class LayoutReader {
     }
     std::vector<std::uint8_t> page(layout_.pageSize);
     source_.ReadAt(PageStart(p), page);
-    const std::uint64_t pointers = BitOffset() + 8 + static_cast<std::uint64_t>(subheaders) * PointerSize();
-    if (pointers > page.size()) Fail("page " + std::to_string(p + 1) + " claims more subheaders than it can hold");
-    ByteCursor c(page, layout_.bigEndian, "page " + std::to_string(p + 1));
-    c.Seek(BitOffset() + 8);
-    for (std::uint16_t i = 0; i < subheaders; ++i) {
-      const std::uint64_t offset = layout_.is64 ? c.U64() : c.U32();
-      const std::uint64_t length = layout_.is64 ? c.U64() : c.U32();
-      const std::uint8_t compression = c.U8();
-      c.Skip(PointerSize() - 2 * IntSize() - 1);
-      if (length == 0 || compression == kTruncated) continue;
-      if (offset > page.size() || length > page.size() - offset) {
-        Fail("a subheader of page " + std::to_string(p + 1) + " lies outside the page");
-      }
-      if (compression == kCompressed) {
-        compressed_ = true;
-        continue;
-      }
-      Subheader(std::span<const std::uint8_t>(page).subspan(offset, length));
+    const std::vector<SubheaderPointer> pointers = ReadSubheaderPointers(page, layout_, source_.Name(), p);
+    for (const SubheaderPointer& s : pointers) {
+      if (!s.Truncated() && !s.Row(Compressed())) Subheader(std::span<const std::uint8_t>(page).subspan(s.offset, s.length));
+    }
+    // Counted after the page's subheaders: its text block may name the
+    // compression.
+    std::uint32_t rows = 0;
+    for (const SubheaderPointer& s : pointers) {
+      if (!s.Row(Compressed())) continue;
+      ++rows;
+      longestRow_ = std::max(longestRow_, s.length);
+    }
+    if (rows > 0) {
+      packed_ = true;
+      pending_.push_back({p, 0, rows, Pending::kPacked});
     }
     if (type == kMix || type == kMixAlso) {
-      const std::uint64_t start = (pointers + 7) / 8 * 8;
-      const std::uint32_t rows = blocks > subheaders ? blocks - subheaders : 0;
-      pending_.push_back({p, static_cast<std::uint32_t>(start), rows, true});
+      const std::uint64_t start = (BitOffset() + 8 + pointers.size() * PointerSize() + 7) / 8 * 8;
+      const std::uint32_t tail = blocks > subheaders ? blocks - subheaders : 0;
+      pending_.push_back({p, static_cast<std::uint32_t>(start), tail, Pending::kMixTail});
+    }
+  }
+
+  bool Compressed() const { return layout_.compression != RowCompression::kNone; }
+
+  // Rows in subheaders need a compression this reader knows.
+  void CheckCompression() const {
+    if (!packed_ || Compressed()) return;
+    if (compressionName_.empty()) Fail("its rows are compressed, but the file does not name the compression");
+    Fail("its rows are compressed with \"" + compressionName_ + "\", a compression not known here (known: RLE, " +
+         "SASYZCRL, and RDC, SASYZCR2)");
+  }
+
+  // A row fits a page or, compressed, comes out of one row subheader: one
+  // byte of RLE gives at most 2056 (a run of 4112 from two), of RDC fewer
+  // than 1372 (4114 from three bytes and a share of a control word). So a
+  // damaged row length is refused here, not allocated for a block of rows.
+  void CheckRowLength() const {
+    if (layout_.rowCount == 0) return;
+    const bool packed = packed_ && Compressed();
+    std::uint64_t most = layout_.pageSize;
+    if (packed) most = std::max(most, longestRow_ * (layout_.compression == RowCompression::kRle ? 2056 : 1372));
+    if (layout_.rowLength > most) {
+      Fail("rows of " + std::to_string(layout_.rowLength) + " bytes are more than " +
+           (packed ? "its compressed rows of at most " + std::to_string(longestRow_) + " bytes can hold"
+                   : "a page of " + std::to_string(layout_.pageSize) + " bytes can hold"));
     }
   }
 
@@ -174,10 +193,14 @@ class LayoutReader {
         break;
       case kColumnText:
         if (texts_.empty() && bytes.size() >= n + 12 + 8) {
-          const std::string_view name(reinterpret_cast<const char*>(bytes.data()) + n + 12, 8);
-          if (name == "SASYZCRL") compressionName_ = "its rows are compressed with RLE (SASYZCRL), which is not read";
-          if (name == "SASYZCR2") compressionName_ = "its rows are compressed with RDC (SASYZCR2), which is not read";
-          if (!compressionName_.empty()) compressed_ = true;
+          std::string name(reinterpret_cast<const char*>(bytes.data()) + n + 12, 8);
+          if (name == "SASYZCRL") layout_.compression = RowCompression::kRle;
+          if (name == "SASYZCR2") layout_.compression = RowCompression::kRdc;
+          while (!name.empty() && (name.back() == ' ' || name.back() == '\0')) name.pop_back();
+          // Printable, for a message should rows be compressed.
+          if (std::all_of(name.begin(), name.end(), [](char ch) { return ch >= 0x20 && ch < 0x7F; })) {
+            compressionName_ = name;
+          }
         }
         texts_.emplace_back(bytes.begin(), bytes.end());
         break;
@@ -276,18 +299,22 @@ class LayoutReader {
     }
   }
 
-  // The rows of each page, in page order, up to the declared count.
+  // The rows of each page, in page order, up to the declared count. In a
+  // file of compressed rows, the free room of a mix page holds none.
   void AssignRows() {
     if (layout_.rowLength == 0 && layout_.rowCount > 0) Fail("rows of no length");
     std::uint64_t left = layout_.rowCount;
     for (const Pending& p : pending_) {
       if (left == 0) break;
-      const std::uint64_t fit = p.start < layout_.pageSize ? (layout_.pageSize - p.start) / layout_.rowLength : 0;
+      if (p.kind == Pending::kMixTail && Compressed()) continue;
       std::uint64_t rows = p.rows;
-      if (p.mix && mixRows_ > 0) rows = std::min<std::uint64_t>(rows, mixRows_);
-      if (rows > fit) Fail("page " + std::to_string(p.page + 1) + " claims more rows than it can hold");
+      if (p.kind == Pending::kMixTail && mixRows_ > 0) rows = std::min<std::uint64_t>(rows, mixRows_);
+      if (p.kind != Pending::kPacked) {
+        const std::uint64_t fit = p.start < layout_.pageSize ? (layout_.pageSize - p.start) / layout_.rowLength : 0;
+        if (rows > fit) Fail("page " + std::to_string(p.page + 1) + " claims more rows than it can hold");
+      }
       rows = std::min(rows, left);
-      if (rows > 0) layout_.runs.push_back({p.page, p.start, static_cast<std::uint32_t>(rows)});
+      if (rows > 0) layout_.runs.push_back({p.page, p.start, static_cast<std::uint32_t>(rows), p.kind == Pending::kPacked});
       left -= rows;
     }
   }
@@ -302,10 +329,11 @@ class LayoutReader {
     TextRef format, label;
   };
   struct Pending {
+    enum Kind { kData, kMixTail, kPacked };
     std::uint64_t page;
     std::uint32_t start;
     std::uint32_t rows;
-    bool mix;
+    Kind kind;
   };
 
   const sav::ByteSource& source_;
@@ -313,8 +341,9 @@ class LayoutReader {
   Sas7bdatLayout layout_;
   std::uint64_t mixRows_ = 0;
   std::uint64_t columnCount_ = 0;
-  bool compressed_ = false;
-  std::string compressionName_;
+  bool packed_ = false;        // rows in subheaders
+  std::uint64_t longestRow_ = 0;  // of those subheaders
+  std::string compressionName_;  // as the text block gives it
   std::vector<std::vector<std::uint8_t>> texts_;
   std::vector<TextRef> names_;
   std::vector<Attribute> attributes_;
@@ -326,6 +355,33 @@ class LayoutReader {
 
 Sas7bdatLayout ReadSas7bdatLayout(const sav::ByteSource& source, sav::Warnings& warnings) {
   return LayoutReader(source, warnings).Read();
+}
+
+std::vector<SubheaderPointer> ReadSubheaderPointers(std::span<const std::uint8_t> page, const Sas7bdatLayout& layout,
+                                                    const std::string& file, std::uint64_t index) {
+  const std::size_t n = layout.is64 ? 8 : 4;
+  const std::size_t bitOffset = layout.is64 ? 32 : 16;
+  const std::size_t pointerSize = layout.is64 ? 24 : 12;
+  const std::string where = "page " + std::to_string(index + 1);
+  ByteCursor c(page, layout.bigEndian, where);
+  c.Seek(bitOffset + 4);
+  const std::uint16_t count = c.U16();
+  if (bitOffset + 8 + static_cast<std::uint64_t>(count) * pointerSize > page.size()) {
+    throw FileError(file, where + " claims more subheaders than it can hold");
+  }
+  std::vector<SubheaderPointer> pointers(count);
+  c.Seek(bitOffset + 8);
+  for (SubheaderPointer& s : pointers) {
+    s.offset = n == 8 ? c.U64() : c.U32();
+    s.length = n == 8 ? c.U64() : c.U32();
+    s.compression = c.U8();
+    s.type = c.U8();
+    c.Skip(pointerSize - 2 * n - 2);
+    if (!s.Truncated() && (s.offset > page.size() || s.length > page.size() - s.offset)) {
+      throw FileError(file, "a subheader of " + where + " lies outside the page");
+    }
+  }
+  return pointers;
 }
 
 }  // namespace codebook::data::sas

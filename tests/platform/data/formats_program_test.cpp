@@ -1,6 +1,6 @@
 // The other formats as a person uses them with the program: from standard
 // input, several on one command line, a SAS format catalog given or found,
-// and what is not a dataset.
+// compressed .sas7bdat rows, and what is not a dataset.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -8,6 +8,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "testing/dataset_builder.h"
+#include "testing/sas7bdat_writer.h"
 #include "tests/platform/data/program_runner.h"
 
 namespace {
@@ -114,6 +116,63 @@ TEST_F(FormatsProgram, ExportsShowExtendedMissingCodes) {
   EXPECT_EQ(ddi.status, 0) << ddi.err;
   EXPECT_NE(ddi.out.find("<catgry missing=\"Y\">\n        <catValu>.a</catValu>"), std::string::npos) << ddi.out;
   EXPECT_EQ(ddi.out.find("<invalrng>"), std::string::npos) << "the codes are no declared missing range";
+}
+
+// The codebook of a .sas7bdat file of compressed rows is that of the same
+// rows uncompressed; a damaged row ends the run with status 3 and names
+// the file, the format, the case and the fault.
+TEST_F(FormatsProgram, CompressedSas7bdatRowsGiveTheSameCodebook) {
+  using codebook::data::Sas7bdatWriteOptions;
+  codebook::data::DatasetBuilder b;
+  b.Numeric("score").Label("Score");
+  b.Numeric("visit").Label("Visit");
+  b.String("group", 16).Label("Group");
+  for (int i = 0; i < 300; ++i) {
+    b.Case({i % 7 == 0 ? ::kSysmis : i * 0.25, (21000.0 + i % 30 + 137775.0) * 86400.0,
+            i % 3 == 0 ? "control" : i % 3 == 1 ? "treated" : "treated again"});
+  }
+  const auto data = b.Build();
+  Sas7bdatWriteOptions o;
+  o.pageSize = 2048;
+  o.columns["visit"].format = "DATE9.";
+  const auto write = [&](const Sas7bdatWriteOptions& options, const std::string& folder) {
+    fs::create_directories(folder_ / folder);
+    const fs::path path = folder_ / folder / "visits.sas7bdat";
+    const auto bytes = codebook::data::WriteSas7bdatBytes(*data, options);
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
+                                                static_cast<std::streamsize>(bytes.size()));
+    return path;
+  };
+  const auto run = [&](const fs::path& path, const std::string& folder) {
+    auto result = RunProgram({path.string()});
+    // The file's location is the only difference allowed.
+    for (std::size_t at; (at = result.out.find(folder_.string() + "/" + folder)) != std::string::npos;) {
+      result.out.replace(at, folder_.string().size() + 1 + folder.size(), "FOLDER");
+    }
+    return result;
+  };
+  const auto plain = run(write(o, "plain"), "plain");
+  ASSERT_EQ(plain.status, 0) << plain.err;
+  EXPECT_NE(plain.out.find("treated again"), std::string::npos) << plain.out;
+  for (const auto& [packing, name] : {std::pair{Sas7bdatWriteOptions::Packing::kRle, "SASYZCRL"},
+                                      std::pair{Sas7bdatWriteOptions::Packing::kRdc, "SASYZCR2"}}) {
+    SCOPED_TRACE(name);
+    Sas7bdatWriteOptions packed = o;
+    packed.packing = packing;
+    packed.compression = name;
+    const auto result = run(write(packed, name), name);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, plain.out);
+    EXPECT_EQ(result.err, plain.err);
+    packed.cutRow = 99;
+    const fs::path cut = write(packed, std::string(name) + "-cut");
+    const auto damaged = RunProgram({cut.string()});
+    EXPECT_EQ(damaged.status, 3);
+    for (const std::string& piece : {cut.string(), std::string("case 100"), std::string("SAS .sas7bdat file"),
+                                     std::string(name), std::string("is damaged")}) {
+      EXPECT_NE(damaged.err.find(piece), std::string::npos) << piece << " in " << damaged.err;
+    }
+  }
 }
 
 }  // namespace
