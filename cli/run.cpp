@@ -20,17 +20,16 @@
 #include "cli/output_target.h"
 #include "cli/standard_input.h"
 #include "cli/target_stream.h"
+#include "platform/api/command_finisher.h"
+#include "platform/api/provenance.h"
 #include "platform/export/ddi_writer.h"
 #include "platform/export/dictionary_csv.h"
 #include "platform/output/render/pdf/pdf_renderer.h"
 #include "platform/export/xlsx_writer.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/terminal_text.h"
-#include "platform/report/alerts.h"
 #include "platform/report/distributions.h"
-#include "platform/report/file_summary.h"
 #include "platform/report/hidden_values.h"
-#include "platform/report/overview.h"
 #include "platform/session/session.h"
 
 namespace codebook::cli {
@@ -100,30 +99,6 @@ int ScreenWidth(const Options& options, bool toStandardOutput) {
   return 0;
 }
 
-// The time of production: $SOURCE_DATE_EPOCH when set (reproducible
-// output), else now.
-std::time_t ProductionTime() {
-  std::time_t now = std::time(nullptr);
-  if (const char* epoch = std::getenv("SOURCE_DATE_EPOCH"); epoch != nullptr && *epoch != '\0') {
-    long long seconds = 0;
-    const char* end = epoch + std::strlen(epoch);
-    if (const auto [stop, failure] = std::from_chars(epoch, end, seconds); failure == std::errc() && stop == end) {
-      now = static_cast<std::time_t>(seconds);
-    }
-  }
-  return now;
-}
-
-// The date of production as YYYY-MM-DD.
-std::string ProductionDate() {
-  const std::time_t now = ProductionTime();
-  std::tm utc{};
-  gmtime_r(&now, &utc);
-  char text[16];
-  std::strftime(text, sizeof text, "%Y-%m-%d", &utc);
-  return text;
-}
-
 }  // namespace
 
 // One run of the program: the jobs (a syntax file, or one dataset file at a
@@ -131,20 +106,12 @@ std::string ProductionDate() {
 class Run::Impl {
  public:
   Impl(const Options& options, OutputFormat format, codebook::cli::OutputTarget& target)
-      : options_(options), format_(format), target_(target) {
+      : options_(options), format_(format), target_(target), finisher_(Choices(options, format)) {
     textOptions_.width = ScreenWidth(options, target.IsStandardOutput());
     // Text-like output to standard output is shown command by command, each
     // command's closing messages after its tables.
     exporting_ = options.exportFormat != codebook::cli::ExportFormat::kNone;
     streaming_ = target.IsStandardOutput() && !CarriesMessages(format) && !exporting_;
-    // HTML and JSON always carry alerts; text and Markdown when asked.
-    alerts_ = !exporting_ && (CarriesMessages(format) ||
-                              (options.alerts && format != OutputFormat::kCsv));
-    overview_ = !exporting_ && options.overview;
-    hide_ = codebook::report::ParseHideRequest(options.hideValues);
-    // The overview takes the scale variables' distinct values and range
-    // from the quartiles' distributions; only the reports draw their histograms.
-    distributions_.KeepHistograms(IsReport(format));
   }
 
   // A dataset file; `heading` introduces its part when there are several.
@@ -245,7 +212,7 @@ class Run::Impl {
         if (exporting_) {
           out.write(exported_.data(), static_cast<std::streamsize>(exported_.size()));
         } else {
-          combined_.SetProvenance({"codebook", CODEBOOK_VERSION, ProductionDate()});
+          combined_.SetProvenance({"codebook", CODEBOOK_VERSION, codebook::api::ProductionDate()});
           if (format_ == OutputFormat::kPdf) {
             RenderPdf(out);
           } else {
@@ -270,9 +237,18 @@ class Run::Impl {
   }
 
  private:
-  codebook::report::DistributionCollector* Distributions() {
-    return IsReport(format_) || overview_ ? &distributions_ : nullptr;
+  static codebook::api::FinishChoices Choices(const Options& options, OutputFormat format) {
+    codebook::api::FinishChoices choices;
+    choices.exporting = options.exportFormat != codebook::cli::ExportFormat::kNone;
+    // HTML and JSON always carry alerts; text and Markdown when asked.
+    choices.alerts = !choices.exporting && (CarriesMessages(format) || (options.alerts && format != OutputFormat::kCsv));
+    choices.overview = !choices.exporting && options.overview;
+    choices.histograms = IsReport(format);
+    choices.hide = codebook::report::ParseHideRequest(options.hideValues);
+    return choices;
   }
+
+  codebook::report::DistributionCollector* Distributions() { return finisher_.Distributions(); }
 
   session::SessionOptions SessionOptions() {
     session::SessionOptions result;
@@ -290,124 +266,42 @@ class Run::Impl {
       PostProcess(*current_, first, alerts);
       if (streaming_) Emit(*current_->Document(), first, alerts);
     };
-    result.passObserver = [this](const codebook::data::Dataset& dataset,
-                                 int weightIndex) -> std::shared_ptr<codebook::data::CaseObserver> {
-      // Alerts and the file's weighted total need only the weights; hiding
-      // counts the values of the variables it may hide (up to a limit); the
-      // overview and the exports tally every variable (the valid and
-      // missing cases, the least and greatest value of an item whose table
-      // lists no values), an export counting all values when there are
-      // weights. Unweighted text without any of these needs no tally.
-      if (!exporting_ && !alerts_ && hide_.Empty() && !overview_ && weightIndex < 0) return nullptr;
-      codebook::exporting::TallyOptions tally = codebook::report::AlertTallyOptions();
-      if (!hide_.Empty()) tally = codebook::report::HideTallyOptions(hide_, dataset);
-      if (overview_) tally.allVariables = true;
-      if (exporting_) {
-        tally.allVariables = true;
-        tally.countValues = tally.countValues || weightIndex >= 0;
-        tally.maxValues = static_cast<std::size_t>(-1);
-      }
-      return std::make_shared<codebook::exporting::ValueTally>(dataset, weightIndex, tally);
+    result.passObserver = [this](const codebook::data::Dataset& dataset, int weightIndex) {
+      return finisher_.Observer(dataset, weightIndex);
     };
     return result;
   }
 
-  // After a CODEBOOK command that ran whole: finds its alerts (into
-  // `alerts`, and into the combined document when the output is made at the
-  // end), then hides the values asked to be hidden in its tables, then puts
-  // the file's summary and the overview at the head of its output. The
-  // alerts read the tables before any value is hidden, so that they are the
-  // same whatever is hidden; they name no value of a hidden variable. The
-  // overview reads them after, so that it shows nothing they hide.
+  // After a CODEBOOK command that ran whole: its alerts (into `alerts`,
+  // and into the combined document when the output is made at the end),
+  // its hidden values, its file's summary and overview.
   void PostProcess(session::Session& session, std::size_t first, Document& alerts) {
-    const auto& run = session.LastCodebook();
-    if (!run || run->firstItem != first || !run->completed || !run->dataset) return;
-    auto* tally = dynamic_cast<codebook::exporting::ValueTally*>(run->observer.get());
-    if (tally != nullptr && run->expectedCases >= 0 && tally->Cases() < run->expectedCases) tally->SetPartial();
-    // Histograms first: a table whose values are hidden is replaced, and its
-    // histogram goes with it.
-    if (IsReport(format_)) {
-      codebook::report::AttachHistograms(*session.Document(), run->firstItem, run->endItem, *run->dataset, distributions_);
+    const std::string shown = readingStandardInput_ ? std::string("standard input") : fileName_;
+    codebook::api::CommandFinisher::Finished finished = finisher_.Finish(session, first, shown, readingStandardInput_);
+    if (!finished.done) return;
+    for (const std::string& name : finished.unknownHidden) {
+      Fail(session::kExitOk, "warning: --hide-values: the dataset has no variable " + name);
     }
-    hidden_.clear();
-    if (!hide_.Empty()) {
-      std::vector<std::string> unknown;
-      hidden_ = codebook::report::ChooseHidden(hide_, *run->dataset, tally, unknown);
-      for (const std::string& name : unknown) {
-        Fail(session::kExitOk, "warning: --hide-values: the dataset has no variable " + name);
-      }
+    if (finished.alertsChecked) {
+      alerts.SetAlertsChecked();
+      combined_.SetAlertsChecked();
     }
-    if (alerts_) CollectAlerts(session, *run, tally, alerts);
-    if (!hidden_.empty()) {
-      codebook::report::HideValues(*session.Document(), run->firstItem, run->endItem, *run->dataset, hidden_, tally);
-    }
-    if (!exporting_) Head(session, *run, tally);
-    distributions_.Clear();
-  }
-
-  // What heads the output of the command: the file's summary (its File
-  // Information table, if the command made one, says it instead in HTML)
-  // and the overview of its items.
-  void Head(session::Session& session, const session::CodebookRun& run, const codebook::exporting::ValueTally* tally) {
-    Document& document = *session.Document();
-    codebook::report::FileFacts facts;
-    facts.dataset = run.dataset.get();
-    facts.shownName = readingStandardInput_ ? std::string("standard input") : run.dataset->FileSpec().value_or(fileName_);
-    facts.weightIndex = run.weightIndex;
-    facts.tally = tally;
-    facts.expectedCases = run.expectedCases;
-    codebook::output::FileSummary file = codebook::report::SummarizeFile(document, run.firstItem, run.endItem, facts);
-    Document::Table overview;
-    if (overview_) {
-      codebook::report::OverviewSources sources;
-      sources.dataset = run.dataset.get();
-      sources.tally = tally;
-      sources.distributions = &distributions_;
-      sources.hidden = hidden_;
-      sources.maxCategories = codebook::report::MaxCategories(run.command);
-      overview = codebook::report::MakeOverview(document, run.firstItem, run.endItem, sources);
-    }
-    document.Insert(run.firstItem, std::move(file));
-    if (overview) document.Insert(run.firstItem + 1, overview);
-    ++files_;
-  }
-
-  void CollectAlerts(session::Session& session, const session::CodebookRun& run,
-                     const codebook::exporting::ValueTally* tally, Document& alerts) {
-    alerts.SetAlertsChecked();
-    combined_.SetAlertsChecked();
-    // One item's facts at a time: the facts of all the items together
-    // would hold a copy of every table's values.
-    std::vector<codebook::output::Alert> found;
-    codebook::exporting::ForEachItemFacts(*session.Document(), run.firstItem, run.endItem,
-                                          [&](const codebook::exporting::ItemFacts& item, std::size_t) {
-                                            codebook::report::AddItemAlerts(item, *run.dataset, hidden_, found);
-                                          });
-    codebook::report::AddFileAlerts(*run.dataset, tally, run.weightIndex, found);
     // Each part of the output shown as it is made holds one file; the
     // combined document holds them all, in order.
-    for (codebook::output::Alert& alert : found) {
+    for (codebook::output::Alert& alert : finished.alerts) {
       alert.file = 0;
       alerts.AddAlert(alert);
       alert.file = files_;
       if (!streaming_) combined_.AddAlert(std::move(alert));
     }
+    if (!exporting_) ++files_;
   }
 
   // The export of the session's last CODEBOOK command, when it ran whole.
   void Export(const session::Session& session) {
     const auto& run = session.LastCodebook();
     if (!run || !run->completed || !run->dataset) return;
-    codebook::exporting::ExportInput input;
-    input.dataset = run->dataset.get();
-    input.fileInfo = run->fileInfo;
-    input.fileName = fileName_;
-    input.items = codebook::exporting::ReadItemFacts(*session.Document(), run->firstItem, run->endItem);
-    input.weightIndex = run->weightIndex;
-    input.tally = dynamic_cast<const codebook::exporting::ValueTally*>(run->observer.get());
-    input.hidden = hidden_;
-    input.version = CODEBOOK_VERSION;
-    input.date = ProductionDate();
+    const codebook::exporting::ExportInput input = finisher_.ExportInputOf(session, fileName_, CODEBOOK_VERSION);
     if (options_.exportFormat == codebook::cli::ExportFormat::kXlsx) {
       ExportWorkbook(input);
       return;
@@ -425,7 +319,7 @@ class Run::Impl {
     namespace pdf = codebook::output::pdf;
     pdf::PdfOptions pdfOptions;
     pdfOptions.paper = options_.paper.empty() ? pdf::LocalePaper() : pdf::ParsePaper(options_.paper).value_or(pdf::Paper::kA4);
-    pdfOptions.created = ProductionTime();
+    pdfOptions.created = codebook::api::ProductionTime();
     pdfOptions.creator = std::string("codebook ") + CODEBOOK_VERSION;
     try {
       pdf::RenderPdf(combined_, out, pdfOptions);
@@ -450,7 +344,7 @@ class Run::Impl {
     ::close(fd);
     const int slot = codebook::cli::RegisterTemporaryFile(path);
     std::string error;
-    if (codebook::exporting::WriteXlsx(input, path, error)) {
+    if (codebook::exporting::WriteXlsx(input, path, error, codebook::api::ProductionTime())) {
       std::ifstream in(path, std::ios::binary);
       std::ostringstream bytes;
       bytes << in.rdbuf();
@@ -512,12 +406,8 @@ class Run::Impl {
   codebook::output::TextOptions textOptions_;
   bool streaming_ = false;
   bool exporting_ = false;
-  bool alerts_ = false;
-  bool overview_ = false;
   int files_ = 0;  // the file summaries made so far
-  codebook::report::HideRequest hide_;
-  std::set<int> hidden_;  // of the last CODEBOOK command
-  codebook::report::DistributionCollector distributions_;  // of the command running
+  codebook::api::CommandFinisher finisher_;
   std::string fileName_;  // the dataset as the user named it
   bool readingStandardInput_ = false;
   std::string exported_;  // the export, once made

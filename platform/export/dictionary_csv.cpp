@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/export/dictionary_rows.h"
+#include "platform/export/codebook_model.h"
 
 namespace codebook::exporting {
 namespace {
@@ -27,44 +27,45 @@ std::string Optional(const std::optional<double>& value) { return value ? Number
 }  // namespace
 
 void WriteDictionaryCsv(const ExportInput& input, std::ostream& out) {
-  const std::vector<std::string> attributeNames = DictionaryAttributeNames(*input.dataset);
+  WriteDictionaryCsv(MakeCodebookModel(input), out);
+}
+
+void WriteDictionaryCsv(const CodebookModel& model, std::ostream& out) {
   std::string row;
   for (const char* column : kDictionaryColumns) Field(row, column);
-  for (const std::string& name : attributeNames) Field(row, "attribute:" + name);
+  for (const std::string& name : model.attributeNames) Field(row, "attribute:" + name);
   out << row << "\r\n";
 
-  ForEachDictionaryRow(input, attributeNames, [&](const DictionaryRow& entry) {
-    const data::Variable& variable = *entry.variable;
-    const ItemFacts& item = *entry.item;
+  for (const ModelVariable& variable : model.variables) {
     row.clear();
-    Field(row, std::to_string(entry.index + 1));
-    Field(row, variable.GetName());
-    Field(row, entry.label);
-    Field(row, variable.IsNumeric() ? "numeric" : "string");
-    Field(row, std::to_string(variable.IsNumeric() ? 0 : variable.DeclaredWidth()));
-    Field(row, item.formatText);
-    Field(row, MeasureName(variable.GetMeasurementLevel()));
-    Field(row, RoleName(variable.GetRole()));
-    Field(row, entry.missingValues);
-    Field(row, entry.valueLabels);
-    Field(row, Optional(entry.counts.valid));
-    Field(row, Optional(entry.counts.missing));
+    Field(row, std::to_string(variable.index + 1));
+    Field(row, variable.name);
+    Field(row, variable.label.value_or(std::string()));
+    Field(row, variable.numeric ? "numeric" : "string");
+    Field(row, std::to_string(variable.width));
+    Field(row, variable.format);
+    Field(row, variable.measure);
+    Field(row, variable.role);
+    Field(row, variable.missingValues);
+    Field(row, variable.valueLabels);
+    Field(row, Optional(variable.valid));
+    Field(row, Optional(variable.missing));
     // The statistics of dates and times in ISO 8601, which people and
     // programs read; as seconds since 1582 they would mean nothing.
-    const VELA_Format format = variable.PrintFormat();
-    const TimeKind kind = TimeKindOf(format);
+    const TimeKind kind = TimeKindOf(variable.printFormat);
+    const int decimals = variable.printFormat.Decimals();
     const auto statistic = [&](const std::optional<double>& value) {
-      return value ? IsoText(*value, kind, format.Decimals()) : std::string();
+      return value ? IsoText(*value, kind, decimals) : std::string();
     };
-    Field(row, statistic(item.mean));
-    Field(row, item.stdDev ? IsoSpanText(*item.stdDev, kind, format.Decimals()) : std::string());
-    Field(row, statistic(item.p25));
-    Field(row, statistic(item.p50));
-    Field(row, statistic(item.p75));
-    Field(row, entry.values);
-    for (const std::string& value : entry.attributes) Field(row, value);
+    Field(row, statistic(variable.mean));
+    Field(row, variable.stdDev ? IsoSpanText(*variable.stdDev, kind, decimals) : std::string());
+    Field(row, statistic(variable.p25));
+    Field(row, statistic(variable.median));
+    Field(row, statistic(variable.p75));
+    Field(row, variable.values);
+    for (const std::string& name : model.attributeNames) Field(row, AttributeText(variable, name));
     out << row << "\r\n";
-  });
+  }
 }
 
 }  // namespace codebook::exporting

@@ -6,10 +6,11 @@
 
 #include <ostream>
 
-#include "platform/export/export_input.h"
+#include "platform/export/codebook_model.h"
 
 namespace codebook::exporting {
 
 void WriteDictionaryCsv(const ExportInput& input, std::ostream& out);
+void WriteDictionaryCsv(const CodebookModel& model, std::ostream& out);
 
 }  // namespace codebook::exporting

@@ -10,7 +10,7 @@
 #include "host/data/text.h"
 #include "platform/data/format_traits.h"
 #include "platform/data/text/utf8.h"
-#include "platform/export/dictionary_rows.h"
+#include "platform/export/dictionary_csv.h"
 #include "platform/output/format/value_format.h"
 
 namespace codebook::exporting {
@@ -76,8 +76,8 @@ std::size_t Characters(std::string_view text) {
 // day or a duration where the variable holds those, else as a number.
 enum class Kind { kNumber, kDate, kDateTime, kDuration };
 
-Kind KindOf(const data::Variable& variable) {
-  const data::FormatTraits* traits = data::FindFormatTraits(variable.PrintFormat().TypeEx());
+Kind KindOf(const VELA_Format& format) {
+  const data::FormatTraits* traits = data::FindFormatTraits(format.TypeEx());
   if (traits == nullptr) return Kind::kNumber;
   switch (traits->kind) {
     case data::FormatKind::kDate: return Kind::kDate;
@@ -89,13 +89,20 @@ Kind KindOf(const data::Variable& variable) {
 
 class Workbook {
  public:
-  explicit Workbook(const std::string& path) {
+  Workbook(const std::string& path, std::time_t created) {
     lxw_workbook_options options{};
     // Rows go to the file as they are made: a wide file's sheets are not
     // held in memory.
     options.constant_memory = LXW_TRUE;
     workbook_ = workbook_new_opt(path.c_str(), &options);
     if (workbook_ == nullptr) return;
+    if (created != 0) {
+      // The time in the document's properties, which the library also
+      // stamps the archive's entries with.
+      lxw_doc_properties properties{};
+      properties.created = created;
+      workbook_set_properties(workbook_, &properties);
+    }
     header_ = workbook_add_format(workbook_);
     format_set_bold(header_);
     date_ = workbook_add_format(workbook_);
@@ -197,10 +204,10 @@ class Sheet {
     if (value) Number(column, *value, format);
   }
   // A statistic of a variable: a date as a date, a duration as one.
-  void Statistic(std::size_t column, const std::optional<double>& value, const data::Variable& variable,
+  void Statistic(std::size_t column, const std::optional<double>& value, const VELA_Format& printFormat,
                  bool spread = false) {
     if (!value) return;
-    Kind kind = KindOf(variable);
+    Kind kind = KindOf(printFormat);
     // A deviation of dates is a length of time.
     if (spread && kind != Kind::kNumber) kind = Kind::kDuration;
     double days = *value / 86400;
@@ -214,7 +221,7 @@ class Sheet {
       book_.Note(worksheet_write_number(sheet_, row_, static_cast<lxw_col_t>(column), days, book_.Of(kind)));
     } else {
       // Out of the workbook's calendar: shown as the tables show it.
-      Text(column, output::FormatNumber(*value, variable.PrintFormat(), output::FieldMode::kCell));
+      Text(column, output::FormatNumber(*value, printFormat, output::FieldMode::kCell));
     }
   }
 
@@ -260,108 +267,90 @@ class Sheet {
   bool finished_ = true;
 };
 
-std::string BaseName(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-void WriteVariables(Workbook& book, const ExportInput& input) {
-  const std::vector<std::string> attributeNames = DictionaryAttributeNames(*input.dataset);
+void WriteVariables(Workbook& book, const CodebookModel& model) {
   std::vector<std::string> header(kDictionaryColumns.begin(), kDictionaryColumns.end());
-  for (const std::string& name : attributeNames) header.push_back("attribute:" + name);
+  for (const std::string& name : model.attributeNames) header.push_back("attribute:" + name);
   Sheet sheet(book, "Variables", std::move(header));
-  ForEachDictionaryRow(input, attributeNames, [&](const DictionaryRow& entry) {
-    const data::Variable& variable = *entry.variable;
-    const ItemFacts& item = *entry.item;
+  for (const ModelVariable& variable : model.variables) {
     sheet.NextRow();
-    sheet.Number(0, entry.index + 1);
-    sheet.Text(1, variable.GetName());
-    sheet.Text(2, entry.label);
-    sheet.Text(3, variable.IsNumeric() ? "numeric" : "string");
-    sheet.Number(4, variable.IsNumeric() ? 0 : variable.DeclaredWidth());
-    sheet.Text(5, item.formatText);
-    sheet.Text(6, MeasureName(variable.GetMeasurementLevel()));
-    sheet.Text(7, RoleName(variable.GetRole()));
-    sheet.Text(8, entry.missingValues);
-    sheet.Text(9, entry.valueLabels);
-    sheet.Number(10, entry.counts.valid);
-    sheet.Number(11, entry.counts.missing);
-    sheet.Statistic(12, item.mean, variable);
-    sheet.Statistic(13, item.stdDev, variable, true);
-    sheet.Statistic(14, item.p25, variable);
-    sheet.Statistic(15, item.p50, variable);
-    sheet.Statistic(16, item.p75, variable);
-    sheet.Text(17, entry.values);
-    for (std::size_t a = 0; a < entry.attributes.size(); ++a) sheet.Text(kDictionaryColumns.size() + a, entry.attributes[a]);
-  });
+    sheet.Number(0, variable.index + 1);
+    sheet.Text(1, variable.name);
+    sheet.Text(2, variable.label.value_or(std::string()));
+    sheet.Text(3, variable.numeric ? "numeric" : "string");
+    sheet.Number(4, variable.width);
+    sheet.Text(5, variable.format);
+    sheet.Text(6, variable.measure);
+    sheet.Text(7, variable.role);
+    sheet.Text(8, variable.missingValues);
+    sheet.Text(9, variable.valueLabels);
+    sheet.Number(10, variable.valid);
+    sheet.Number(11, variable.missing);
+    sheet.Statistic(12, variable.mean, variable.printFormat);
+    sheet.Statistic(13, variable.stdDev, variable.printFormat, true);
+    sheet.Statistic(14, variable.p25, variable.printFormat);
+    sheet.Statistic(15, variable.median, variable.printFormat);
+    sheet.Statistic(16, variable.p75, variable.printFormat);
+    sheet.Text(17, variable.values);
+    for (std::size_t a = 0; a < model.attributeNames.size(); ++a) {
+      sheet.Text(kDictionaryColumns.size() + a, AttributeText(variable, model.attributeNames[a]));
+    }
+  }
 }
 
-void WriteValues(Workbook& book, const ExportInput& input) {
-  const data::Dataset& dataset = *input.dataset;
-  const bool unweighted = input.weightIndex >= 0 && input.tally != nullptr && input.tally->CountsValues();
+void WriteValues(Workbook& book, const CodebookModel& model) {
+  const bool unweighted = model.UnweightedCounts();
   std::vector<std::string> header = {"variable", "value", "label", "missing", "count", "percent"};
   if (unweighted) header.emplace_back("unweighted_count");
   Sheet sheet(book, "Values", std::move(header));
-  const auto write = [&](const std::string& name, const CategoryFact& category, const data::Variable* variable,
-                         int index) {
+  // The variables' print formats, by position, for their values' dates.
+  std::vector<const VELA_Format*> formats(static_cast<std::size_t>(model.file.variables), nullptr);
+  for (const ModelVariable& variable : model.variables) {
+    if (variable.index >= 0 && static_cast<std::size_t>(variable.index) < formats.size()) {
+      formats[static_cast<std::size_t>(variable.index)] = &variable.printFormat;
+    }
+  }
+  for (const ModelValueRow& row : model.values) {
+    const VELA_Format* format = row.variable >= 0 && static_cast<std::size_t>(row.variable) < formats.size()
+                                    ? formats[static_cast<std::size_t>(row.variable)]
+                                    : nullptr;
     sheet.NextRow();
-    sheet.Text(0, name);
-    if (category.systemMissing) {
+    sheet.Text(0, row.item);
+    if (row.systemMissing) {
       sheet.Text(2, "System-missing");
     } else {
-      if (const auto* number = std::get_if<double>(&category.value); number != nullptr && variable != nullptr) {
-        sheet.Statistic(1, *number, *variable);
-      } else if (const auto* text = std::get_if<std::string>(&category.value)) {
+      if (const auto* number = std::get_if<double>(&row.value); number != nullptr && format != nullptr) {
+        sheet.Statistic(1, *number, *format);
+      } else if (const auto* text = std::get_if<std::string>(&row.value)) {
         sheet.Text(1, *text);
       } else {
-        sheet.Text(1, category.valueText);
+        sheet.Text(1, row.valueText);
       }
-      sheet.Text(2, category.label);
+      sheet.Text(2, row.label);
     }
-    sheet.Text(3, category.systemMissing ? "system" : category.missing ? "user" : "");
-    sheet.Number(4, category.count);
-    sheet.Number(5, category.percent, book.Percent());
-    if (unweighted && variable != nullptr) {
-      if (const auto count = UnweightedCount(input.tally, index, category)) sheet.Number(6, static_cast<double>(*count));
-    }
-  };
-  for (const ItemFacts& item : input.items) {
-    if (item.IsSet()) {
-      for (const CategoryFact& category : item.categories) write(item.name, category, nullptr, -1);
-      continue;
-    }
-    const int index = dataset.FindVarIndex(item.name.c_str(), 0);
-    if (index < 0) continue;
-    const data::Variable& variable = *dataset.GetDictionary().GetVariable(index);
-    for (const CategoryFact& category : ExportedCategories(item, variable)) {
-      write(variable.GetName(), category, &variable, index);
-    }
+    sheet.Text(3, row.systemMissing ? "system" : row.missing ? "user" : "");
+    sheet.Number(4, row.count);
+    sheet.Number(5, row.percent, book.Percent());
+    if (unweighted && row.unweightedCount) sheet.Number(6, static_cast<double>(*row.unweightedCount));
   }
 }
 
-void WriteSets(Workbook& book, const ExportInput& input) {
+void WriteSets(Workbook& book, const CodebookModel& model) {
   Sheet sheet(book, "Sets", {"name", "label", "type", "counted_value", "members"});
-  for (const ItemFacts& item : input.items) {
-    if (!item.IsSet()) continue;
-    for (const VariableSetImpl& set : input.dataset->GetMRSets()) {
-      const VariableSetImpl::Definition& definition = set.Get();
-      if (VELAMBstricmp_A(definition.name.c_str(), item.name.c_str()) != 0) continue;
-      const bool dichotomy = definition.kind == VariableSetImpl::kMultipleDichotomy;
-      std::string members;
-      for (const std::string& member : definition.members) members += (members.empty() ? "" : " ") + member;
-      sheet.NextRow();
-      sheet.Text(0, definition.name);
-      sheet.Text(1, definition.label);
-      sheet.Text(2, dichotomy ? "multiple dichotomy" : "multiple category");
-      if (dichotomy) sheet.Text(3, definition.countedValue);
-      sheet.Text(4, members);
-      break;
-    }
+  for (const ModelSet& set : model.sets) {
+    if (!set.described) continue;
+    std::string members;
+    for (const std::string& member : set.members) members += (members.empty() ? "" : " ") + member;
+    sheet.NextRow();
+    sheet.Text(0, set.name);
+    sheet.Text(1, set.label);
+    sheet.Text(2, set.dichotomy ? "multiple dichotomy" : "multiple category");
+    if (set.dichotomy) sheet.Text(3, set.countedValue);
+    sheet.Text(4, members);
   }
 }
 
-void WriteFile(Workbook& book, const ExportInput& input) {
-  const data::Dataset& dataset = *input.dataset;
+void WriteFile(Workbook& book, const CodebookModel& model) {
+  const ModelFile& file = model.file;
   Sheet sheet(book, "File", {"field", "value"});
   const auto text = [&](const std::string& field, const std::string& value) {
     if (value.empty()) return;
@@ -374,27 +363,22 @@ void WriteFile(Workbook& book, const ExportInput& input) {
     sheet.Text(0, field);
     sheet.Number(1, value);
   };
-  text("name", BaseName(input.fileName));
-  if (const char* label = dataset.GetLabel()) text("label", label);
-  if (dataset.GetCaseCount() >= 0) number("cases", static_cast<double>(dataset.GetCaseCount()));
-  if (input.weightIndex >= 0) {
-    if (const VELA_Variable* weight = dataset.GetVariable(input.weightIndex)) text("weight", weight->GetName());
-    if (input.tally != nullptr && !input.tally->Partial() && input.tally->Cases() > 0) {
-      number("weighted_cases", input.tally->WeightedCases());
-    }
+  text("name", file.name);
+  if (file.label) text("label", *file.label);
+  if (file.cases >= 0) number("cases", static_cast<double>(file.cases));
+  if (file.weightIndex >= 0) {
+    text("weight", file.weight);
+    if (file.weightedCases) number("weighted_cases", *file.weightedCases);
   }
-  number("variables", dataset.ColumnCount());
-  text("layout", LayoutName(input.fileInfo.compression));
-  text("encoding", input.fileInfo.encoding);
-  std::string created = input.fileInfo.creationDate;
-  if (!input.fileInfo.creationTime.empty()) created += (created.empty() ? "" : " ") + input.fileInfo.creationTime;
-  text("created", created);
-  text("written_by", input.fileInfo.product);
+  number("variables", file.variables);
+  text("layout", file.layout);
+  text("encoding", file.encoding);
+  text("created", file.created);
+  text("written_by", file.writtenBy);
   int documentNumber = 0;
-  for (const DSDocument& document : dataset.GetDocumentList()) {
+  for (const std::vector<std::string>& document : file.documents) {
     ++documentNumber;
-    for (int i = 0; i < document.Size(); ++i) {
-      std::string line = document[i];
+    for (std::string line : document) {
       while (!line.empty() && line.back() == ' ') line.pop_back();
       // An empty line of a document is kept: it is part of its layout.
       sheet.NextRow();
@@ -402,22 +386,23 @@ void WriteFile(Workbook& book, const ExportInput& input) {
       sheet.Text(1, line);
     }
   }
-  const DatasourceAttributes& attributes = dataset.GetAttributes();
-  for (std::size_t a = 0; a < attributes.Size(); ++a) {
-    const std::string& name = attributes.Name(a);
-    if (name.empty() || name[0] == '$') continue;
-    for (const std::string& value : attributes.Values(a)) text("attribute:" + name, value);
+  for (const ModelAttribute& attribute : file.attributes) {
+    for (const std::string& value : attribute.values) text("attribute:" + attribute.name, value);
   }
-  text("made_by", input.software + (input.version.empty() ? "" : " " + input.version));
-  text("made_on", input.date);
+  text("made_by", file.software + (file.version.empty() ? "" : " " + file.version));
+  text("made_on", file.date);
 }
 
 }  // namespace
 
-bool WriteXlsx(const ExportInput& input, const std::string& path, std::string& error) {
+bool WriteXlsx(const ExportInput& input, const std::string& path, std::string& error, std::time_t created) {
+  return WriteXlsx(MakeCodebookModel(input), path, error, created);
+}
+
+bool WriteXlsx(const CodebookModel& model, const std::string& path, std::string& error, std::time_t created) {
   lxw_error result = LXW_NO_ERROR;
   {
-    Workbook book(path);
+    Workbook book(path, created);
     if (!book.Opened()) {
       error = "cannot make the workbook " + path;
       return false;
@@ -425,10 +410,10 @@ bool WriteXlsx(const ExportInput& input, const std::string& path, std::string& e
     {
       // One sheet at a time: each is finished (its filter and widths set)
       // before the next begins.
-      WriteVariables(book, input);
-      WriteValues(book, input);
-      WriteSets(book, input);
-      WriteFile(book, input);
+      WriteVariables(book, model);
+      WriteValues(book, model);
+      WriteSets(book, model);
+      WriteFile(book, model);
     }
     result = book.Error();
     const lxw_error closed = book.Close();

@@ -14,15 +14,19 @@
 // "Values 2" and so on.
 #pragma once
 
+#include <ctime>
 #include <string>
 
-#include "platform/export/export_input.h"
+#include "platform/export/codebook_model.h"
 
 namespace codebook::exporting {
 
 // Writes the workbook into the file at `path` (made or replaced; the
 // library writes only to files). False, with `error` set, when it could
 // not be written; what is left at `path` is then the caller's to remove.
-bool WriteXlsx(const ExportInput& input, const std::string& path, std::string& error);
+// `created` is the time the workbook says it was made (0: now): the same
+// time gives the same bytes.
+bool WriteXlsx(const ExportInput& input, const std::string& path, std::string& error, std::time_t created = 0);
+bool WriteXlsx(const CodebookModel& model, const std::string& path, std::string& error, std::time_t created = 0);
 
 }  // namespace codebook::exporting

@@ -51,6 +51,13 @@ bool Session::OpenFile(const std::string& path, int line, const std::string& nam
   }
 }
 
+void Session::UseDataset(std::shared_ptr<data::Dataset> dataset, const std::string& name, data::FileInfo info) {
+  openedFiles_.push_back(name);
+  fileInfo_ = std::move(info);
+  selectionOptions_ = {};
+  selection_ = std::make_shared<const ProcedureDataSource::Selection>(std::move(dataset));
+}
+
 bool Session::GetFile(const std::string& path, int line, const std::string& name,
                       const std::optional<std::string>& fileSpec) {
   const bool opened = OpenFile(path, line, name, fileSpec);

@@ -21,6 +21,35 @@ const syntax::CommandNames& KnownCommandNames() {
   return names;
 }
 
+// The pass reports progress through a plain function pointer; this is
+// where it finds the session whose pass it is, and the total of that pass.
+struct ActivePass {
+  const std::function<bool(std::int64_t, std::int64_t)>* hook = nullptr;
+  const std::atomic<bool>* stop = nullptr;
+  std::int64_t total = -1;
+  bool stopped = false;
+};
+thread_local ActivePass* activePass = nullptr;
+
+void ReportToHook(std::int64_t casesRead) {
+  ActivePass* pass = activePass;
+  if (pass == nullptr) return;
+  bool goOn = pass->stop == nullptr || !pass->stop->load(std::memory_order_relaxed);
+  if (goOn && pass->hook != nullptr) {
+    try {
+      goOn = (*pass->hook)(casesRead, pass->total);
+    } catch (...) {
+      goOn = false;
+    }
+  }
+  if (!goOn) {
+    pass->stopped = true;
+    // The one error a pass is built to stop for: it unwinds the procedure
+    // and the case streams as a damaged file does.
+    throw data::DataError("", casesRead, "the pass was interrupted");
+  }
+}
+
 output::Severity ToOutput(syntax::Severity severity) {
   return severity == syntax::Severity::kError ? output::Severity::kError : output::Severity::kWarning;
 }
@@ -109,6 +138,7 @@ std::vector<int> CodebookCommandLines(std::string_view text) {
 void Session::RunSyntax(std::string_view text, const SyntaxOrigin& origin) {
   origin_ = origin;
   for (const syntax::Command& command : syntax::SplitCommands(text, KnownCommandNames())) {
+    if (options_.stop != nullptr && options_.stop->load()) break;
     Run(command);
   }
   origin_ = {};
@@ -232,24 +262,40 @@ void Session::RunCodebook(const syntax::Command& command) {
   std::int64_t total = run.dataset ? run.dataset->GetCaseCount() : -1;
   const std::int64_t limit = selection_->CaseLimit();
   if (limit >= 0) total = total >= 0 ? std::min(total, limit) : -1;
-  ProgressDisplay progress(options_.progress ? options_.messageStream : nullptr, total, ProgressDelay());
+  ProgressDisplay progress(options_.progress && !options_.onProgress ? options_.messageStream : nullptr, total,
+                           ProgressDelay());
+  ActivePass pass;
+  pass.hook = options_.onProgress ? &options_.onProgress : nullptr;
+  pass.stop = options_.stop;
+  pass.total = total;
+  ActivePass* const outer = activePass;
+  activePass = &pass;
   try {
     ProcedureParts parts;
     parts.messages = this;
     parts.selection = std::move(selection);
     parts.document = document_;
-    parts.progress = progress.Callback();
+    parts.progress = pass.hook != nullptr || pass.stop != nullptr ? ReportToHook : progress.Callback();
     const ProcedureContext context(std::move(parts));
     module->Run();
     run.completed = true;
   } catch (const data::DataError& error) {
     document_->Truncate(before);
-    datasetError_ = true;
-    Report(syntax::Severity::kError, command.name, command.line, error.what());
+    if (pass.stopped) {
+      interrupted_ = true;
+      commandError_ = true;
+      Report(syntax::Severity::kError, command.name, command.line, "The pass over the cases was interrupted.");
+    } else {
+      datasetError_ = true;
+      Report(syntax::Severity::kError, command.name, command.line, error.what());
+    }
   } catch (const std::exception& error) {
     document_->Truncate(before);
-    Report(syntax::Severity::kError, command.name, command.line, error.what());
+    interrupted_ = interrupted_ || pass.stopped;
+    Report(syntax::Severity::kError, command.name, command.line,
+           pass.stopped ? "The pass over the cases was interrupted." : error.what());
   }
+  activePass = outer;
   run.endItem = document_->Size();
   lastCodebook_ = std::move(run);
 }

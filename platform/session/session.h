@@ -3,6 +3,7 @@
 // procedures loaded from modules (CODEBOOK).
 #pragma once
 
+#include <atomic>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -64,6 +65,15 @@ struct SessionOptions {
   // dictionary (as under STATISTICS NONE, with a warning) instead of failing
   // for want of cases: what an export of a dictionary-only file needs.
   bool describeEmptyFiles = false;
+  // Called on the calling thread every few thousand cases of a CODEBOOK
+  // pass with the cases read and the total (-1: unknown), in place of the
+  // terminal's display. Returning false stops the pass: the command fails
+  // with an error saying so, its output is dropped, and Interrupted() is
+  // true. Whatever it throws stops the pass the same way.
+  std::function<bool(std::int64_t casesRead, std::int64_t total)> onProgress;
+  // Set (by any thread) to stop: a pass stops as onProgress's false stops
+  // it, and RunSyntax runs no further command.
+  const std::atomic<bool>* stop = nullptr;
 };
 
 // What the last CODEBOOK command ran on, for exports that combine its
@@ -115,6 +125,11 @@ class Session : public syntax::MessageSink {
   // The dataset files opened so far, as they were opened.
   const std::vector<std::string>& OpenedFiles() const { return openedFiles_; }
   bool HasActiveDataset() const { return selection_ != nullptr; }
+  // Makes a dataset made in memory the active dataset, as GET FILE makes a
+  // file's; `name` stands for its file in messages and the summary.
+  void UseDataset(std::shared_ptr<data::Dataset> dataset, const std::string& name, data::FileInfo info = {});
+  // Whether onProgress stopped a pass.
+  bool Interrupted() const { return interrupted_; }
   int ExitStatus() const;
 
   void Emit(const syntax::Message& message) override;
@@ -156,6 +171,7 @@ class Session : public syntax::MessageSink {
   std::string heldMessages_;
   bool commandError_ = false;
   bool datasetError_ = false;
+  bool interrupted_ = false;
 };
 
 }  // namespace codebook::session

@@ -1,0 +1,3 @@
+library(testthat)
+library(dscodebook)
+test_check("dscodebook")
