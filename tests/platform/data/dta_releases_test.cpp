@@ -113,6 +113,8 @@ TEST_P(DtaReleases, Dictionary) {
   const Layout layout = GetParam();
   EXPECT_EQ(read_.info.format, "Stata .dta release " + std::to_string(layout.release));
   EXPECT_EQ(read_.info.bigEndian, layout.bigEndian);
+  // Before 118 the code page is not in the file: windows-1252 is assumed.
+  EXPECT_EQ(read_.info.encodingGuessed, layout.release < 118);
   EXPECT_EQ(Dict().FileLabel().value_or(""), "Every release");
   ASSERT_EQ(Dict().VariableCount(), layout.release >= 117 ? 7 : 6);
   EXPECT_EQ(*Var("q1").Label(), "First");

@@ -12,6 +12,7 @@
 
 #include "host/output/bp_procedure.h"
 #include "platform/output/current_output.h"
+#include "platform/output/render/chart_model.h"
 #include "platform/output/render/html_anchors.h"
 #include "platform/output/render/html_chart.h"
 #include "platform/output/render/html_table.h"
@@ -29,6 +30,29 @@ std::vector<const bp::TableNode*> Tables(const Document& document, std::string_v
     }
   }
   return tables;
+}
+
+// The PDF's bar charts: valid categories first, the missing ones after a
+// gap, at most kMaxBars in all, the rest counted as not drawn.
+TEST(BarChart, ValidBarsFirstThenMissingWithinTheLimit) {
+  const BarChartModel two = MakeBarChart({{"Sys", 5, true}, {"Yes", 60, false}, {"No", 35, false}});
+  ASSERT_EQ(two.bars.size(), 3u);
+  EXPECT_EQ(two.bars[0].label, "Yes");
+  EXPECT_EQ(two.bars[1].label, "No");
+  EXPECT_EQ(two.bars[2].label, "Sys");
+  EXPECT_EQ(two.validCount, 2u);
+  EXPECT_TRUE(two.gap);
+  EXPECT_EQ(two.RowOf(2), 3);
+  EXPECT_EQ(two.largest, 60);
+  EXPECT_FALSE(MakeBarChart({{"a", 50, false}, {"b", 50, false}}).gap);
+
+  std::vector<ChartBar> many;
+  for (int i = 0; i < BarChartModel::kMaxBars + 5; ++i) many.push_back({std::to_string(i), 1, i == 0});
+  const BarChartModel cut = MakeBarChart(many);
+  EXPECT_EQ(cut.bars.size(), static_cast<std::size_t>(BarChartModel::kMaxBars));
+  EXPECT_EQ(cut.validCount, static_cast<std::size_t>(BarChartModel::kMaxBars));
+  EXPECT_EQ(cut.notDrawn, 5u);
+  EXPECT_EQ(cut.bars[0].label, "1");
 }
 
 TEST(HtmlChart, BarsComeFromTheValueRowsThatHavePercents) {
