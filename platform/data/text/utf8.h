@@ -46,6 +46,12 @@ inline std::size_t Utf8SequenceAt(std::string_view text, std::size_t i, char32_t
   return length;
 }
 
+// The length of the valid UTF-8 sequence at `i`, or 0.
+inline std::size_t Utf8SequenceLength(std::string_view text, std::size_t i) {
+  char32_t ignored = 0;
+  return Utf8SequenceAt(text, i, ignored);
+}
+
 // Whether any byte is 0x80 or above (text that is not plain ASCII); a word
 // at a time.
 inline bool HasHighByte(const std::uint8_t* p, std::size_t n) {

@@ -3,42 +3,10 @@
 #include <cmath>
 
 #include "host/data/obs.h"
+#include "platform/data/text/utf8.h"
 #include "platform/output/format/number_text.h"
 
 namespace codebook::output {
-
-namespace {
-
-// Length of the valid UTF-8 sequence at `pos`, or 0 (RFC 3629: no overlong
-// forms, no surrogates, nothing above U+10FFFF).
-std::size_t ValidSequence(std::string_view text, std::size_t pos) {
-  const auto at = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char lead = at(pos);
-  std::size_t length = 0;
-  unsigned char low = 0x80;
-  unsigned char high = 0xBF;
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    length = 2;
-  } else if (lead >= 0xE0 && lead <= 0xEF) {
-    length = 3;
-    if (lead == 0xE0) low = 0xA0;
-    if (lead == 0xED) high = 0x9F;
-  } else if (lead >= 0xF0 && lead <= 0xF4) {
-    length = 4;
-    if (lead == 0xF0) low = 0x90;
-    if (lead == 0xF4) high = 0x8F;
-  } else {
-    return 0;
-  }
-  if (pos + length > text.size()) return 0;
-  if (at(pos + 1) < low || at(pos + 1) > high) return 0;
-  for (std::size_t i = 2; i < length; ++i) {
-    if (at(pos + i) < 0x80 || at(pos + i) > 0xBF) return 0;
-  }
-  return length;
-}
-
-}  // namespace
 
 void AppendJsonString(std::string& buffer, std::string_view text) {
   static constexpr char kHex[] = "0123456789abcdef";
@@ -54,7 +22,7 @@ void AppendJsonString(std::string& buffer, std::string_view text) {
       continue;
     }
     if (byte >= 0x80) {
-      if (const std::size_t length = ValidSequence(text, pos); length != 0) {
+      if (const std::size_t length = data::Utf8SequenceLength(text, pos); length != 0) {
         pos += length;
         continue;
       }

@@ -2,38 +2,9 @@
 
 #include <cstdio>
 
+#include "platform/data/text/utf8.h"
+
 namespace codebook::output::pdf {
-namespace {
-
-// The length of the well-formed UTF-8 sequence at `text[i]`, or 0.
-std::size_t SequenceLength(std::string_view text, std::size_t i) {
-  const auto at = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
-  const unsigned char lead = at(i);
-  std::size_t length = 0;
-  unsigned char low = 0x80;
-  unsigned char high = 0xBF;
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    length = 2;
-  } else if (lead >= 0xE0 && lead <= 0xEF) {
-    length = 3;
-    if (lead == 0xE0) low = 0xA0;
-    if (lead == 0xED) high = 0x9F;  // no surrogates
-  } else if (lead >= 0xF0 && lead <= 0xF4) {
-    length = 4;
-    if (lead == 0xF0) low = 0x90;
-    if (lead == 0xF4) high = 0x8F;  // nothing past U+10FFFF
-  } else {
-    return 0;
-  }
-  if (i + length > text.size()) return 0;
-  if (at(i + 1) < low || at(i + 1) > high) return 0;
-  for (std::size_t k = 2; k < length; ++k) {
-    if (at(i + k) < 0x80 || at(i + k) > 0xBF) return 0;
-  }
-  return length;
-}
-
-}  // namespace
 
 std::string SafeText(std::string_view text) {
   std::string out;
@@ -57,7 +28,7 @@ std::string SafeText(std::string_view text) {
       ++i;
       continue;
     }
-    const std::size_t length = SequenceLength(text, i);
+    const std::size_t length = data::Utf8SequenceLength(text, i);
     if (length == 0) {
       out += "\xEF\xBF\xBD";
       ++i;
