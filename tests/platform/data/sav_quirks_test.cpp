@@ -334,6 +334,18 @@ TEST(QuirksTest, NothingAfterTheEndOfDataCodeIsRead) {
   }
 }
 
+// A compressed file is counted (one more pass) only when its header does not
+// say how many cases it holds; a number it says stands, whatever the data.
+TEST(QuirksTest, ACompressedFileIsCountedOnlyWhenItsHeaderIsSilent) {
+  const auto read = [](std::int32_t declared) {
+    FileBytes f(false, 1);
+    f.Var(0, "X").End().Raw("\x65\x66\xfc\x00\x00\x00\x00\x00", 8);
+    return (declared >= 0 ? f.Cases(declared) : f).Read().dataset->GetCaseCount();
+  };
+  EXPECT_EQ(read(-1), 2);
+  EXPECT_EQ(read(3), 3);
+}
+
 // The machine record's byte order (1 big, 2 little) against the header's:
 // the header wins, and a contradiction is worth a warning.
 TEST(QuirksTest, AMachineRecordContradictingTheHeaderIsOverruled) {
