@@ -3,7 +3,7 @@
 # alerts) and prints the codebook of the demo dataset.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-deps.sh
+CODEBOOK_DEPS=program scripts/install-deps.sh
 # The program and its procedure module only: the tests, benchmarks and
 # fuzzers are for scripts/test.sh, and would take most of the time.
 CODEBOOK_BUILD_TARGETS=codebook scripts/build.sh >/dev/null

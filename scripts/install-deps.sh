@@ -11,10 +11,13 @@ packages=(
   libcairo2-dev libpango1.0-dev fonts-dejavu-core fonts-ipafont-gothic poppler-utils
   libxlsxwriter-dev python3-openpyxl
   python3
-  # The Python and R packages (python/, r/) and their tests.
-  python3-dev python3-pybind11 python3-numpy python3-pandas python3-pytest python3-setuptools python3-pip
-  r-base-dev r-cran-rcpp r-cran-testthat r-cran-jsonlite
 )
+# The Python and R packages (python/, r/) and their tests; the demo
+# (CODEBOOK_DEPS=program) does without them, R alone being a large download.
+if [[ "${CODEBOOK_DEPS:-all}" != program ]]; then
+  packages+=(python3-dev python3-pybind11 python3-numpy python3-pandas python3-pytest python3-setuptools python3-pip
+             r-base-dev r-cran-rcpp r-cran-testthat r-cran-jsonlite)
+fi
 # The browser test of the HTML output and the fuzzer are optional locally and
 # installed when asked (CI asks).
 if [[ "${CODEBOOK_FULL_DEPS:-0}" == 1 ]]; then
