@@ -4,10 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <sstream>
 #include <nlohmann/json.hpp>
@@ -199,39 +196,15 @@ TEST_F(Report, HistogramsHoldTheValidCasesAndMarkTheQuartiles) {
   EXPECT_THAT(hidden.out, Not(HasSubstr("data-weights")));
 }
 
-std::string Chromium() {
-  for (const char* path : {"/usr/bin/chromium", "/usr/bin/chromium-browser"}) {
-    if (access(path, X_OK) == 0) return path;
-  }
-  return {};
-}
-
-TEST_F(Report, TheDemoReportRendersInABrowserFromItsOwnFile) {
+// The report stands alone: nothing to fetch, no script. (How a browser
+// lays it out is the layout test's.)
+TEST_F(Report, TheDemoReportNeedsNothingFromOutside) {
   const Result written = Run({"--demo", "-o", Path("demo.html").string()});
   ASSERT_EQ(written.status, 0) << written.err;
   const std::string html = Slurp(Path("demo.html"));
-  // Self-contained: nothing to fetch, no script.
   for (const char* outside : {"http://", "https://", " src=", "<script", "<link", "@import", "url("}) {
     EXPECT_THAT(html, Not(HasSubstr(outside))) << outside;
   }
-  const std::string chromium = Chromium();
-  if (chromium.empty()) GTEST_SKIP() << "chromium is not installed; the browser part is skipped";
-  // The screenshot stays in the build folder for people to look at.
-  const std::string artifacts = std::string(CODEBOOK_BINARY_DIR) + "/artifacts";
-  const std::string flags = " --headless --no-sandbox --disable-gpu --disable-quic --no-first-run"
-                            " --disable-background-networking --disable-component-update --disable-sync"
-                            " --user-data-dir=" + Path("profile").string();
-  const Result dom = Shell("timeout 120 " + chromium + flags + " --dump-dom file://" + Path("demo.html").string() +
-                           " 2>/dev/null");
-  ASSERT_THAT(dom.out, HasSubstr("</html>"));
-  EXPECT_THAT(dom.out, HasSubstr("<caption>Overview</caption>"));
-  EXPECT_THAT(dom.out, HasSubstr("<h3>Data-quality alerts</h3>"));
-  EXPECT_GE(std::count(dom.out.begin(), dom.out.end(), '<') , 1000);
-  const Result shot = Shell("mkdir -p " + artifacts + " && timeout 120 " + chromium + flags +
-                            " --window-size=1000,2000 --screenshot=" + artifacts + "/demo-report.png file://" +
-                            Path("demo.html").string() + " 2>/dev/null");
-  EXPECT_EQ(shot.status, 0);
-  EXPECT_TRUE(std::filesystem::exists(artifacts + "/demo-report.png"));
 }
 
 }  // namespace
