@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <cmath>
 #include <string>
 #include <thread>
@@ -11,6 +12,7 @@
 
 #include "platform/api/codebook_api.h"
 #include "platform/api/frame_dataset.h"
+#include "platform/api/provenance.h"
 #include "platform/api/table_frame.h"
 
 namespace codebook::api {
@@ -181,6 +183,19 @@ TEST(ReadFile, AnUnreadableFileIsAnErrorWithThePath) {
   EXPECT_FALSE(result.Ok());
   EXPECT_TRUE(result.commands.empty());
   EXPECT_NE(result.ErrorText().find("absent.sav"), std::string::npos);
+}
+
+// $SOURCE_DATE_EPOCH makes outputs reproducible only when it is a whole
+// number of seconds; anything else is ignored, as if it were not set.
+TEST(Provenance, TheSourceDateEpochCountsOnlyAsAWholeNumber) {
+  ::setenv("SOURCE_DATE_EPOCH", "1700000000", 1);
+  EXPECT_EQ(ProductionTime(), 1700000000);
+  EXPECT_EQ(ProductionDate(), "2023-11-14");
+  for (const char* bad : {"1700000000x", "x", "17.5"}) {
+    ::setenv("SOURCE_DATE_EPOCH", bad, 1);
+    EXPECT_GT(ProductionTime(), 1700000000) << bad;
+  }
+  ::unsetenv("SOURCE_DATE_EPOCH");
 }
 
 }  // namespace
