@@ -155,6 +155,10 @@ TEST_F(PdfProgram, FormatExtensionAndPaper) {
   ASSERT_EQ(Run({"--demo", "-o", Path("upper.PDF").string(), "--paper=letter"}).status, 0);
   EXPECT_EQ(Slurp(Path("upper.PDF")).rfind("%PDF-", 0), 0u);
   EXPECT_NE(Capture("pdfinfo " + Quoted(Path("upper.PDF").string())).find("612 x 792"), std::string::npos);
+  // Without --paper, the locale's: A4 in the C locale.
+  ASSERT_EQ(Run({"--demo", "-o", Path("default.pdf").string()}, "LC_ALL=C").status, 0);
+  EXPECT_NE(Capture("pdfinfo " + Quoted(Path("default.pdf").string())).find("595.276 x 841.89"), std::string::npos)
+      << Capture("pdfinfo " + Quoted(Path("default.pdf").string()));
   const Result a5 = Run({"--demo", "-o", Path("a5.pdf").string(), "--paper", "a5"});
   EXPECT_EQ(a5.status, 2);
   EXPECT_NE(a5.err.find("unknown paper size 'a5' (a4 or letter)"), std::string::npos) << a5.err;

@@ -19,7 +19,9 @@ std::optional<Paper> ParsePaper(std::string_view name) {
 }
 
 Paper LocalePaper() {
-#ifdef _NL_PAPER_WIDTH
+// _NL_PAPER_WIDTH is an enumerator of the C library's, not a macro, so the
+// library itself is what is asked about.
+#ifdef __GLIBC__
   // The program runs in the "C" locale; LC_PAPER is read from the
   // environment for this question alone and put back after.
   const char* current = std::setlocale(LC_PAPER, nullptr);
