@@ -10,7 +10,6 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <sstream>
 #include <string>
@@ -25,7 +24,7 @@
 #include "platform/export/ddi_writer.h"
 #include "platform/export/dictionary_csv.h"
 #include "platform/output/render/pdf/pdf_renderer.h"
-#include "platform/export/xlsx_writer.h"
+#include "platform/export/xlsx_bytes.h"
 #include "platform/output/render/renderers.h"
 #include "platform/output/render/terminal_text.h"
 #include "platform/report/distributions.h"
@@ -328,33 +327,17 @@ class Run::Impl {
     }
   }
 
-  // The workbook library writes only to files: the workbook is made in a
-  // temporary file (removed on every way out, a signal included) and held
-  // like the other exports until the run's status is known.
+  // The workbook, held like the other exports until the run's status is
+  // known; its temporary file is removed on a signal too.
   void ExportWorkbook(const codebook::exporting::ExportInput& input) {
-    std::error_code failure;
-    fs::path folder = fs::temp_directory_path(failure);
-    if (failure) folder = "/tmp";
-    std::string path = (folder / "codebook-workbook-XXXXXX").string();
-    const int fd = ::mkstemp(path.data());
-    if (fd < 0) {
-      Worsen(Fail(session::kExitUsage, "cannot make a temporary file in " + folder.string() + ": " + std::strerror(errno)));
-      return;
-    }
-    ::close(fd);
-    const int slot = codebook::cli::RegisterTemporaryFile(path);
+    int slot = -1;
+    const auto watch = [&slot](const std::string& path, bool exists) {
+      if (exists) slot = codebook::cli::RegisterTemporaryFile(path);
+      else codebook::cli::ReleaseTemporaryFile(slot);
+    };
     std::string error;
-    if (codebook::exporting::WriteXlsx(input, path, error, codebook::api::ProductionTime())) {
-      std::ifstream in(path, std::ios::binary);
-      std::ostringstream bytes;
-      bytes << in.rdbuf();
-      if (in.bad()) error = "cannot read back the workbook made in " + path;
-      exported_ = std::move(bytes).str();
-    }
-    fs::remove(path, failure);
-    codebook::cli::ReleaseTemporaryFile(slot);
-    if (!error.empty()) {
-      exported_.clear();
+    if (!codebook::exporting::XlsxBytes(codebook::exporting::MakeCodebookModel(input), exported_, error,
+                                        codebook::api::ProductionTime(), watch)) {
       Worsen(Fail(session::kExitUsage, error));
     }
   }

@@ -2,19 +2,17 @@
 
 #include <dlfcn.h>
 #include <iconv.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "platform/api/command_finisher.h"
 #include "platform/api/provenance.h"
 #include "platform/export/ddi_writer.h"
 #include "platform/export/dictionary_csv.h"
-#include "platform/export/xlsx_writer.h"
+#include "platform/export/xlsx_bytes.h"
 #include "platform/output/render/pdf/pdf_renderer.h"
 #include "platform/output/render/renderers.h"
 #include "platform/report/distributions.h"
@@ -311,36 +309,6 @@ const std::vector<std::string>& FormatNames() {
   return names;
 }
 
-namespace {
-
-bool RenderWorkbook(const exporting::CodebookModel& model, std::string& bytes, std::string& error) {
-  std::error_code failure;
-  fs::path folder = fs::temp_directory_path(failure);
-  if (failure) folder = "/tmp";
-  std::string path = (folder / "codebook-workbook-XXXXXX").string();
-  const int fd = ::mkstemp(path.data());
-  if (fd < 0) {
-    error = "cannot make a temporary file in " + folder.string();
-    return false;
-  }
-  ::close(fd);
-  bool made = exporting::WriteXlsx(model, path, error, ProductionTime());
-  if (made) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream read;
-    read << in.rdbuf();
-    if (in.bad()) {
-      error = "cannot read back the workbook made in " + path;
-      made = false;
-    }
-    bytes = std::move(read).str();
-  }
-  fs::remove(path, failure);
-  return made;
-}
-
-}  // namespace
-
 bool Render(const CommandResult& result, const std::string& format, std::string& bytes, std::string& error,
             int width) {
   bytes.clear();
@@ -354,7 +322,7 @@ bool Render(const CommandResult& result, const std::string& format, std::string&
   } else if (format == "dictionary") {
     exporting::WriteDictionaryCsv(result.model, out);
   } else if (format == "xlsx") {
-    return RenderWorkbook(result.model, bytes, error);
+    return exporting::XlsxBytes(result.model, bytes, error, ProductionTime());
   } else if (format == "pdf") {
     output::pdf::PdfOptions options;
     options.paper = output::pdf::LocalePaper();
